@@ -13,9 +13,10 @@ endif()
 target_include_directories(tavorin_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 
 # tavorin_add_library(NAME DIR DEPS...): one static library per subsystem folder,
-# made of every .cpp directly in DIR.
+# made of every .cpp directly in DIR but an executable's main.cpp.
 function(tavorin_add_library name dir)
   file(GLOB sources CONFIGURE_DEPENDS ${dir}/*.cpp)
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   if(NOT sources)
     # A folder that holds only headers so far.
     add_library(${name} INTERFACE)

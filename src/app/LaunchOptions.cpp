@@ -1,0 +1,59 @@
+#include "app/LaunchOptions.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace tavorin {
+
+namespace {
+
+std::optional<double> parseSeconds(const std::string& text) {
+  double value = 0;
+  auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec != std::errc{} || end != text.data() + text.size() || !std::isfinite(value) || value < 0) return std::nullopt;
+  return value;
+}
+
+}  // namespace
+
+LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
+  LaunchOptions options;
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    auto needValue = [&](std::string& out) -> bool {
+      if (i + 1 >= args.size()) return false;
+      out = args[++i];
+      return true;
+    };
+    if (arg == "--headless") {
+      options.headless = true;
+    } else if (arg == "--help" || arg == "-h") {
+      options.help = true;
+    } else if (arg == "--show-dir") {
+      std::string dir;
+      if (!needValue(dir) || dir.empty()) return {std::nullopt, "--show-dir needs a folder"};
+      options.showDir = std::filesystem::path(dir);
+    } else if (arg == "--seconds") {
+      std::string text;
+      if (!needValue(text)) return {std::nullopt, "--seconds needs a number"};
+      auto seconds = parseSeconds(text);
+      if (!seconds) return {std::nullopt, "--seconds needs a number of seconds, not \"" + text + "\""};
+      options.seconds = seconds;
+    } else {
+      return {std::nullopt, "unknown argument \"" + arg + "\""};
+    }
+  }
+  if (!options.help && !options.headless) {
+    return {std::nullopt, "the desktop window is not available in this build; run with --headless"};
+  }
+  return {options, {}};
+}
+
+std::string usageText() {
+  return "usage: tavorin --headless [--show-dir DIR] [--seconds N]\n"
+         "  --headless       run the show engine without a window\n"
+         "  --show-dir DIR   use DIR as the show folder (and for preferences.json)\n"
+         "  --seconds N      quit cleanly after N seconds\n";
+}
+
+}  // namespace tavorin

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tavorin {
+
+// What the command line asked for.
+struct LaunchOptions {
+  bool headless = false;
+  std::optional<std::filesystem::path> showDir;  // replaces the show folder and the preferences file
+  std::optional<double> seconds;                 // quit cleanly after this long
+  bool help = false;
+};
+
+struct LaunchOptionsResult {
+  std::optional<LaunchOptions> options;
+  std::string error;  // why parsing failed, when it did
+};
+
+LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args);
+std::string usageText();
+
+}  // namespace tavorin

@@ -1,0 +1,247 @@
+#include "core/AppModel.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/stores/Migrations.h"
+#include "core/stores/PreferenceKeys.h"
+
+namespace tavorin {
+
+namespace {
+
+std::vector<Uuid> layerStructure(const MixerScene& scene) {
+  std::vector<Uuid> ids;
+  ids.reserve(scene.layers.size());
+  for (const auto& layer : scene.layers) ids.push_back(layer.id);
+  return ids;
+}
+
+AppModel::EditCanvas readEditCanvas(const Preferences& prefs) {
+  return prefs.getString(prefkey::editCanvas) == "vertical" ? AppModel::EditCanvas::vertical
+                                                             : AppModel::EditCanvas::horizontal;
+}
+
+CanvasSize readCanvasSize(const Preferences& prefs) {
+  auto name = prefs.getString(prefkey::canvasSize);
+  if (!name) return CanvasSize::hd1080;
+  return enumFromName<CanvasSize>(*name).value_or(CanvasSize::hd1080);
+}
+
+}  // namespace
+
+// Writes Preview edits of a switcher back into the layout it loaded: at once when
+// layers come or go, 0.2 s after the last change otherwise, and at once when the
+// layout is left.
+struct AppModel::LayoutWriteBack {
+  explicit LayoutWriteBack(MainQueue& queue) : debounce(queue, 0.2, [this] { fire(); }) {}
+
+  void fire() {
+    auto layoutID = std::exchange(pendingLayoutID, std::nullopt);
+    if (layoutID && storeLater) storeLater(*layoutID);
+  }
+
+  std::function<void(const Uuid&)> storeLater;
+  Debouncer debounce;
+  std::optional<Uuid> pendingLayoutID;
+};
+
+AppModel::AppModel(AppEnvironment environment)
+    : queue_(environment.queue),
+      showFolder_(environment.showFolder),
+      preferences_(environment.preferencesFile),
+      switcher(SwitcherEngine::Role::main, queue_),
+      verticalSwitcher(SwitcherEngine::Role::vertical, queue_),
+      studioSwitcher(SwitcherEngine::Role::studio, queue_),
+      layoutStore(showFolder_, "layouts.json"),
+      editCanvas(readEditCanvas(preferences_)),
+      layoutSyncHorizontal(preferences_.boolOr(prefkey::layoutSyncH, true)),
+      layoutSyncVertical(preferences_.boolOr(prefkey::layoutSyncV, true)),
+      pendingTakeTransition(std::nullopt),
+      verticalScratchPinned(false),
+      verticalTakePending(false),
+      sourcesStore(showFolder_),
+      sessionStore(showFolder_),
+      savedAudioInputIDs(preferences_.getStringList(prefkey::audioInputIDs).value_or(std::vector<std::string>{})),
+      savedProgramOutputUID(preferences_.getString(prefkey::programOutputUID)),
+      canvasSize(readCanvasSize(preferences_)),
+      showOnboarding(false),
+      recordingsFolderPath(preferences_.getString(prefkey::recordingsFolder).value_or("")) {}
+
+AppModel::~AppModel() = default;
+
+void AppModel::appendLog(std::string line) {
+  if (onLogLine) onLogLine(line);
+  log.modify([&](std::vector<std::string>& lines) {
+    lines.push_back(std::move(line));
+    if (lines.size() > kLogLimit) lines.erase(lines.begin(), lines.end() - kLogLimit);
+  });
+}
+
+void AppModel::start() {
+  if (started_) return;
+  started_ = true;
+
+  if (!preferences_.getBool(prefkey::onboardingDone).value_or(false)) showOnboarding = true;
+
+  bindSwitcherClosures();
+  runMigrations();
+  subscribeSelectionExclusivity();
+  subscribeLayoutWriteBack(switcher, lastLayerStructure, false);
+  subscribeLayoutWriteBack(verticalSwitcher, lastVerticalLayerStructure, true);
+  restoreSession();
+  restoreStudioMode();
+  subscribeSessionSaver();
+}
+
+void AppModel::bindSwitcherClosures() {
+  switcher.canvasPixelSize = [this]() -> std::optional<Size> { return pixelSize(canvasSize.get()); };
+  studioSwitcher.canvasPixelSize = switcher.canvasPixelSize;
+  verticalSwitcher.canvasPixelSize = []() -> std::optional<Size> { return kVerticalCanvasPixels; };
+}
+
+void AppModel::runMigrations() {
+  // The deck store arrives with the show deck; until then there are no decks,
+  // and the migrations only record that they ran.
+  const std::vector<Uuid> deckIDs;
+  runDeckLayoutsMigration(showFolder_, deckIDs, preferences_);
+  runEmbeddedVerticalMigration(showFolder_, deckIDs, preferences_);
+}
+
+void AppModel::subscribeSelectionExclusivity() {
+  auto clearOthers = [this](SwitcherEngine& selected) {
+    for (SwitcherEngine* other : {&switcher, &verticalSwitcher, &studioSwitcher}) {
+      if (other != &selected && other->selectedLayerID.get()) other->selectedLayerID = std::nullopt;
+    }
+  };
+  subscriptions_.push_back(switcher.selectedLayerID.subscribe([this, clearOthers](const std::optional<Uuid>& id) {
+    if (id) clearOthers(switcher);
+  }));
+  subscriptions_.push_back(
+      verticalSwitcher.selectedLayerID.subscribe([this, clearOthers](const std::optional<Uuid>& id) {
+        if (id) clearOthers(verticalSwitcher);
+      }));
+}
+
+void AppModel::subscribeLayoutWriteBack(SwitcherEngine& source, std::vector<Uuid>& lastStructure, bool vertical) {
+  auto storeInto = [this, vertical](const Uuid& layoutID, const MixerScene& scene) {
+    if (vertical) {
+      layoutStore.setVertical(layoutID, scene);
+    } else {
+      layoutStore.replace(layoutID, scene);
+    }
+  };
+
+  auto writeBack = std::make_unique<LayoutWriteBack>(queue_);
+  LayoutWriteBack* state = writeBack.get();
+  state->storeLater = [&source, storeInto](const Uuid& layoutID) {
+    // Only while the same layout is still loaded: leaving it already stored the scene.
+    if (source.loadedLayoutID.get() == layoutID) storeInto(layoutID, source.previewScene.get());
+  };
+  writeBacks_.push_back(std::move(writeBack));
+
+  subscriptions_.push_back(source.previewScene.subscribe([&source, &lastStructure, state, storeInto](const MixerScene& scene) {
+    auto layoutID = source.loadedLayoutID.get();
+    if (!layoutID) return;
+    auto structure = layerStructure(scene);
+    if (structure != lastStructure) {
+      storeInto(*layoutID, scene);
+      lastStructure = std::move(structure);
+    }
+    state->pendingLayoutID = layoutID;
+    state->debounce.trigger();
+  }));
+
+  source.onLeavingLoadedLayout = [storeInto](const Uuid& layoutID, const MixerScene& scene) { storeInto(layoutID, scene); };
+}
+
+void AppModel::restoreSession() {
+  auto session = sessionStore.load();
+  if (!session) return;
+  switcher.programScene = session->program;
+  switcher.previewScene = session->preview;
+  switcher.selectedTransition = enumFromName<TransitionKind>(session->transition).value_or(TransitionKind::crossfade);
+  switcher.transitionDuration = session->duration;
+  switcher.lockAspectRatio = session->lockAspect;
+  switcher.publishSnapshot();
+  switcher.runAudioFollow();
+}
+
+void AppModel::restoreStudioMode() {
+  if (auto studio = preferences_.getBool(prefkey::studioMode)) switcher.setStudioMode(*studio);
+}
+
+SessionState AppModel::currentSession() const {
+  SessionState state;
+  state.program = switcher.programScene.get();
+  state.preview = switcher.previewScene.get();
+  state.transition = std::string(enumName(switcher.selectedTransition.get()));
+  state.duration = switcher.transitionDuration.get();
+  state.lockAspect = switcher.lockAspectRatio.get();
+  return state;
+}
+
+void AppModel::subscribeSessionSaver() {
+  sessionSaver_ = std::make_unique<Debouncer>(queue_, 0.5, [this] { sessionStore.save(currentSession()); });
+  auto trigger = [this](const auto&) { sessionSaver_->trigger(); };
+  subscriptions_.push_back(switcher.programScene.subscribe(trigger));
+  subscriptions_.push_back(switcher.previewScene.subscribe(trigger));
+  subscriptions_.push_back(switcher.selectedTransition.subscribe(trigger));
+  subscriptions_.push_back(switcher.transitionDuration.subscribe(trigger));
+  subscriptions_.push_back(switcher.lockAspectRatio.subscribe(trigger));
+}
+
+void AppModel::willTerminate() {
+  for (auto& writeBack : writeBacks_) writeBack->debounce.flush();
+  if (sessionSaver_) sessionSaver_->cancel();
+  sessionStore.save(currentSession());
+}
+
+void AppModel::take(SwitcherEngine& target, std::optional<TransitionKind> kind) {
+  const bool isMain = &target == &switcher;
+  // A pending take transition belongs to the next plain take of the main canvas
+  // and is cleared by any take.
+  std::optional<CustomTransition> pendingCustom;
+  if (!kind && isMain && pendingTakeTransition.get() && switcher.customTransitionLookup) {
+    pendingCustom = switcher.customTransitionLookup(*pendingTakeTransition.get());
+  }
+  pendingTakeTransition = std::nullopt;
+
+  auto takeOn = [&](SwitcherEngine& engine) {
+    if (pendingCustom) {
+      engine.takeCustom(*pendingCustom);
+    } else if (!kind) {
+      engine.take();
+    } else {
+      engine.take(*kind, *kind == TransitionKind::cut ? 0.0 : engine.transitionDuration.get());
+    }
+  };
+  takeOn(target);
+  if (isMain && verticalTakePending.get()) {
+    verticalTakePending = false;
+    takeOn(verticalSwitcher);
+  }
+}
+
+void AppModel::cut(SwitcherEngine& target) { take(target, TransitionKind::cut); }
+
+void AppModel::loadLayout(const MixerScene& scene) {
+  const bool verticalOnly = scene.layers.empty() && scene.verticalLayers.has_value();
+  if (layoutSyncHorizontal.get() && !verticalOnly) switcher.loadLayout(scene);
+  if (layoutSyncVertical.get()) {
+    if (auto view = scene.verticalScene()) {
+      if (view->transition != scene.transition) view->transition = scene.transition;
+      if (switcher.studioMode.get()) {
+        verticalSwitcher.stageLayout(*view);
+        verticalTakePending = true;
+      } else {
+        verticalSwitcher.loadLayout(*view);
+      }
+    } else {
+      verticalSwitcher.loadedLayoutID = std::nullopt;
+    }
+  }
+  verticalScratchPinned = false;
+}
+
+}  // namespace tavorin

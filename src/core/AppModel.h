@@ -1,0 +1,113 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Debouncer.h"
+#include "base/MainQueue.h"
+#include "base/Published.h"
+#include "base/Uuid.h"
+#include "core/CanvasSize.h"
+#include "core/model/MixerScene.h"
+#include "core/model/SessionState.h"
+#include "core/model/TransitionKind.h"
+#include "core/stores/LayoutStore.h"
+#include "core/stores/Preferences.h"
+#include "core/stores/SessionStore.h"
+#include "core/stores/ShowFolder.h"
+#include "core/stores/SourcesStore.h"
+#include "switcher/SwitcherEngine.h"
+
+namespace tavorin {
+
+// Where the show lives and which main queue it runs on. The command line may
+// replace both folders so tests and scripts never touch the user's data.
+struct AppEnvironment {
+  std::filesystem::path showFolder;
+  std::filesystem::path preferencesFile;
+  MainQueue& queue;
+};
+
+// Owns every engine and store from start to quit, links them once at start,
+// and is the facade of the operator's commands. Main thread only.
+class AppModel {
+  // Declared first: the fields below are built from them.
+  MainQueue& queue_;
+  ShowFolder showFolder_;
+  Preferences preferences_;
+
+ public:
+  enum class EditCanvas { horizontal, vertical };
+
+  static constexpr std::size_t kLogLimit = 200;
+
+  explicit AppModel(AppEnvironment environment);
+  ~AppModel();
+  AppModel(const AppModel&) = delete;
+  AppModel& operator=(const AppModel&) = delete;
+
+  // The start-up steps, in order; call once after construction.
+  void start();
+  // The quit path: writes the session (and any layout edit still waiting to be written).
+  void willTerminate();
+
+  // Appends one operator-visible line; at most kLogLimit lines are kept.
+  void appendLog(std::string line);
+
+  // Operator commands.
+  void take(SwitcherEngine& target, std::optional<TransitionKind> kind = std::nullopt);
+  void cut(SwitcherEngine& target);
+  void loadLayout(const MixerScene& scene);
+
+  SessionState currentSession() const;
+  const ShowFolder& showFolder() const { return showFolder_; }
+  MainQueue& queue() const { return queue_; }
+
+  // Echo of every log line as it is logged; the headless runner sends it to stderr.
+  std::function<void(const std::string&)> onLogLine;
+
+  // Fields, in construction order.
+  Published<std::vector<std::string>> log;
+  SwitcherEngine switcher;
+  SwitcherEngine verticalSwitcher;
+  SwitcherEngine studioSwitcher;
+  LayoutStore layoutStore;
+  Published<EditCanvas> editCanvas;
+  Published<bool> layoutSyncHorizontal;
+  Published<bool> layoutSyncVertical;
+  Published<std::optional<Uuid>> pendingTakeTransition;
+  Published<bool> verticalScratchPinned;
+  Published<bool> verticalTakePending;
+  SourcesStore sourcesStore;
+  SessionStore sessionStore;
+  std::vector<Uuid> lastLayerStructure;
+  std::vector<Uuid> lastVerticalLayerStructure;
+  std::vector<std::string> savedAudioInputIDs;
+  std::optional<std::string> savedProgramOutputUID;
+  Published<CanvasSize> canvasSize;
+  Published<bool> showOnboarding;
+  Published<std::string> recordingsFolderPath;
+
+ private:
+  // One switcher's write-back of Preview edits into its loaded layout.
+  struct LayoutWriteBack;
+
+  void bindSwitcherClosures();
+  void runMigrations();
+  void subscribeSelectionExclusivity();
+  void subscribeLayoutWriteBack(SwitcherEngine& source, std::vector<Uuid>& lastStructure, bool vertical);
+  void restoreSession();
+  void restoreStudioMode();
+  void subscribeSessionSaver();
+
+  std::vector<std::unique_ptr<LayoutWriteBack>> writeBacks_;
+  std::unique_ptr<Debouncer> sessionSaver_;
+  std::vector<Subscription> subscriptions_;
+  bool started_ = false;
+};
+
+}  // namespace tavorin
