@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/stores/Migrations.h"
+#include "core/stores/LayoutMigrations.h"
 #include "core/stores/PreferenceKeys.h"
 
 namespace tavorin {
@@ -104,8 +104,7 @@ void AppModel::runMigrations() {
   // The deck store arrives with the show deck; until then there are no decks,
   // and the migrations only record that they ran.
   const std::vector<Uuid> deckIDs;
-  runDeckLayoutsMigration(showFolder_, deckIDs, preferences_);
-  runEmbeddedVerticalMigration(showFolder_, deckIDs, preferences_);
+  runLayoutMigrations(showFolder_, deckIDs, preferences_);
 }
 
 void AppModel::subscribeSelectionExclusivity() {
@@ -164,7 +163,7 @@ void AppModel::restoreSession() {
   switcher.transitionDuration = session->duration;
   switcher.lockAspectRatio = session->lockAspect;
   switcher.publishSnapshot();
-  switcher.runAudioFollow();
+  switcher.applyAudioFollow();
 }
 
 void AppModel::restoreStudioMode() {

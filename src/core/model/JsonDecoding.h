@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cmath>
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -29,16 +32,28 @@ inline void decode(const json& j, double& out) {
 }
 inline void decode(const json& j, float& out) {
   if (!j.is_number()) fail("expected a number");
-  out = static_cast<float>(j.get<double>());
+  const double value = j.get<double>();
+  // Narrowing a double beyond the float range is undefined; such a file is bad.
+  if (std::abs(value) > static_cast<double>(std::numeric_limits<float>::max())) fail("number out of range for a float");
+  out = static_cast<float>(value);
 }
 inline void decode(const json& j, long long& out) {
+  // Positive integers parse as unsigned and may exceed long long.
+  if (j.is_number_unsigned()) {
+    const auto value = j.get<std::uint64_t>();
+    if (value > static_cast<std::uint64_t>(std::numeric_limits<long long>::max())) fail("integer out of range");
+    out = static_cast<long long>(value);
+    return;
+  }
   if (j.is_number_integer()) {
     out = j.get<long long>();
     return;
   }
   if (j.is_number_float()) {
-    double d = j.get<double>();
-    if (d == static_cast<double>(static_cast<long long>(d))) {
+    // A whole number written as 2.0 is still an integer. The range test comes
+    // before the cast, which is undefined for doubles outside long long.
+    const double d = j.get<double>();
+    if (d >= -0x1p63 && d < 0x1p63 && d == std::trunc(d)) {
       out = static_cast<long long>(d);
       return;
     }
@@ -48,6 +63,7 @@ inline void decode(const json& j, long long& out) {
 inline void decode(const json& j, int& out) {
   long long v = 0;
   decode(j, v);
+  if (v < std::numeric_limits<int>::min() || v > std::numeric_limits<int>::max()) fail("integer out of range");
   out = static_cast<int>(v);
 }
 inline void decode(const json& j, unsigned& out) {

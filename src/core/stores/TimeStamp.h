@@ -1,0 +1,12 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace tavorin {
+
+// Local time as "yyyy-MM-dd-HHmmss", the stamp in names of recording folders
+// and files: sorts by time and holds no character a file system refuses.
+std::string fileTimeStamp(std::chrono::system_clock::time_point time = std::chrono::system_clock::now());
+
+}  // namespace tavorin

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "core/model/LayerState.h"
+#include "core/model/MixerScene.h"
+#include "core/model/RenderLayer.h"
+#include "switcher/ActiveTransition.h"
+
+namespace tavorin {
+
+// Where a switcher (main thread) and the frame clock (render thread) meet. The
+// engine publishes immutable copies of its scenes; the render thread takes
+// references to them under the lock and builds its plans after releasing it.
+// The lock is held only for a few reference counts, never for a deep copy, an
+// allocation or a release of a scene.
+class SwitcherSnapshotStore {
+ public:
+  SwitcherSnapshotStore();
+
+  // Render thread. Each returns a list built anew and allocates nothing else.
+  // Program: the running transition (or Program), then the fire graphics. A
+  // transition that has outrun its end by 0.3 s is dropped here, in case its
+  // completion never comes.
+  RenderPlan programPlan(double time);
+  // Preview, with the fire graphics over it when they are shown there too.
+  RenderPlan previewPlan(double time);
+  // The studio canvas: the running transition alone, or else Preview.
+  RenderPlan studioPlan(double time);
+  // The running transition's layers alone; nothing when none runs.
+  std::optional<std::vector<RenderLayer>> activeTransitionLayers(double time);
+
+  // Main thread, for the engine.
+  void publish(std::shared_ptr<const MixerScene> program, std::shared_ptr<const MixerScene> preview);
+  void setActive(std::shared_ptr<const ActiveTransition> transition);
+  void clearActive();
+  // Replaces the fire scene by a fresh one named "Fire" holding `layers`.
+  void setFire(std::vector<LayerState> layers);
+  void setFireInPreview(bool on);
+
+  // Copies of what is held, for any thread.
+  std::shared_ptr<const MixerScene> program() const;
+  std::shared_ptr<const MixerScene> preview() const;
+  std::shared_ptr<const MixerScene> fire() const;
+  std::shared_ptr<const ActiveTransition> active() const;
+  bool fireInPreview() const;
+
+ private:
+  mutable std::mutex lock_;
+  std::shared_ptr<const MixerScene> program_;
+  std::shared_ptr<const MixerScene> preview_;
+  std::shared_ptr<const MixerScene> fire_;
+  std::shared_ptr<const ActiveTransition> active_;
+  bool fireInPreview_ = false;
+};
+
+}  // namespace tavorin

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Uuid.h"
+#include "core/model/RenderLayer.h"
+#include "switcher/TransitionKeyframe.h"
+
+namespace tavorin {
+
+// One source moved through keyframes over a custom transition.
+struct TransitionTrack {
+  Uuid id = Uuid::make();
+  std::string sourceID;
+  std::vector<TransitionKeyframe> keyframes;  // any order; sorted by time when drawn
+
+  // The track's layer at fraction `p` of the transition: held at the first and
+  // last keyframes outside their times, eased between neighbours in between.
+  // Nothing without keyframes.
+  std::optional<RenderLayer> layer(float p) const;
+
+  friend bool operator==(const TransitionTrack&, const TransitionTrack&) = default;
+};
+
+}  // namespace tavorin

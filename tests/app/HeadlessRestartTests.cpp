@@ -1,0 +1,100 @@
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "core/model/SceneJson.h"
+#include "support/ChildProcess.h"
+#include "support/TempDir.h"
+
+namespace tavorin {
+namespace {
+
+using testing::readFile;
+using testing::runProcess;
+using testing::TempDir;
+using testing::writeFile;
+
+std::optional<SessionState> readSession(const std::filesystem::path& file) {
+  try {
+    return nlohmann::json::parse(readFile(file)).get<SessionState>();
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+}
+
+SessionState sampleSession() {
+  SessionState session;
+  session.program = MixerScene::named("Program");
+  session.program.layers.push_back(LayerState::make("still:black"));
+  session.preview = MixerScene::named("Interview");
+  auto guest = LayerState::make("camera:guest");
+  guest.center = {0.25, 0.5};
+  guest.size = {0.5, 0.5};
+  session.preview.layers.push_back(guest);
+  session.transition = "slide";
+  session.duration = 1.25;
+  session.lockAspect = false;
+  return session;
+}
+
+class HeadlessApp : public ::testing::Test {
+ protected:
+  std::optional<int> run(std::vector<std::string> extra) {
+    std::vector<std::string> argv{TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string()};
+    argv.insert(argv.end(), extra.begin(), extra.end());
+    return runProcess(argv, show / "stderr.txt");
+  }
+
+  TempDir show;
+};
+
+TEST_F(HeadlessApp, RestartFindsSessionAndLayoutsAgain) {
+  const SessionState session = sampleSession();
+  std::vector<MixerScene> layouts{MixerScene::named("Opening"), MixerScene::named("Talk")};
+  layouts[1].layers.push_back(LayerState::make("camera:host"));
+  writeFile(show / "session.json", nlohmann::json(session).dump());
+  writeFile(show / "layouts.json", nlohmann::json(layouts).dump());
+
+  for (int launch = 0; launch < 2; ++launch) {
+    ASSERT_EQ(run({"--seconds", "0.3"}), 0) << readFile(show / "stderr.txt");
+    auto written = readSession(show / "session.json");
+    ASSERT_TRUE(written) << "launch " << launch << ": session.json does not decode";
+    EXPECT_EQ(*written, session) << "launch " << launch;
+  }
+  auto storedLayouts = nlohmann::json::parse(readFile(show / "layouts.json")).get<std::vector<MixerScene>>();
+  EXPECT_EQ(storedLayouts, layouts);
+  EXPECT_TRUE(std::filesystem::exists(show / "preferences.json"))
+      << "the migrations record that they ran in the show folder's preferences";
+}
+
+TEST_F(HeadlessApp, UnreadableSessionStartsEmptyAndQuitWritesADecodableOne) {
+  writeFile(show / "session.json", "{\"program\": {\"layers\": [");
+  ASSERT_EQ(run({"--seconds", "0.2"}), 0) << readFile(show / "stderr.txt");
+  auto written = readSession(show / "session.json");
+  ASSERT_TRUE(written);
+  EXPECT_TRUE(written->program.layers.empty());
+  EXPECT_EQ(written->transition, "crossfade");
+}
+
+TEST_F(HeadlessApp, TermSignalTakesTheQuitPath) {
+  std::vector<std::string> argv{TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string()};
+  testing::ChildProcess child(argv, show / "stderr.txt");
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  child.signal(SIGTERM);
+  EXPECT_EQ(child.wait(10), 0) << readFile(show / "stderr.txt");
+  EXPECT_TRUE(readSession(show / "session.json"));
+}
+
+TEST_F(HeadlessApp, BadArgumentsPrintUsageAndExitTwo) {
+  const std::vector<std::vector<std::string>> badArguments{{"--bogus"}, {"--seconds", "soon"}, {"--show-dir"}};
+  for (const auto& bad : badArguments) {
+    EXPECT_EQ(run(bad), 2) << bad[0];
+    EXPECT_NE(readFile(show / "stderr.txt").find("usage: tavorin"), std::string::npos);
+  }
+  EXPECT_FALSE(std::filesystem::exists(show / "session.json")) << "a refused launch writes nothing";
+}
+
+}  // namespace
+}  // namespace tavorin
