@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "switcher/LayerInterpolation.h"
-#include "switcher/StackOrder.h"
+#include "core/model/StackOrder.h"
 
 namespace tavorin {
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/model/StackOrder.h"
+
 namespace tavorin {
 
 std::vector<RenderLayer> MixerScene::renderLayers(double time, float opacity) const {
@@ -11,22 +13,14 @@ std::vector<RenderLayer> MixerScene::renderLayers(double time, float opacity) co
 }
 
 void MixerScene::appendRenderLayers(std::vector<RenderLayer>& out, double time, float opacity) const {
-  // Pointers into `layers` keep the sort from copying whole layers. A scene has
-  // dozens of layers at most, so the small index vector is cheap.
-  std::vector<const LayerState*> visible;
-  visible.reserve(layers.size());
-  for (const auto& layer : layers) {
-    if (!layer.hidden) visible.push_back(&layer);
-  }
-  std::stable_sort(visible.begin(), visible.end(),
-                   [](const LayerState* a, const LayerState* b) { return a->zOrder < b->zOrder; });
-  out.reserve(out.size() + visible.size());
-  for (const LayerState* layer : visible) {
-    RenderLayer r = layer->toRenderLayer();
-    layer->animation.apply(r, time);
+  out.reserve(out.size() + layers.size());
+  forEachInStackOrder(layers, [&](const LayerState& layer) {
+    if (layer.hidden) return;
+    RenderLayer r = layer.toRenderLayer();
+    layer.animation.apply(r, time);
     r.opacity *= opacity;
     out.push_back(std::move(r));
-  }
+  });
 }
 
 std::optional<MixerScene> MixerScene::verticalScene() const {
