@@ -69,58 +69,5 @@ TEST(RenderLayers, SceneIsNotChangedByRendering) {
   EXPECT_EQ(scene, before);
 }
 
-TEST(RenderLayers, AppendKeepsWhatIsAlreadyInTheList) {
-  MixerScene background;
-  background.layers = {layerAt("bg", 9)};
-  MixerScene overlay;
-  overlay.layers = {layerAt("fg2", 2), layerAt("fg1", 1)};
-  auto list = background.renderLayers(0, 1);
-  overlay.appendRenderLayers(list, 0, 1);
-  EXPECT_EQ(sourcesOf(list), (std::vector<std::string>{"bg", "fg1", "fg2"}));
-}
-
-TEST(RenderLayers, ToRenderLayerCopiesEveryDrawnField) {
-  LayerState layer = testing::populatedLayer();
-  const RenderLayer r = layer.toRenderLayer();
-  EXPECT_EQ(r.id, layer.id);
-  EXPECT_EQ(r.videoFilters, layer.videoFilters);
-  EXPECT_EQ(r.sourceID, layer.sourceID);
-  EXPECT_EQ(r.center, layer.center);
-  EXPECT_EQ(r.size, layer.size);
-  EXPECT_EQ(r.rotation, layer.rotation);
-  EXPECT_EQ(r.opacity, layer.opacity);
-  EXPECT_EQ(r.cropRect, layer.cropRect);
-  EXPECT_EQ(r.fill, layer.fill);
-  EXPECT_EQ(r.corners, layer.corners);
-  EXPECT_EQ(r.borderColor, layer.borderColor);
-  EXPECT_EQ(r.borderWidth, layer.borderWidth);
-  EXPECT_EQ(r.shadowOpacity, layer.shadowOpacity);
-  EXPECT_EQ(r.shadowRadius, layer.shadowRadius);
-  EXPECT_EQ(r.shadowOffset, layer.shadowOffset);
-  EXPECT_EQ(r.flipHorizontal, layer.flipHorizontal);
-  EXPECT_EQ(r.flipVertical, layer.flipVertical);
-  EXPECT_EQ(r.keyMode, layer.keyMode);
-  EXPECT_EQ(r.keyColor, layer.keyColor);
-  EXPECT_EQ(r.keyThreshold, layer.keyThreshold);
-  EXPECT_EQ(r.keySmoothness, layer.keySmoothness);
-  EXPECT_EQ(r.segmentationQuality, layer.segmentationQuality);
-  EXPECT_EQ(r.segmentationSmoothing, layer.segmentationSmoothing);
-  EXPECT_EQ(r.backgroundBlur, layer.backgroundBlur);
-  EXPECT_EQ(r.cornerPin, layer.cornerPin);
-  EXPECT_EQ(r.maskMode, layer.maskMode);
-  EXPECT_EQ(r.maskPolygons, layer.maskPolygons);
-}
-
-TEST(RenderLayers, VisibleLayerIsDrawnAsItsFieldCopy) {
-  MixerScene scene;
-  LayerState layer = testing::populatedLayer();
-  layer.hidden = false;
-  layer.animation = {};  // no motion, so the drawn copy is the plain one
-  scene.layers = {layer};
-  const auto drawn = scene.renderLayers(0, 1);
-  ASSERT_EQ(drawn.size(), 1u);
-  EXPECT_EQ(drawn[0], layer.toRenderLayer());
-}
-
 }  // namespace
 }  // namespace tavorin
