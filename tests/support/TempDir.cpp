@@ -31,4 +31,8 @@ void writeFile(const std::filesystem::path& path, const std::string& contents) {
   out << contents;
 }
 
+std::size_t entriesIn(const std::filesystem::path& folder) {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
 }  // namespace tavorin::testing

@@ -24,5 +24,7 @@ class TempDir {
 // Whole-file helpers for tests that write bad files or read what the system wrote.
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& contents);
+// How many entries a folder holds (a stray temporary file shows up here).
+std::size_t entriesIn(const std::filesystem::path& folder);
 
 }  // namespace tavorin::testing

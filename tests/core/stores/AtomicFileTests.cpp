@@ -8,13 +8,10 @@
 namespace tavorin {
 namespace {
 
+using testing::entriesIn;
 using testing::readFile;
 using testing::TempDir;
 using testing::writeFile;
-
-std::size_t entriesIn(const std::filesystem::path& folder) {
-  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
 
 TEST(AtomicFileTests, ReplacesTheFileAndLeavesNoTemporaryBehind) {
   TempDir dir;
