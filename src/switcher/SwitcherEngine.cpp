@@ -9,6 +9,17 @@ namespace tavorin {
 
 namespace {
 
+// True when the group has layers and every one of them has `flag` set.
+bool everyMemberHas(const MixerScene& scene, const Uuid& groupID, bool LayerState::*flag) {
+  bool any = false;
+  for (const auto& layer : scene.layers) {
+    if (layer.groupID != groupID) continue;
+    if (!(layer.*flag)) return false;
+    any = true;
+  }
+  return any;
+}
+
 int topZOrder(const MixerScene& scene) {
   int top = 0;
   bool any = false;
@@ -617,25 +628,9 @@ void SwitcherEngine::setGroupLocked(Uuid id, bool locked) {
   publishSnapshot();
 }
 
-bool SwitcherEngine::isGroupLocked(Uuid id) const {
-  bool any = false;
-  for (const auto& layer : previewScene->layers) {
-    if (layer.groupID != id) continue;
-    if (!layer.locked) return false;
-    any = true;
-  }
-  return any;
-}
+bool SwitcherEngine::isGroupLocked(Uuid id) const { return everyMemberHas(previewScene.get(), id, &LayerState::locked); }
 
-bool SwitcherEngine::isGroupHidden(Uuid id) const {
-  bool any = false;
-  for (const auto& layer : previewScene->layers) {
-    if (layer.groupID != id) continue;
-    if (!layer.hidden) return false;
-    any = true;
-  }
-  return any;
-}
+bool SwitcherEngine::isGroupHidden(Uuid id) const { return everyMemberHas(previewScene.get(), id, &LayerState::hidden); }
 
 void SwitcherEngine::ungroup(Uuid id) {
   previewScene.modify([&](MixerScene& s) {

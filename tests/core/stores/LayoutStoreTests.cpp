@@ -11,16 +11,9 @@ namespace {
 
 using testing::fileState;
 using testing::readFile;
+using testing::sceneWith;
 using testing::TempDir;
 using testing::writeFile;
-
-MixerScene sceneWith(std::string name, std::string sourceID) {
-  auto scene = MixerScene::named(std::move(name));
-  LayerState layer;
-  layer.sourceID = std::move(sourceID);
-  scene.layers.push_back(layer);
-  return scene;
-}
 
 std::vector<MixerScene> onDisk(const std::filesystem::path& path) {
   return nlohmann::json::parse(readFile(path)).get<std::vector<MixerScene>>();

@@ -16,11 +16,9 @@ using testing::readFile;
 using testing::TempDir;
 using testing::writeFile;
 
+// Grouped, so the migration's move of groups into the vertical design shows.
 MixerScene sceneWith(std::string name, std::string sourceID) {
-  auto scene = MixerScene::named(std::move(name));
-  LayerState layer;
-  layer.sourceID = std::move(sourceID);
-  scene.layers.push_back(layer);
+  auto scene = testing::sceneWith(std::move(name), std::move(sourceID));
   scene.groups.push_back(LayerGroup{.id = Uuid::make(), .name = "G " + scene.name});
   return scene;
 }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "core/model/MixerScene.h"
 #include "support/TempDir.h"
 
 namespace tavorin::testing {
@@ -22,6 +23,13 @@ inline FileState fileState(const std::filesystem::path& path) {
   struct stat info {};
   if (::stat(path.c_str(), &info) != 0) return {};
   return {static_cast<std::uintmax_t>(info.st_ino), readFile(path)};
+}
+
+// A scene of one layer showing `sourceID`.
+inline MixerScene sceneWith(std::string name, std::string sourceID) {
+  auto scene = MixerScene::named(std::move(name));
+  scene.layers.push_back(LayerState::make(std::move(sourceID)));
+  return scene;
 }
 
 }  // namespace tavorin::testing
