@@ -4,7 +4,7 @@
 
 namespace tavorin {
 
-class PixelBuffer;
+class PixelBuffer;  // base/PixelBuffer.h
 
 // A source's picture at one moment: a retained BGRA image and its capture time
 // in host seconds. Crosses threads by reference.

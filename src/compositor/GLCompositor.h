@@ -1,0 +1,62 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/PixelBufferPool.h"
+#include "compositor/BackgroundBlur.h"
+#include "compositor/GLTextures.h"
+#include "compositor/PolygonMaskCache.h"
+#include "compositor/QuadRenderer.h"
+#include "compositor/RenderTarget.h"
+#include "core/model/RenderLayer.h"
+#include "platform/gl/GLContext.h"
+
+namespace tavorin {
+
+// The texture of a layer's source (filters applied), or nothing when the
+// source is unknown or has no frame.
+using FrameProvider = std::function<std::optional<LayerTexture>(const RenderLayer&)>;
+// The newest person mask of a source, or nothing.
+using MaskProvider = std::function<std::optional<LayerTexture>(const std::string& sourceID)>;
+
+// Draws one plan into a target: layers bottom to top over opaque black, each
+// with its shadow, blurred background when person-keyed, and main quad.
+// Driven by one thread at a time with the context current.
+class GLCompositor {
+ public:
+  // Throws GLFailure when a program does not build.
+  GLCompositor(const GLContext& context, int canvasWidth, int canvasHeight);
+
+  int canvasWidth() const { return canvasWidth_; }
+  int canvasHeight() const { return canvasHeight_; }
+  void setCanvasSize(int width, int height);
+
+  // A pool of canvas-sized buffers for composed frames.
+  std::unique_ptr<PixelBufferPool> makePool() const;
+
+  // Records the drawing; waits for nothing.
+  void render(const RenderPlan& plan, const RenderTarget& target, const FrameProvider& frameProvider,
+              const MaskProvider& maskProvider);
+
+  const PolygonMaskCache& masks() const { return masks_; }
+  const BackgroundBlur& blur() const { return blur_; }
+
+ private:
+  void drawLayer(const RenderLayer& layer, const LayerTexture& frame, const MaskProvider& maskProvider, float aspect);
+  void drawPinnedLayer(const RenderLayer& layer, const LayerTexture& frame, const MaskProvider& maskProvider);
+  // Mask mode for the shader and its texture (0 when unmasked).
+  std::pair<float, GLuint> polygonMask(const RenderLayer& layer);
+
+  int canvasWidth_;
+  int canvasHeight_;
+  QuadRenderer renderer_;
+  BackgroundBlur blur_;
+  PolygonMaskCache masks_;
+  // This frame's blurred backgrounds by source; reused across frames to keep its storage.
+  std::unordered_map<std::string, LayerTexture> blurred_;
+};
+
+}  // namespace tavorin
