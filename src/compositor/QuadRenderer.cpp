@@ -1,28 +1,79 @@
 #include "compositor/QuadRenderer.h"
 
+#include <string>
+
+#include "compositor/QuadGeometry.h"
 #include "compositor/ShaderSources.h"
 #include "platform/gl/GLProgram.h"
 
 namespace tavorin {
 
-QuadRenderer::QuadRenderer(const GLContext& context)
-    : quadProgram_(buildProgram(context, "quad_vertex", shaders::quad_vertex, "quad_fragment", shaders::quad_fragment)),
-      shadowProgram_(buildProgram(context, "decoration_vertex", shaders::decoration_vertex, "shadow_fragment",
-                                  shaders::shadow_fragment)),
-      emptyVertexArray_(makeVertexArray()) {
-  const GLuint quad = quadProgram_.get();
-  quadTransform_ = glGetUniformLocation(quad, "uTransform");
-  quadParams_ = glGetUniformLocation(quad, "uParams");
-  quadViewFlip_ = glGetUniformLocation(quad, "uViewFlip");
-  glUseProgram(quad);
-  glUniform1i(glGetUniformLocation(quad, "uSource"), 0);
-  glUniform1i(glGetUniformLocation(quad, "uPersonMask"), 1);
-  glUniform1i(glGetUniformLocation(quad, "uPolygonMask"), 2);
-  const GLuint shadow = shadowProgram_.get();
-  shadowTransform_ = glGetUniformLocation(shadow, "uTransform");
-  shadowParams_ = glGetUniformLocation(shadow, "uParams");
-  shadowViewFlip_ = glGetUniformLocation(shadow, "uViewFlip");
+namespace {
+
+enum VariantBit : unsigned {
+  kChromaKey = 1,
+  kPersonKey = 2,
+  kRounded = 4,
+  kBorder = 8,
+  kPolygonMask = 16,
+  kFlips = 32,
+};
+
+std::string definesFor(unsigned variant) {
+  auto line = [&](const char* name, unsigned bit) {
+    return std::string("#define ") + name + ((variant & bit) != 0 ? " 1\n" : " 0\n");
+  };
+  return line("CHROMA_KEY", kChromaKey) + line("PERSON_KEY", kPersonKey) + line("ROUNDED", kRounded) +
+         line("BORDER", kBorder) + line("POLYGON_MASK", kPolygonMask) + line("FLIPS", kFlips);
+}
+
+}  // namespace
+
+QuadRenderer::Program QuadRenderer::locate(GLProgramHandle handle) {
+  Program program;
+  const GLuint name = handle.get();
+  program.transform = glGetUniformLocation(name, "uTransform");
+  program.params = glGetUniformLocation(name, "uParams");
+  program.viewFlip = glGetUniformLocation(name, "uViewFlip");
+  glUseProgram(name);
+  if (GLint at = glGetUniformLocation(name, "uSource"); at >= 0) glUniform1i(at, 0);
+  if (GLint at = glGetUniformLocation(name, "uPersonMask"); at >= 0) glUniform1i(at, 1);
+  if (GLint at = glGetUniformLocation(name, "uPolygonMask"); at >= 0) glUniform1i(at, 2);
   glUseProgram(0);
+  program.handle = std::move(handle);
+  return program;
+}
+
+QuadRenderer::QuadRenderer(const GLContext& context)
+    : context_(context),
+      shadowProgram_(locate(buildProgram(context, "decoration_vertex", shaders::decoration_vertex, "shadow_fragment",
+                                         shaders::shadow_fragment))),
+      emptyVertexArray_(makeVertexArray()) {
+  // The plain variant and the one with every effect: any shader error shows at start.
+  quadProgram(0);
+  quadProgram(kVariantCount - 1 - kPersonKey);
+}
+
+QuadRenderer::Program& QuadRenderer::quadProgram(unsigned variant) {
+  Program& program = quadPrograms_[variant];
+  if (!program.handle) {
+    program = locate(buildProgram(context_, "quad_vertex", shaders::quad_vertex, "quad_fragment",
+                                  shaders::quad_fragment, definesFor(variant)));
+  }
+  return program;
+}
+
+unsigned QuadRenderer::variantOf(const QuadUniforms& u) {
+  unsigned variant = 0;
+  const float keyMode = u.keyParams[0];
+  if (keyMode > 0.5f) variant |= keyMode < 1.5f ? kChromaKey : kPersonKey;
+  for (float r : u.corners) {
+    if (r > kEffectEpsilon) variant |= kRounded;
+  }
+  if (u.misc[1] > kEffectEpsilon) variant |= kBorder;
+  if (u.maskParams[0] > 0.5f) variant |= kPolygonMask;
+  if (u.misc[3] > 0.5f) variant |= kFlips;
+  return variant;
 }
 
 void QuadRenderer::begin(float viewFlip) {
@@ -37,10 +88,11 @@ void QuadRenderer::begin(float viewFlip) {
 }
 
 void QuadRenderer::drawQuad(const QuadUniforms& u, GLuint source, GLuint personMask, GLuint polygonMask) {
-  glUseProgram(quadProgram_.get());
-  glUniformMatrix4fv(quadTransform_, 1, GL_FALSE, u.transform.data());
-  glUniform4fv(quadParams_, 10, u.crop.data());
-  glUniform1f(quadViewFlip_, viewFlip_);
+  const Program& program = quadProgram(variantOf(u));
+  glUseProgram(program.handle.get());
+  glUniformMatrix4fv(program.transform, 1, GL_FALSE, u.transform.data());
+  glUniform4fv(program.params, 10, u.crop.data());
+  glUniform1f(program.viewFlip, viewFlip_);
   glActiveTexture(GL_TEXTURE2);
   glBindTexture(GL_TEXTURE_2D, polygonMask);
   glActiveTexture(GL_TEXTURE1);
@@ -51,10 +103,10 @@ void QuadRenderer::drawQuad(const QuadUniforms& u, GLuint source, GLuint personM
 }
 
 void QuadRenderer::drawShadow(const DecorationUniforms& u) {
-  glUseProgram(shadowProgram_.get());
-  glUniformMatrix4fv(shadowTransform_, 1, GL_FALSE, u.transform.data());
-  glUniform4fv(shadowParams_, 4, u.color.data());
-  glUniform1f(shadowViewFlip_, viewFlip_);
+  glUseProgram(shadowProgram_.handle.get());
+  glUniformMatrix4fv(shadowProgram_.transform, 1, GL_FALSE, u.transform.data());
+  glUniform4fv(shadowProgram_.params, 4, u.color.data());
+  glUniform1f(shadowProgram_.viewFlip, viewFlip_);
   glDrawArrays(GL_TRIANGLES, 0, 6);
 }
 

@@ -8,9 +8,10 @@
 namespace tavorin::testing {
 
 GLContext& testContext() {
-  static GLContext context;
-  context.makeCurrent();
-  return context;
+  // Never torn down: unloading the driver at exit is not ours to test.
+  static GLContext* context = new GLContext;
+  context->makeCurrent();
+  return *context;
 }
 
 Rgba pixelAt(const PixelBuffer& buffer, int x, int y) {

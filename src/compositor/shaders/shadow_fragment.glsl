@@ -31,6 +31,8 @@ void main() {
   vec2 p = vec2((2.0 * vQuad.x - 1.0) * (0.5 * aspect + pad), (2.0 * vQuad.y - 1.0) * (0.5 + pad));
   float distance = roundedBoxDistance(p - offset, vec2(0.5 * aspect, 0.5), uParams[3]);
   float sigma = max(radius * 0.5, 0.0001);
-  float coverage = 0.5 - 0.5 * erfApprox(distance / (sigma * 1.41421356));
+  // Beyond three sigmas the falloff is flat; most of a large shadow is there.
+  float scaled = distance / (sigma * 1.41421356);
+  float coverage = scaled <= -2.2 ? 1.0 : (scaled >= 2.2 ? 0.0 : 0.5 - 0.5 * erfApprox(scaled));
   fragColor = (vec4(color.rgb, 1.0) * color.a * coverage).bgra;
 }

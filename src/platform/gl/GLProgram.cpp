@@ -19,10 +19,11 @@ std::string infoLog(GLuint object, bool isProgram) {
 }
 
 // Returns 0 and fills error on failure.
-GLuint compile(GLenum stage, const std::string& preamble, const char* source, std::string& error) {
+GLuint compile(GLenum stage, const std::string& preamble, const std::string& defines, const char* source,
+               std::string& error) {
   GLuint shader = glCreateShader(stage);
-  const char* parts[] = {preamble.c_str(), source};
-  glShaderSource(shader, 2, parts, nullptr);
+  const char* parts[] = {preamble.c_str(), defines.c_str(), source};
+  glShaderSource(shader, 3, parts, nullptr);
   glCompileShader(shader);
   GLint ok = 0;
   glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
@@ -37,12 +38,13 @@ GLuint compile(GLenum stage, const std::string& preamble, const char* source, st
 }  // namespace
 
 GLProgramHandle buildProgram(const GLContext& context, const std::string& vertexName, const char* vertexSource,
-                             const std::string& fragmentName, const char* fragmentSource) {
+                             const std::string& fragmentName, const char* fragmentSource,
+                             const std::string& fragmentDefines) {
   const std::string prefix = "Failed to create pipeline " + vertexName + "/" + fragmentName + ": ";
   std::string error;
-  GLuint vertex = compile(GL_VERTEX_SHADER, context.shaderPreamble(), vertexSource, error);
+  GLuint vertex = compile(GL_VERTEX_SHADER, context.shaderPreamble(), {}, vertexSource, error);
   if (vertex == 0) throw GLFailure(prefix + error);
-  GLuint fragment = compile(GL_FRAGMENT_SHADER, context.shaderPreamble(), fragmentSource, error);
+  GLuint fragment = compile(GL_FRAGMENT_SHADER, context.shaderPreamble(), fragmentDefines, fragmentSource, error);
   if (fragment == 0) {
     glDeleteShader(vertex);
     throw GLFailure(prefix + error);
