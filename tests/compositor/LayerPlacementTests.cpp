@@ -1,11 +1,21 @@
 #include <numbers>
 
 #include "compositor/CompositorTestSupport.h"
+#include "compositor/LayerUniforms.h"
 
 namespace tavorin::testing {
 namespace {
 
 using LayerPlacement = CompositorTest;
+
+TEST(LayerBoxes, WideFrameOnTheVerticalCanvasKeepsItsAspect) {
+  RenderLayer layer;
+  const LayerBox box = layerBox(layer, 1920, 1080, 1080.0f / 1920.0f);
+  EXPECT_FLOAT_EQ(box.width, 1.0f);
+  EXPECT_FLOAT_EQ(box.height, 0.31640625f);
+  layer.fill = true;
+  EXPECT_FLOAT_EQ(layerBox(layer, 1920, 1080, 1080.0f / 1920.0f).height, 1.0f);
+}
 
 TEST_F(LayerPlacement, EmptyPlanIsOpaqueBlack) {
   auto out = compose(RenderPlan{});
