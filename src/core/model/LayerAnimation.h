@@ -30,6 +30,10 @@ struct LayerAnimation {
   friend bool operator==(const LayerAnimation&, const LayerAnimation&) = default;
 };
 
+// Moves a layer's copy a fraction `f` (0 at rest, 1 fully away) along an
+// enter or exit move; f is clamped to 0..1.
+void applyMove(LayerAnimation::Move move, RenderLayer& layer, double f);
+
 template <>
 struct EnumNames<LayerAnimation::Kind> {
   using K = LayerAnimation::Kind;
