@@ -19,8 +19,9 @@ void FrameReadback::release(Slot& slot) {
   slot.fence = nullptr;
 }
 
-void FrameReadback::begin(const RenderTarget& target) {
-  if (pending_ == kDepth) {
+bool FrameReadback::begin(const RenderTarget& target) {
+  const bool kept = pending_ < kDepth;
+  if (!kept) {
     release(slots_[oldest_]);
     oldest_ = (oldest_ + 1) % kDepth;
     --pending_;
@@ -39,6 +40,7 @@ void FrameReadback::begin(const RenderTarget& target) {
   slot.fence = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
   glFlush();
   ++pending_;
+  return kept;
 }
 
 PixelBufferRef FrameReadback::collect(PixelBufferPool& pool, bool wait) {

@@ -24,8 +24,8 @@ class FrameReadback {
   int height() const { return height_; }
 
   // Queues the copy of the target's pixels. When every slot is still in
-  // flight the oldest is given up rather than waited for.
-  void begin(const RenderTarget& target);
+  // flight the oldest is given up rather than waited for; returns false then.
+  bool begin(const RenderTarget& target);
 
   // The oldest queued frame whose copy has finished, in a buffer from
   // `pool`; null when none has finished (or the pool is dry). With `wait`,

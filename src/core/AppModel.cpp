@@ -53,6 +53,8 @@ AppModel::AppModel(AppEnvironment environment)
       switcher(SwitcherEngine::Role::main, queue_),
       verticalSwitcher(SwitcherEngine::Role::vertical, queue_),
       studioSwitcher(SwitcherEngine::Role::studio, queue_),
+      sourceLifecycle(queue_, sourceMap, {switcher, verticalSwitcher, studioSwitcher},
+                      [this](std::string line) { appendLog(std::move(line)); }),
       layoutStore(showFolder_, "layouts.json"),
       editCanvas(readEditCanvas(preferences_)),
       layoutSyncHorizontal(preferences_.boolOr(prefkey::layoutSyncH, true)),
@@ -92,12 +94,39 @@ void AppModel::start() {
   restoreSession();
   restoreStudioMode();
   subscribeSessionSaver();
+  sourceLifecycle.start();
+  std::weak_ptr<AppModel*> weakSelf = self_;
+  queue_.post([weakSelf] {
+    if (auto self = weakSelf.lock()) (*self)->restoreSources();
+  });
 }
 
 void AppModel::bindSwitcherClosures() {
   switcher.canvasPixelSize = [this]() -> std::optional<Size> { return pixelSize(canvasSize.get()); };
   studioSwitcher.canvasPixelSize = switcher.canvasPixelSize;
   verticalSwitcher.canvasPixelSize = []() -> std::optional<Size> { return kVerticalCanvasPixels; };
+  auto sourcePixelSize = [this](const std::string& sourceID) -> std::optional<Size> {
+    const Size size = sourceMap.frameSize(sourceID);
+    if (size.width <= 0 || size.height <= 0) return std::nullopt;
+    return size;
+  };
+  for (SwitcherEngine* engine : {&switcher, &verticalSwitcher, &studioSwitcher}) {
+    engine->sourcePixelSize = sourcePixelSize;
+  }
+}
+
+void AppModel::restoreSources() {
+  const auto entries = sourcesStore.saved.get();
+  for (const auto& entry : entries) {
+    if (sourceLifecycle.find(entry.id)) continue;
+    // A source that can't be built now stays stored and returns when what it needs does.
+    if (auto source = sourceFactory.make(entry)) sourceLifecycle.addSource(std::move(source));
+  }
+}
+
+void AppModel::removeSource(const std::string& id) {
+  sourceLifecycle.removeSource(id);
+  sourcesStore.remove(id);
 }
 
 void AppModel::runMigrations() {

@@ -12,6 +12,7 @@
 #include "base/Published.h"
 #include "base/Uuid.h"
 #include "core/CanvasSize.h"
+#include "core/SourceLifecycle.h"
 #include "core/model/MixerScene.h"
 #include "core/model/SessionState.h"
 #include "core/model/TransitionKind.h"
@@ -20,6 +21,8 @@
 #include "core/stores/SessionStore.h"
 #include "core/stores/ShowFolder.h"
 #include "core/stores/SourcesStore.h"
+#include "sources/SourceFactory.h"
+#include "sources/SourceMap.h"
 #include "switcher/SwitcherEngine.h"
 
 namespace tavorin {
@@ -62,6 +65,11 @@ class AppModel {
   void take(SwitcherEngine& target, std::optional<TransitionKind> kind = std::nullopt);
   void cut(SwitcherEngine& target);
   void loadLayout(const MixerScene& scene);
+  // Sources: the lifecycle's own operations, and removal, which also forgets the stored entry.
+  bool addSource(std::shared_ptr<BaseSource> source) { return sourceLifecycle.addSource(std::move(source)); }
+  void removeSource(const std::string& id);
+  void restartSource(const std::string& id) { sourceLifecycle.restartSource(id); }
+  bool isParked(const std::string& id) const { return sourceLifecycle.isParked(id); }
 
   SessionState currentSession() const;
   const ShowFolder& showFolder() const { return showFolder_; }
@@ -75,6 +83,12 @@ class AppModel {
   SwitcherEngine switcher;
   SwitcherEngine verticalSwitcher;
   SwitcherEngine studioSwitcher;
+  // The frame clock's map of the sources; the lifecycle keeps it in step with `sources`.
+  SourceMap sourceMap;
+  SourceFactory sourceFactory;
+  SourceLifecycle sourceLifecycle;
+  Published<SourceLifecycle::SourceList>& sources = sourceLifecycle.sources;
+  Published<std::set<std::string>>& studioWakeIDs = sourceLifecycle.studioWakeIDs;
   LayoutStore layoutStore;
   Published<EditCanvas> editCanvas;
   Published<bool> layoutSyncHorizontal;
@@ -97,6 +111,8 @@ class AppModel {
   struct LayoutWriteBack;
 
   void bindSwitcherClosures();
+  // Rebuilds the stored sources that are not in the show yet, in stored order.
+  void restoreSources();
   void runMigrations();
   void subscribeSelectionExclusivity();
   void subscribeLayoutWriteBack(SwitcherEngine& source, std::vector<Uuid>& lastStructure, bool vertical);
@@ -108,6 +124,8 @@ class AppModel {
   std::unique_ptr<Debouncer> sessionSaver_;
   std::vector<Subscription> subscriptions_;
   bool started_ = false;
+  // Tasks posted to the main queue hold this weakly and do nothing once the model is gone.
+  std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
 };
 
 }  // namespace tavorin

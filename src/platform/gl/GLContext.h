@@ -17,7 +17,8 @@ class GLContext {
   GLContext(const GLContext&) = delete;
   GLContext& operator=(const GLContext&) = delete;
 
-  void makeCurrent();
+  // False when the context is current on another thread.
+  bool makeCurrent();
   void releaseCurrent();
 
   bool isES() const { return es_; }

@@ -1,0 +1,77 @@
+#include "compositor/CanvasPipeline.h"
+
+namespace tavorin {
+
+CanvasPipeline::CanvasPipeline(int width, int height, std::size_t minimumBuffers)
+    : target_(width, height), readback_(width, height), pool_(width, height, minimumBuffers) {}
+
+void CanvasPipeline::invalidate() { valid_ = false; }
+
+void CanvasPipeline::gatherFrames(const RenderPlan& plan, const SourceMap::Map& sources) {
+  frames_.clear();
+  generations_.clear();
+  for (const RenderLayer& layer : plan.layers) {
+    PixelBufferRef frame;
+    if (auto it = sources.find(layer.sourceID); it != sources.end() && it->second) {
+      if (std::optional<Frame> latest = it->second->latestFrame()) frame = std::move(latest->pixelBuffer);
+    }
+    generations_.push_back(frame ? frame->generation() : 0);
+    frames_.push_back(std::move(frame));
+  }
+}
+
+void CanvasPipeline::collectFinished() {
+  while (readback_.pendingCount() > 0) {
+    PixelBufferRef done = readback_.collect(pool_);
+    if (!done) break;
+    newest_ = std::move(done);
+  }
+}
+
+PixelBufferRef CanvasPipeline::produce(GLCompositor& compositor, const RenderPlan& plan,
+                                       const SourceMap::Map& sources, SourceTextureCache& cache,
+                                       const MaskProvider& maskProvider) {
+  drew_ = false;
+  if (plan.layers.empty() || !target_.complete()) {
+    valid_ = false;
+    newest_.reset();
+    frames_.clear();
+    return nullptr;
+  }
+  gatherFrames(plan, sources);
+  const bool unchanged = valid_ && generations_ == lastGenerations_ && plan == lastPlan_;
+  if (!unchanged) {
+    // The provider finds each layer's frame by its place in the plan, so what
+    // is drawn is exactly what was compared.
+    cache_ = &cache;
+    firstLayer_ = plan.layers.data();
+    FrameProvider provider = [this](const RenderLayer& layer) -> std::optional<LayerTexture> {
+      const PixelBufferRef& frame = frames_[static_cast<std::size_t>(&layer - firstLayer_)];
+      if (!frame) return std::nullopt;
+      const LayerTexture texture = cache_->textureFor(layer.sourceID, *frame);
+      if (texture.texture == 0) return std::nullopt;
+      return texture;
+    };
+    compositor.render(plan, target_, provider, maskProvider);
+    readback_.begin(target_);
+    lastPlan_ = plan;
+    lastGenerations_.swap(generations_);
+    valid_ = true;
+    drew_ = true;
+  }
+  frames_.clear();
+  collectFinished();
+  return newest_;
+}
+
+}  // namespace tavorin
+
+namespace tavorin {
+
+PixelBufferRef CanvasPipeline::readTarget(bool drawnAnew) {
+  if (drawnAnew) readback_.begin(target_);
+  collectFinished();
+  return newest_;
+}
+
+}  // namespace tavorin

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "base/PixelBufferPool.h"
+#include "compositor/FrameReadback.h"
+#include "compositor/GLCompositor.h"
+#include "compositor/RenderTarget.h"
+#include "compositor/SourceTextureCache.h"
+#include "sources/SourceMap.h"
+
+namespace tavorin {
+
+// One canvas on the render thread: its target, readback and pool, and what
+// it drew last. A plan equal to the last one over the very same source
+// frames cannot change the picture, so it is not drawn again: the newest
+// composed buffer is handed out once more, by reference.
+class CanvasPipeline {
+ public:
+  CanvasPipeline(int width, int height, std::size_t minimumBuffers = PixelBufferPool::kMinimumBufferCount);
+
+  int width() const { return target_.width(); }
+  int height() const { return target_.height(); }
+
+  // Draws the plan (or skips it) and returns the newest composed buffer,
+  // which may be the previous tick's while the GPU finishes this one. Null
+  // for an empty plan or before a first frame is ready.
+  PixelBufferRef produce(GLCompositor& compositor, const RenderPlan& plan, const SourceMap::Map& sources,
+                         SourceTextureCache& cache, const MaskProvider& maskProvider);
+
+  // The target of the last drawing, for a second pass over the same picture.
+  const RenderTarget& target() const { return target_; }
+  // For a target drawn by someone else: reads it back when `drawnAnew`, and
+  // returns the newest finished frame.
+  PixelBufferRef readTarget(bool drawnAnew);
+  // True when the last produce() drew rather than reused.
+  bool drewLastTime() const { return drew_; }
+  // Forgets the last picture: the next plan is drawn whatever it is.
+  void invalidate();
+
+ private:
+  void gatherFrames(const RenderPlan& plan, const SourceMap::Map& sources);
+  void collectFinished();
+
+  RenderTarget target_;
+  FrameReadback readback_;
+  PixelBufferPool pool_;
+  RenderPlan lastPlan_;
+  std::vector<std::uint64_t> lastGenerations_;
+  // This tick's frames, one per layer of the plan, and their generations.
+  std::vector<PixelBufferRef> frames_;
+  std::vector<std::uint64_t> generations_;
+  PixelBufferRef newest_;
+  // Set for the span of one drawing, so the provider captures only `this`.
+  SourceTextureCache* cache_ = nullptr;
+  const RenderLayer* firstLayer_ = nullptr;
+  bool drew_ = false;
+  bool valid_ = false;
+};
+
+}  // namespace tavorin

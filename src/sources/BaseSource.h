@@ -1,0 +1,81 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "core/model/Frame.h"
+#include "sources/SourceKind.h"
+
+namespace tavorin {
+
+// Everything that yields video. A source produces on its own thread at its own
+// rate and overwrites one slot with its newest frame; the frame clock reads
+// that slot on every tick and never waits. Lifecycle calls (start, stop, the
+// hooks below) and the display name belong to the main thread.
+class BaseSource {
+ public:
+  // Called on the main thread when a start has finished: nothing, or what went wrong.
+  using StartDone = std::function<void(std::optional<std::string> error)>;
+
+  BaseSource(std::string id, std::string displayName, SourceKind kind);
+  virtual ~BaseSource();
+  BaseSource(const BaseSource&) = delete;
+  BaseSource& operator=(const BaseSource&) = delete;
+
+  const std::string& id() const { return id_; }
+  SourceKind kind() const { return kind_; }
+  const std::string& displayName() const { return displayName_; }
+  void setDisplayName(std::string name) { displayName_ = std::move(name); }
+  // True while the source produces or is able to produce.
+  bool isRunning() const { return running_.load(std::memory_order_relaxed); }
+
+  // A retained copy of the newest frame; nothing before the first.
+  std::optional<Frame> latestFrame() const;
+  // Wall-clock stamp (wallClockNow) of the last publish; 0 before the first.
+  double lastFrameAt() const;
+  // The only way a frame enters a source: replaces the slot, copies no pixels.
+  // Any thread.
+  void publish(Frame frame);
+
+  // Begins producing. Slow work runs off the main thread; `done` comes back on it.
+  virtual void start(StartDone done) = 0;
+  virtual void stop() = 0;
+
+  // Hooks of the lifecycle; a kind overrides those that apply to it.
+
+  // Nothing has used the source for a while: free what it holds (it may stay running).
+  virtual void park() {}
+  // In use again while running: bring back what park() let go.
+  virtual void resume() {}
+  // False for sources that hold nothing worth freeing (stills, text, shapes):
+  // the operator never sees them as parked.
+  virtual bool canPark() const { return true; }
+  // Told on every reconcile whether a scene or cue uses the source.
+  virtual void setLive(bool /*live*/) {}
+  // Sources whose capture can stop without an error, watched for silence by the stall check.
+  virtual bool superviseStalls() const { return false; }
+  // True when restartCapture() replaces stop-and-start for a restart or a wake.
+  virtual bool restartsItself() const { return false; }
+  // Tears the capture down and builds it again, finishing on its own thread.
+  virtual void restartCapture() {}
+
+ protected:
+  // Main thread, apart from the cases a kind documents.
+  void setRunning(bool running) { running_.store(running, std::memory_order_relaxed); }
+
+ private:
+  const std::string id_;
+  const SourceKind kind_;
+  std::string displayName_;
+  std::atomic<bool> running_{false};
+
+  // Guards the slot only, and is held only for a copy or a swap.
+  mutable std::mutex lock_;
+  std::optional<Frame> latestFrame_;
+  double lastFrameAt_ = 0;
+};
+
+}  // namespace tavorin

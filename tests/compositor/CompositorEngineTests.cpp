@@ -1,0 +1,116 @@
+#include <chrono>
+#include <thread>
+
+#include "compositor/CompositorEngine.h"
+#include "compositor/CompositorTestSupport.h"
+#include "sources/StaticSource.h"
+
+namespace tavorin::testing {
+namespace {
+
+class EngineTest : public ::testing::Test {
+ protected:
+  EngineTest() : context(testContext()), engine(context) {
+    context.makeCurrent();
+    auto still = std::make_shared<StaticSource>("image:red", "Red", solidFrame(64, 36, kRed));
+    engine.sources.set("image:red", still);
+    engine.onProgramFrame = [this](const PixelBufferRef& buffer, double) { programFrames.push_back(buffer); };
+    engine.vcamSink = [this](const PixelBufferRef& buffer, double) { cameraFrames.push_back(buffer); };
+  }
+
+  void showRed() {
+    engine.programPlanProvider = [](double) { return RenderPlan{{layerOf("image:red")}}; };
+  }
+
+  GLContext& context;
+  CompositorEngine engine;
+  std::vector<PixelBufferRef> programFrames;
+  std::vector<PixelBufferRef> cameraFrames;
+};
+
+TEST_F(EngineTest, GateDropsCallbacksCloserThanOneSixtyFirst) {
+  engine.onRefresh(10.0);
+  engine.onRefresh(10.0 + 0.01640);
+  EXPECT_EQ(engine.tickCount(), 2u);
+  engine.onRefresh(10.0 + 0.01640 + 0.01639);
+  EXPECT_EQ(engine.tickCount(), 2u);
+  EXPECT_EQ(engine.measuredFPS(), 0.0) << "no whole second since the first tick";
+  // A 120 Hz display ticks on every second callback.
+  for (int i = 1; i <= 10; ++i) engine.onRefresh(20.0 + i / 120.0);
+  EXPECT_EQ(engine.tickCount(), 7u);
+}
+
+TEST_F(EngineTest, EmptyProgramFeedsNoSinks) {
+  engine.onRefresh(1.0);
+  EXPECT_TRUE(programFrames.empty());
+  EXPECT_TRUE(cameraFrames.empty());
+  EXPECT_EQ(engine.programPixelBuffer(), nullptr);
+}
+
+TEST_F(EngineTest, UnchangedPictureIsHandedOnWithoutDrawing) {
+  showRed();
+  engine.onRefresh(1.0);
+  engine.onRefresh(1.1);
+  ASSERT_EQ(programFrames.size(), 2u);
+  ASSERT_TRUE(programFrames[0]);
+  EXPECT_TRUE(near(pixelAt(*programFrames[0], 960, 540), kRed));
+  // Same plan, same frame: the very same buffer again, and the camera gets it as is at 1920 x 1080.
+  EXPECT_EQ(programFrames[1], programFrames[0]);
+  EXPECT_EQ(programFrames[1]->generation(), programFrames[0]->generation());
+  EXPECT_EQ(cameraFrames.back(), programFrames.back());
+
+  // A new frame from the source is drawn.
+  engine.sources.find("image:red")->publish(Frame{solidFrame(64, 36, kBlue), 0});
+  engine.onRefresh(1.2);
+  ASSERT_EQ(programFrames.size(), 3u);
+  EXPECT_NE(programFrames[2]->generation(), programFrames[1]->generation());
+  EXPECT_TRUE(near(pixelAt(*programFrames[2], 960, 540), kBlue));
+}
+
+TEST_F(EngineTest, LargerCanvasReachesTheCameraAt1080p) {
+  engine.setCanvas(2560, 1440);
+  showRed();
+  engine.onRefresh(1.0);
+  ASSERT_FALSE(programFrames.empty());
+  EXPECT_EQ(programFrames.back()->width(), 2560);
+  ASSERT_FALSE(cameraFrames.empty());
+  EXPECT_EQ(cameraFrames.back()->width(), 1920);
+  EXPECT_EQ(cameraFrames.back()->height(), 1080);
+  EXPECT_TRUE(near(pixelAt(*cameraFrames.back(), 960, 540), kRed));
+}
+
+TEST_F(EngineTest, ThumbnailsOnEverySixthTick) {
+  MixerScene scene;
+  scene.layers.push_back(LayerState::make("image:red"));
+  const Uuid id = Uuid::make();
+  engine.setAuxScenes({{id, scene}}, {});
+  for (int i = 0; i < 5; ++i) engine.onRefresh(1.0 + i * 0.02);
+  EXPECT_EQ(engine.auxBuffer(id), nullptr);
+  engine.onRefresh(1.2);
+  ASSERT_TRUE(engine.auxBuffer(id));
+  EXPECT_EQ(engine.auxBuffer(id)->width(), 480);
+  engine.setAuxScenes({}, {});
+  EXPECT_EQ(engine.auxBuffer(id), nullptr);
+}
+
+TEST_F(EngineTest, ClockKeepsItsRateWithASinkThatTakesTime) {
+  showRed();
+  int calls = 0;
+  engine.onProgramFrame = [&](const PixelBufferRef&, double) {
+    ++calls;
+    std::this_thread::sleep_for(std::chrono::milliseconds(4));
+  };
+  engine.onRefresh(0.5);  // the first drawing, here, so the clock only hands the picture on
+  context.releaseCurrent();
+  engine.start(60);
+  std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+  engine.stop();
+  context.makeCurrent();
+  const auto ticks = engine.tickCount() - 1;
+  EXPECT_GE(ticks, 45u);
+  EXPECT_LE(ticks, 62u);
+  EXPECT_EQ(calls, static_cast<int>(engine.tickCount())) << "the sink gets a frame on every tick";
+}
+
+}  // namespace
+}  // namespace tavorin::testing

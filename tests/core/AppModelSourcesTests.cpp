@@ -1,0 +1,50 @@
+#include <gtest/gtest.h>
+
+#include "base/PixelBuffer.h"
+#include "core/AppModel.h"
+#include "core/FakeSource.h"
+#include "platform/media/PngWriter.h"
+#include "support/ManualMainQueue.h"
+#include "support/TempDir.h"
+
+namespace tavorin {
+namespace {
+
+TEST(AppModelSourcesTest, StartRestoresTheStoredSourcesItCanBuildAndFollowsScenes) {
+  testing::TempDir show;
+  testing::ManualMainQueue queue;
+  auto logo = PixelBuffer::make(320, 180);
+  logo->fill(0, 0, 255, 255);
+  ASSERT_TRUE(writePNG(*logo, show / "logo.png"));
+  testing::writeFile(show / "sources.json", R"([
+      {"id": "image:logo", "kind": "image", "name": "Logo", "filePath": ")" + (show / "logo.png").string() + R"("},
+      {"id": "image:gone", "kind": "image", "name": "Gone", "filePath": "/nonexistent/gone.png"},
+      {"id": "still:black", "kind": "black", "name": "Black"}])");
+
+  AppModel model(AppEnvironment{show.path(), show / "preferences.json", queue});
+  model.start();
+  queue.runUntilIdle();
+  ASSERT_EQ(model.sources->size(), 2u);
+  EXPECT_EQ(model.sources->at(0)->id(), "image:logo");
+  EXPECT_EQ(model.sources->at(1)->id(), "still:black");
+  EXPECT_TRUE(model.sources->at(0)->isRunning());
+  EXPECT_EQ(model.sourcesStore.saved->size(), 3u) << "the missing picture stays stored";
+  EXPECT_TRUE(model.log->empty()) << "and is skipped without a message";
+  EXPECT_EQ(model.switcher.sourcePixelSize("image:logo"), (Size{320, 180}));
+  EXPECT_EQ(model.verticalSwitcher.sourcePixelSize("still:black"), (Size{1920, 1080}));
+  EXPECT_FALSE(model.switcher.sourcePixelSize("image:gone"));
+
+  model.removeSource("still:black");
+  EXPECT_EQ(model.sources->size(), 1u);
+  EXPECT_FALSE(model.sourceMap.find("still:black"));
+  EXPECT_EQ(model.sourcesStore.saved->size(), 2u);
+
+  auto camera = std::make_shared<testing::FakeSource>("camera:x");
+  model.addSource(camera);
+  model.switcher.addLayer("camera:x");
+  queue.runUntilIdle();
+  EXPECT_EQ(camera->resumes, 1) << "a Preview layer wakes its source";
+}
+
+}  // namespace
+}  // namespace tavorin
