@@ -2,6 +2,7 @@
 
 #include "compositor/FrameReadback.h"
 #include "compositor/RenderTarget.h"
+#include "platform/media/PngWriter.h"
 
 namespace tavorin {
 
@@ -26,6 +27,16 @@ PixelBufferRef composeOnce(GLCompositor& compositor, SourceTextureCache& cache, 
                     [](const std::string&) { return std::optional<LayerTexture>(); });
   readback.begin(target);
   return readback.collect(pool, true);
+}
+
+bool writePlanPNG(GLCompositor& compositor, SourceTextureCache& cache, const RenderPlan& plan,
+                  const FrameLookup& lookup, const std::filesystem::path& path, std::string* error) {
+  PixelBufferRef frame = composeOnce(compositor, cache, plan, lookup);
+  if (!frame) {
+    if (error) *error = "Could not compose the picture for " + path.string();
+    return false;
+  }
+  return writePNG(*frame, path, error);
 }
 
 }  // namespace tavorin

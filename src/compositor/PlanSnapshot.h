@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -19,5 +20,9 @@ FrameProvider makeFrameProvider(SourceTextureCache& cache, FrameLookup lookup);
 // for snapshots and tests, never for the frame clock. Null on failure.
 PixelBufferRef composeOnce(GLCompositor& compositor, SourceTextureCache& cache, const RenderPlan& plan,
                            const FrameLookup& lookup);
+
+// Composes a plan and writes it as a PNG file. False with `error` set on failure.
+bool writePlanPNG(GLCompositor& compositor, SourceTextureCache& cache, const RenderPlan& plan,
+                  const FrameLookup& lookup, const std::filesystem::path& path, std::string* error = nullptr);
 
 }  // namespace tavorin

@@ -3,6 +3,8 @@
 #include "compositor/CompositorTestSupport.h"
 #include "compositor/FrameReadback.h"
 #include "compositor/RenderTarget.h"
+#include "platform/media/ImageDecoder.h"
+#include "support/TempDir.h"
 
 namespace tavorin::testing {
 namespace {
@@ -45,6 +47,29 @@ TEST_F(FrameTransfer, ReadbackCompletesWithoutWaitingAndReusesPoolBuffers) {
   ASSERT_TRUE(again);
   EXPECT_NE(again->generation(), held);
   EXPECT_EQ(pool.bufferCount(), 2u);
+}
+
+}  // namespace
+}  // namespace tavorin::testing
+
+namespace tavorin::testing {
+namespace {
+
+TEST_F(FrameTransfer, PlanWrittenAsPngReadsBackAsDrawn) {
+  TempDir dir;
+  frames["quads"] = quadrantFrame(64, 36, kRed, kGreen, kBlue, kWhite);
+  RenderLayer layer = layerOf("quads");
+  layer.fill = true;
+  const auto path = dir.path() / "plan.png";
+  std::string error;
+  ASSERT_TRUE(writePlanPNG(*compositor, cache, RenderPlan{{layer}},
+                           [&](const std::string& id) { return frames[id]; }, path, &error))
+      << error;
+  DecodedImage image = decodeImageFile(path);
+  ASSERT_TRUE(image.buffer) << image.error;
+  EXPECT_EQ(image.buffer->width(), 320);
+  EXPECT_TRUE(near(pixelAt(*image.buffer, 10, 10), kRed));
+  EXPECT_TRUE(near(pixelAt(*image.buffer, 310, 170), kBlue));
 }
 
 }  // namespace
