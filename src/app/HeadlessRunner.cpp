@@ -2,11 +2,16 @@
 
 #include <csignal>
 #include <cstdio>
+#include <memory>
 
+#include "app/DemoShow.h"
 #include "core/AppModel.h"
 #include "core/stores/Preferences.h"
 #include "core/stores/ShowFolder.h"
+#include "platform/gl/GLContext.h"
+#include "platform/gl/GLFailure.h"
 #include "platform/loop/GLibMainQueue.h"
+#include "platform/media/PngWriter.h"
 
 namespace tavorin {
 
@@ -18,21 +23,59 @@ int runHeadless(const LaunchOptions& options) {
       .queue = queue,
   };
 
-  AppModel model(environment);
-  // Without a window the log is the operator's only view: echo it as it happens.
-  model.onLogLine = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
-  model.start();
-  model.appendLog("Show folder: " + environment.showFolder.string());
-
+  // Before anything slow: a signal during start-up still takes the quit path.
   for (int signal : {SIGINT, SIGTERM, SIGHUP}) queue.onSignal(signal, [&queue] { queue.quit(); });
+
+  // The process's one GPU context; without it there is no show.
+  std::unique_ptr<GLContext> gl;
+  try {
+    gl = std::make_unique<GLContext>();
+    gl->releaseCurrent();
+  } catch (const GLFailure& failure) {
+    std::fprintf(stderr, "%s\n", failure.what());
+    return 1;
+  }
+  environment.glContext = gl.get();
+
+  std::unique_ptr<AppModel> model;
+  try {
+    model = std::make_unique<AppModel>(environment);
+  } catch (const GLFailure& failure) {
+    std::fprintf(stderr, "%s\n", failure.what());
+    return 1;
+  }
+  // Without a window the log is the operator's only view: echo it as it happens.
+  model->onLogLine = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
+  model->start();
+  model->appendLog("Show folder: " + environment.showFolder.string());
+  model->appendLog("GPU: " + gl->description());
+  std::unique_ptr<DemoShow> demo;
+  if (options.demo) demo = std::make_unique<DemoShow>(*model, options.takeEvery);
+
   TimerHandle stopTimer;
   if (options.seconds) stopTimer = queue.after(*options.seconds, [&queue] { queue.quit(); });
 
   queue.run();
 
-  model.willTerminate();
-  std::fprintf(stderr, "Wrote %s\n", model.sessionStore.path().c_str());
-  return 0;
+  demo.reset();
+  model->willTerminate();
+  std::fprintf(stderr, "Measured %.1f fps\n", model->engine->measuredFPS());
+  std::fprintf(stderr, "Wrote %s\n", model->sessionStore.path().c_str());
+  int status = 0;
+  if (options.snapshot) {
+    std::string error;
+    PixelBufferRef frame = model->engine->programPixelBuffer();
+    if (!frame) {
+      std::fprintf(stderr, "No Program frame to write to %s\n", options.snapshot->c_str());
+      status = 1;
+    } else if (!writePNG(*frame, *options.snapshot, &error)) {
+      std::fprintf(stderr, "%s\n", error.c_str());
+      status = 1;
+    } else {
+      std::fprintf(stderr, "Wrote %s\n", options.snapshot->c_str());
+    }
+  }
+  return status;
 }
 
 }  // namespace tavorin

@@ -39,6 +39,18 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
       auto seconds = parseSeconds(text);
       if (!seconds) return {std::nullopt, "--seconds needs a number of seconds, not \"" + text + "\""};
       options.seconds = seconds;
+    } else if (arg == "--demo") {
+      options.demo = true;
+    } else if (arg == "--take-every") {
+      std::string text;
+      if (!needValue(text)) return {std::nullopt, "--take-every needs a number"};
+      auto seconds = parseSeconds(text);
+      if (!seconds || *seconds < 0.5) return {std::nullopt, "--take-every needs at least 0.5 seconds, not \"" + text + "\""};
+      options.takeEvery = *seconds;
+    } else if (arg == "--snapshot") {
+      std::string file;
+      if (!needValue(file) || file.empty()) return {std::nullopt, "--snapshot needs a file name"};
+      options.snapshot = std::filesystem::path(file);
     } else {
       return {std::nullopt, "unknown argument \"" + arg + "\""};
     }
@@ -50,10 +62,13 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
 }
 
 std::string usageText() {
-  return "usage: tavorin --headless [--show-dir DIR] [--seconds N]\n"
-         "  --headless       run the show engine without a window\n"
-         "  --show-dir DIR   use DIR as the show folder (and for preferences.json)\n"
-         "  --seconds N      quit cleanly after N seconds\n";
+  return "usage: tavorin --headless [--show-dir DIR] [--seconds N] [--demo [--take-every S]] [--snapshot FILE.png]\n"
+         "  --headless          run the show engine without a window\n"
+         "  --show-dir DIR      use DIR as the show folder (and for preferences.json)\n"
+         "  --seconds N         quit cleanly after N seconds\n"
+         "  --demo              build a demo show and take through its scenes\n"
+         "  --take-every S      seconds between the demo's takes (default 4)\n"
+         "  --snapshot FILE     write the newest Program frame as a PNG on quit\n";
 }
 
 }  // namespace tavorin

@@ -12,6 +12,9 @@ struct LaunchOptions {
   bool headless = false;
   std::optional<std::filesystem::path> showDir;  // replaces the show folder and the preferences file
   std::optional<double> seconds;                 // quit cleanly after this long
+  bool demo = false;                             // build the demo show and take through it
+  double takeEvery = 4.0;                        // seconds between the demo's takes
+  std::optional<std::filesystem::path> snapshot;  // PNG of the newest Program frame, written on quit
   bool help = false;
 };
 

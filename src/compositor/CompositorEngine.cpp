@@ -23,8 +23,8 @@ void ensure(std::unique_ptr<CanvasPipeline>& pipeline, int width, int height, st
 
 }  // namespace
 
-CompositorEngine::CompositorEngine(GLContext& context)
-    : maskProvider(noMask), context_(context) {
+CompositorEngine::CompositorEngine(GLContext& context, SourceMap& sourceMap)
+    : sources(sourceMap), maskProvider(noMask), context_(context) {
   context_.makeCurrent();
   compositor_ = std::make_unique<GLCompositor>(context_, canvasWidth_.load(), canvasHeight_.load());
   verticalCompositor_ = std::make_unique<GLCompositor>(context_, kVerticalWidth, kVerticalHeight);

@@ -36,8 +36,9 @@ class CompositorEngine {
   static constexpr int kThumbnailEvery = 6;
 
   // Builds the GPU programs with `context` current on the calling thread and
-  // releases it. Throws GLFailure when a program does not build.
-  explicit CompositorEngine(GLContext& context);
+  // releases it. Throws GLFailure when a program does not build. `sources`
+  // is the show's map of sources, kept by its owner.
+  CompositorEngine(GLContext& context, SourceMap& sources);
   ~CompositorEngine();
   CompositorEngine(const CompositorEngine&) = delete;
   CompositorEngine& operator=(const CompositorEngine&) = delete;
@@ -71,7 +72,7 @@ class CompositorEngine {
   std::uint64_t tickCount() const { return tickCount_.load(std::memory_order_relaxed); }
 
   // Every source that layers may name.
-  SourceMap sources;
+  SourceMap& sources;
 
   // Providers and sinks: assigned before start(), never changed while the clock runs.
   PlanProvider programPlanProvider;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/EngineBinding.h"
 #include "core/stores/LayoutMigrations.h"
 #include "core/stores/PreferenceKeys.h"
 
@@ -53,6 +54,7 @@ AppModel::AppModel(AppEnvironment environment)
       switcher(SwitcherEngine::Role::main, queue_),
       verticalSwitcher(SwitcherEngine::Role::vertical, queue_),
       studioSwitcher(SwitcherEngine::Role::studio, queue_),
+      engine(environment.glContext ? std::make_unique<CompositorEngine>(*environment.glContext, sourceMap) : nullptr),
       sourceLifecycle(queue_, sourceMap, {switcher, verticalSwitcher, studioSwitcher},
                       [this](std::string line) { appendLog(std::move(line)); }),
       layoutStore(showFolder_, "layouts.json"),
@@ -87,6 +89,7 @@ void AppModel::start() {
   if (!preferences_.getBool(prefkey::onboardingDone).value_or(false)) showOnboarding = true;
 
   bindSwitcherClosures();
+  bindEngine();
   runMigrations();
   subscribeSelectionExclusivity();
   subscribeLayoutWriteBack(switcher, lastLayerStructure, false);
@@ -113,6 +116,26 @@ void AppModel::bindSwitcherClosures() {
   for (SwitcherEngine* engine : {&switcher, &verticalSwitcher, &studioSwitcher}) {
     engine->sourcePixelSize = sourcePixelSize;
   }
+}
+
+void AppModel::bindEngine() {
+  if (!engine) return;
+  for (SwitcherEngine* s : {&switcher, &verticalSwitcher, &studioSwitcher}) {
+    subscriptions_.push_back(bindToEngine(*s, *engine));
+  }
+  auto applyCanvas = [this](const CanvasSize& size) {
+    const Size pixels = pixelSize(size);
+    engine->setCanvas(static_cast<int>(pixels.width), static_cast<int>(pixels.height));
+  };
+  applyCanvas(canvasSize.get());
+  subscriptions_.push_back(canvasSize.subscribe(applyCanvas));
+  engine->start();
+  auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
+    auto [horizontal, vertical] = thumbnailScenes(layouts);
+    engine->setAuxScenes(std::move(horizontal), std::move(vertical));
+  };
+  applyThumbnails(layoutStore.layouts.get());
+  subscriptions_.push_back(layoutStore.layouts.subscribe(applyThumbnails));
 }
 
 void AppModel::restoreSources() {

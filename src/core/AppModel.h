@@ -11,6 +11,7 @@
 #include "base/MainQueue.h"
 #include "base/Published.h"
 #include "base/Uuid.h"
+#include "compositor/CompositorEngine.h"
 #include "core/CanvasSize.h"
 #include "core/SourceLifecycle.h"
 #include "core/model/MixerScene.h"
@@ -33,6 +34,9 @@ struct AppEnvironment {
   std::filesystem::path showFolder;
   std::filesystem::path preferencesFile;
   MainQueue& queue;
+  // The process's GPU context; without one there is no frame clock (tests of
+  // the model alone).
+  GLContext* glContext = nullptr;
 };
 
 // Owns every engine and store from start to quit, links them once at start,
@@ -85,6 +89,7 @@ class AppModel {
   SwitcherEngine studioSwitcher;
   // The frame clock's map of the sources; the lifecycle keeps it in step with `sources`.
   SourceMap sourceMap;
+  std::unique_ptr<CompositorEngine> engine;
   SourceFactory sourceFactory;
   SourceLifecycle sourceLifecycle;
   Published<SourceLifecycle::SourceList>& sources = sourceLifecycle.sources;
@@ -111,6 +116,7 @@ class AppModel {
   struct LayoutWriteBack;
 
   void bindSwitcherClosures();
+  void bindEngine();
   // Rebuilds the stored sources that are not in the show yet, in stored order.
   void restoreSources();
   void runMigrations();

@@ -10,7 +10,7 @@ namespace {
 
 class EngineTest : public ::testing::Test {
  protected:
-  EngineTest() : context(testContext()), engine(context) {
+  EngineTest() : context(testContext()), engine(context, sources) {
     context.makeCurrent();
     auto still = std::make_shared<StaticSource>("image:red", "Red", solidFrame(64, 36, kRed));
     engine.sources.set("image:red", still);
@@ -23,6 +23,7 @@ class EngineTest : public ::testing::Test {
   }
 
   GLContext& context;
+  SourceMap sources;
   CompositorEngine engine;
   std::vector<PixelBufferRef> programFrames;
   std::vector<PixelBufferRef> cameraFrames;

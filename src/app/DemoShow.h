@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "base/MainQueue.h"
+#include "base/Uuid.h"
+
+namespace tavorin {
+
+class AppModel;
+
+// A show made only of what the system has: pictures it draws itself into the
+// show's "Images" folder (colour bars, a logo, a lower-third plate) and
+// "still:black", three scenes with layer motion, and a take every few seconds
+// that cycles through the built-in transitions.
+class DemoShow {
+ public:
+  DemoShow(AppModel& model, double takeEvery);
+
+ private:
+  void addSources();
+  void addScenes();
+  void takeNext();
+
+  AppModel& model_;
+  std::vector<Uuid> scenes_;
+  std::size_t nextScene_ = 1;
+  std::size_t nextTransition_ = 0;
+  TimerHandle timer_;
+};
+
+}  // namespace tavorin
