@@ -26,16 +26,17 @@ int runHeadless(const LaunchOptions& options) {
   // Before anything slow: a signal during start-up still takes the quit path.
   for (int signal : {SIGINT, SIGTERM, SIGHUP}) queue.onSignal(signal, [&queue] { queue.quit(); });
 
-  // The process's one GPU context; without it there is no show.
-  std::unique_ptr<GLContext> gl;
+  // The process's one GPU context; without it there is no show. It lives as
+  // long as the process: unloading the driver at exit gains nothing.
+  static GLContext* gl = nullptr;
   try {
-    gl = std::make_unique<GLContext>();
+    gl = new GLContext;
     gl->releaseCurrent();
   } catch (const GLFailure& failure) {
     std::fprintf(stderr, "%s\n", failure.what());
     return 1;
   }
-  environment.glContext = gl.get();
+  environment.glContext = gl;
 
   std::unique_ptr<AppModel> model;
   try {
