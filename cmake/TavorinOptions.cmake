@@ -36,6 +36,5 @@ function(tavorin_add_test name dir)
   add_executable(${name} ${sources})
   target_link_libraries(${name} PRIVATE tavorin_options GTest::gtest GTest::gmock GTest::gtest_main ${ARGN})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ENVIRONMENT
-    "TAVORIN_BINARY_DIR=${PROJECT_BINARY_DIR};LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp")
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ENVIRONMENT "TAVORIN_BINARY_DIR=${PROJECT_BINARY_DIR}")
 endfunction()
