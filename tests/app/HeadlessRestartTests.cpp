@@ -81,7 +81,10 @@ TEST_F(HeadlessApp, UnreadableSessionStartsEmptyAndQuitWritesADecodableOne) {
 TEST_F(HeadlessApp, TermSignalTakesTheQuitPath) {
   std::vector<std::string> argv{TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string()};
   testing::ChildProcess child(argv, show / "stderr.txt");
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  // Signal once the show runs (its first log line), however slow the start.
+  for (int i = 0; i < 400 && readFile(show / "stderr.txt").find("Show folder:") == std::string::npos; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
   child.signal(SIGTERM);
   EXPECT_EQ(child.wait(10), 0) << readFile(show / "stderr.txt");
   EXPECT_TRUE(readSession(show / "session.json"));
