@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "core/model/JsonDecoding.h"
-#include "core/stores/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 // The one way every store reads and writes its file. Stores report no errors:
 // a failed write waits for the next change, and a file that cannot be read or

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <system_error>
 
-#include "core/stores/AtomicFile.h"
+#include "base/AtomicFile.h"
 #include "core/stores/JsonFile.h"
 
 namespace tavorin {

@@ -1,15 +1,10 @@
 #include "platform/media/PngWriter.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <string_view>
 
-#include "base/Uuid.h"
+#include "base/AtomicFile.h"
 #include "platform/media/FFmpegPointers.h"
 
 namespace tavorin {
@@ -95,18 +90,6 @@ bool encode(const PixelBuffer& buffer, std::string& png, std::string* error) {
   return true;
 }
 
-bool writeAll(int fd, std::string_view data) {
-  while (!data.empty()) {
-    const ssize_t n = ::write(fd, data.data(), data.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    data.remove_prefix(static_cast<std::size_t>(n));
-  }
-  return true;
-}
-
 }  // namespace
 
 bool writePNG(const PixelBuffer& buffer, const std::filesystem::path& path, std::string* error) {
@@ -115,17 +98,8 @@ bool writePNG(const PixelBuffer& buffer, const std::filesystem::path& path, std:
   std::string png;
   if (!encode(buffer, png, error)) return false;
 
-  // A unique name in the same folder: rename is atomic only within one file system.
-  const auto temp = path.parent_path() / ("." + path.filename().string() + "." + Uuid::make().toString() + ".tmp");
-  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (fd < 0) return fail(error, "can't create " + temp.string() + ": " + std::strerror(errno));
-  bool ok = writeAll(fd, png) && ::fsync(fd) == 0;
-  const int writeErrno = errno;
-  ok = ::close(fd) == 0 && ok;
-  if (ok && ::rename(temp.c_str(), path.c_str()) == 0) return true;
-  const int failedErrno = ok ? errno : writeErrno;
-  ::unlink(temp.c_str());
-  return fail(error, "can't write " + path.string() + ": " + std::strerror(failedErrno));
+  if (writeFileAtomically(path, png)) return true;
+  return fail(error, "can't write " + path.string());
 }
 
 }  // namespace tavorin

@@ -1,4 +1,4 @@
-#include "core/stores/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <gtest/gtest.h>
 
