@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/HostTime.h"
+
 namespace tavorin {
 
 namespace {
@@ -142,6 +144,7 @@ PixelBufferRef CompositorEngine::downscaleForCamera(const PixelBufferRef& buffer
 }
 
 void CompositorEngine::tick(double now) {
+  const double started = hostTimeNow();
   measureRate(now);
   applyCanvasSize();
   tickSources_ = sources.snapshot();
@@ -193,6 +196,7 @@ void CompositorEngine::tick(double now) {
   if (ticks % kThumbnailEvery == 0) renderThumbnails(now);
   textures_.endFrame();
   tickSources_.reset();
+  timings_.record(started, hostTimeNow() - started);
 }
 
 void CompositorEngine::renderThumbnails(double now) {

@@ -15,6 +15,7 @@
 #include "compositor/GLCompositor.h"
 #include "compositor/MonitorRenderer.h"
 #include "compositor/SourceTextureCache.h"
+#include "compositor/TickTimings.h"
 #include "core/model/MixerScene.h"
 #include "core/model/RenderLayer.h"
 #include "platform/gl/GLContext.h"
@@ -70,6 +71,7 @@ class CompositorEngine {
 
   double measuredFPS() const { return measuredFPS_.load(std::memory_order_relaxed); }
   std::uint64_t tickCount() const { return tickCount_.load(std::memory_order_relaxed); }
+  const TickTimings& tickTimings() const { return timings_; }
 
   // Every source that layers may name.
   SourceMap& sources;
@@ -120,6 +122,7 @@ class CompositorEngine {
   std::atomic<bool> canvasChanged_{false};
   std::atomic<double> measuredFPS_{0};
   std::atomic<std::uint64_t> tickCount_{0};
+  TickTimings timings_;
 
   // Guards the newest buffers and the thumbnail scenes; held only for a copy or an assignment.
   mutable std::mutex lock_;
