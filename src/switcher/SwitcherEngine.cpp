@@ -158,45 +158,60 @@ void SwitcherEngine::take(TransitionKind kind, double duration) {
   // completion still puts the scenes as they were.
   transition->from = kind == TransitionKind::matchMove ? preparedForMatchMove(from) : from;
   transition->to = kind == TransitionKind::matchMove ? preparedForMatchMove(to) : to;
-  startTransition(std::move(transition), std::move(to), std::move(from));
+  startTransition(std::move(transition), TakeScenes{std::move(to), std::move(from)});
 }
 
 void SwitcherEngine::takeCustom(const CustomTransition& custom) {
   if (isTransitioning.get()) return;
   brbActive = false;
-  if (prepareTransitionSources) prepareTransitionSources(custom);
-  if (playTransitionSound) {
-    for (const auto& sound : custom.sounds) playTransitionSound(sound);
-  }
+  runCustom(custom, previewScene.get(), true);
+}
+
+void SwitcherEngine::playOverProgram(const CustomTransition& custom) {
+  if (isTransitioning.get()) return;
+  runCustom(custom, programScene.get(), false);
+}
+
+void SwitcherEngine::runCustom(const CustomTransition& custom, MixerScene to, bool changesScenes) {
+  startCustomMedia(custom);
   auto transition = std::make_shared<ActiveTransition>();
   transition->kind = TransitionKind::crossfade;
   transition->startTime = queue_.now();
   transition->duration = custom.duration;
   transition->from = programScene.get();
-  transition->to = previewScene.get();
+  transition->to = std::move(to);
   transition->custom = custom;
   if (makePoseUpdate) transition->poseUpdate = makePoseUpdate(custom);
-  MixerScene from = transition->from;
-  MixerScene to = transition->to;
-  startTransition(std::move(transition), std::move(to), std::move(from));
+  std::optional<TakeScenes> scenes;
+  if (changesScenes) scenes = TakeScenes{transition->to, transition->from};
+  startTransition(std::move(transition), std::move(scenes));
   currentActiveCustom = custom;
 }
 
-void SwitcherEngine::startTransition(std::shared_ptr<ActiveTransition> transition, MixerScene to, MixerScene from) {
+void SwitcherEngine::startCustomMedia(const CustomTransition& custom) {
+  if (prepareTransitionSources) prepareTransitionSources(custom);
+  if (playTransitionSound) {
+    for (const auto& sound : custom.sounds) playTransitionSound(sound);
+  }
+}
+
+void SwitcherEngine::startTransition(std::shared_ptr<ActiveTransition> transition, std::optional<TakeScenes> scenes) {
   const double duration = transition->duration;
   store.setActive(std::move(transition));
   isTransitioning = true;
   const std::uint64_t generation = ++transitionGeneration_;
   std::weak_ptr<SwitcherEngine*> weak = self_;
-  completionTimer_ = queue_.after(duration, [weak, generation, to = std::move(to), from = std::move(from)] {
-    if (auto self = weak.lock()) (*self)->completeTransition(generation, to, from);
+  completionTimer_ = queue_.after(duration, [weak, generation, scenes = std::move(scenes)] {
+    if (auto self = weak.lock()) (*self)->completeTransition(generation, scenes);
   });
 }
 
-void SwitcherEngine::completeTransition(std::uint64_t generation, const MixerScene& to, const MixerScene& from) {
+void SwitcherEngine::completeTransition(std::uint64_t generation, const std::optional<TakeScenes>& scenes) {
   if (generation != transitionGeneration_) return;
-  programScene = to;
-  swapStep(from);
+  if (scenes) {
+    programScene = scenes->to;
+    swapStep(scenes->from);
+  }
   store.clearActive();
   publishSnapshot();
   applyAudioFollow();

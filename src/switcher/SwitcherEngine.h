@@ -18,6 +18,7 @@
 #include "core/model/TransitionKind.h"
 #include "core/model/VideoFilterConfig.h"
 #include "switcher/CustomTransition.h"
+#include "switcher/FiredTransitionRun.h"
 #include "switcher/SwitcherSnapshotStore.h"
 #include "switcher/TransitionSound.h"
 
@@ -85,6 +86,7 @@ class SwitcherEngine {
   std::optional<MixerScene> preBRBProgram;        // Program as it was before the card
   std::optional<CustomTransition> currentActiveCustom;  // the custom transition of the running take
   std::optional<LayerState> copiedLayer;                // the layer clipboard
+  Published<std::set<Uuid>> firedTransitionIDs;         // custom transitions now fired over Program
 
   SwitcherSnapshotStore store;
 
@@ -101,8 +103,20 @@ class SwitcherEngine {
   // Dropped while a transition runs. `cut` changes the scenes at once.
   void take(TransitionKind kind, double duration);
   void takeCustom(const CustomTransition& custom);
+  // Runs a custom transition with Program on both sides and changes neither
+  // scene: the studio switcher auditions a transition with it.
+  void playOverProgram(const CustomTransition& custom);
   // Stops the running transition and leaves both scenes as they are.
   void cancelTransition();
+
+  // Fires the stored custom transition `id` over Program without a change of
+  // scene. A press while its run holds at the hold point releases it; any
+  // other press starts it anew. Nothing when the lookup does not find it.
+  void fireTransition(const Uuid& id);
+  // The builder's scrub: the studio canvas shows `custom` alone at `progress`
+  // while no transition runs; nothing given clears it.
+  void scrub(std::optional<CustomTransition> custom, float progress);
+  const std::map<Uuid, FiredTransitionRun>& firedRunsByID() const { return firedRunsByID_; }
 
   // Puts a layout on Preview as its working copy.
   void stageLayout(const MixerScene& scene);
@@ -169,8 +183,22 @@ class SwitcherEngine {
   void resizeGroup(Uuid id, const std::map<Uuid, LayerState>& startLayers, Point anchor, Size scale);
 
  private:
-  void startTransition(std::shared_ptr<ActiveTransition> transition, MixerScene to, MixerScene from);
-  void completeTransition(std::uint64_t generation, const MixerScene& to, const MixerScene& from);
+  // The scenes a take puts on Program and back on Preview when it completes.
+  struct TakeScenes {
+    MixerScene to, from;
+  };
+  // `scenes` absent: an audition, whose completion changes no scene.
+  void startTransition(std::shared_ptr<ActiveTransition> transition, std::optional<TakeScenes> scenes);
+  void completeTransition(std::uint64_t generation, const std::optional<TakeScenes>& scenes);
+  void runCustom(const CustomTransition& custom, MixerScene to, bool changesScenes);
+  // Rewinds the tracks' sources and plays the sounds, as a custom transition starts.
+  void startCustomMedia(const CustomTransition& custom);
+  void startFiredRun(const Uuid& id, const CustomTransition& custom);
+  void releaseFiredRun(const Uuid& id);
+  void scheduleFiredFinish(const Uuid& id, double delay);
+  void finishFiredRun(const Uuid& id);
+  void dropFiredRun(const Uuid& id);
+  void publishFiredRuns();
   void swapStep(const MixerScene& oldProgram);
   void replacePreview(MixerScene scene);
   MixerScene preparedForMatchMove(MixerScene scene) const;
@@ -182,6 +210,8 @@ class SwitcherEngine {
   MainQueue& queue_;
   std::uint64_t transitionGeneration_ = 0;
   TimerHandle completionTimer_;
+  std::map<Uuid, FiredTransitionRun> firedRunsByID_;
+  std::map<Uuid, TimerHandle> firedFinishTimers_;
   // The completion holds this weakly: one that fires after the engine is gone does nothing.
   std::shared_ptr<SwitcherEngine*> self_ = std::make_shared<SwitcherEngine*>(this);
 };

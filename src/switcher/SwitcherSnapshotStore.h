@@ -9,6 +9,7 @@
 #include "core/model/MixerScene.h"
 #include "core/model/RenderLayer.h"
 #include "switcher/ActiveTransition.h"
+#include "switcher/FiredTransitionRun.h"
 
 namespace tavorin {
 
@@ -19,16 +20,25 @@ namespace tavorin {
 // allocation or a release of a scene.
 class SwitcherSnapshotStore {
  public:
+  using FiredRuns = std::vector<FiredTransitionRun>;
+  // The transition builder's scrub position.
+  struct Scrub {
+    CustomTransition custom;
+    float progress = 0;
+  };
+
   SwitcherSnapshotStore();
 
   // Render thread. Each returns a list built anew and allocates nothing else.
-  // Program: the running transition (or Program), then the fire graphics. A
-  // transition that has outrun its end by 0.3 s is dropped here, in case its
-  // completion never comes.
+  // Program: the running transition (or Program), then the fire graphics, then
+  // the transitions fired over it. A transition that has outrun its end by
+  // 0.3 s is dropped here, in case its completion never comes; a fired run past
+  // its expiry is no longer drawn (the switcher removes it).
   RenderPlan programPlan(double time);
-  // Preview, with the fire graphics over it when they are shown there too.
+  // Preview, with the fire graphics and fired transitions over it when they are shown there too.
   RenderPlan previewPlan(double time);
-  // The studio canvas: the running transition alone, or else Preview.
+  // The studio canvas: the running transition alone, else the builder's scrub
+  // position alone, else Preview.
   RenderPlan studioPlan(double time);
   // The running transition's layers alone; nothing when none runs.
   std::optional<std::vector<RenderLayer>> activeTransitionLayers(double time);
@@ -40,6 +50,8 @@ class SwitcherSnapshotStore {
   // Replaces the fire scene by a fresh one named "Fire" holding `layers`.
   void setFire(std::vector<LayerState> layers);
   void setFireInPreview(bool on);
+  void setFiredRuns(FiredRuns runs);
+  void setScrub(std::optional<Scrub> scrub);
 
   // Copies of what is held, for any thread.
   std::shared_ptr<const MixerScene> program() const;
@@ -47,6 +59,7 @@ class SwitcherSnapshotStore {
   std::shared_ptr<const MixerScene> fire() const;
   std::shared_ptr<const ActiveTransition> active() const;
   bool fireInPreview() const;
+  std::shared_ptr<const FiredRuns> firedRuns() const;
 
  private:
   mutable std::mutex lock_;
@@ -55,6 +68,8 @@ class SwitcherSnapshotStore {
   std::shared_ptr<const MixerScene> fire_;
   std::shared_ptr<const ActiveTransition> active_;
   bool fireInPreview_ = false;
+  std::shared_ptr<const FiredRuns> firedRuns_;
+  std::shared_ptr<const Scrub> scrub_;
 };
 
 }  // namespace tavorin
