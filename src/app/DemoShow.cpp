@@ -20,11 +20,14 @@ namespace {
 const std::string kBarsID = "image:4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B01";
 const std::string kLogoID = "image:4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B02";
 const std::string kPlateID = "image:4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B03";
+const std::string kSweepPlateID = "image:4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B04";
 const std::string kBlackID = "still:black";
+const Uuid kSweepID = *Uuid::parse("4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B10");
 
-constexpr std::array<TransitionKind, 5> kTransitions = {TransitionKind::crossfade, TransitionKind::slide,
-                                                        TransitionKind::shrinkToCorner, TransitionKind::matchMove,
-                                                        TransitionKind::cut};
+// The take cycle; an empty entry is the demo's own custom transition.
+constexpr std::array<std::optional<TransitionKind>, 6> kTransitions = {
+    TransitionKind::crossfade, TransitionKind::slide, std::nullopt, TransitionKind::shrinkToCorner,
+    TransitionKind::matchMove, TransitionKind::cut};
 
 using Painter = void (*)(cairo_t*, int, int);
 
@@ -88,6 +91,22 @@ void paintPlate(cairo_t* cr, int w, int h) {
   cairo_show_text(cr, "Tavorin demo show");
 }
 
+// An opaque plate of diagonal stripes, wide enough to hide the whole picture.
+void paintSweepPlate(cairo_t* cr, int w, int h) {
+  cairo_set_source_rgb(cr, 0.06, 0.12, 0.35);
+  cairo_paint(cr);
+  cairo_set_source_rgb(cr, 1.0, 0.62, 0.05);
+  const double stripe = w / 10.0;
+  for (double x = -h; x < w + h; x += 2.5 * stripe) {
+    cairo_move_to(cr, x, h);
+    cairo_line_to(cr, x + h * 0.6, 0);
+    cairo_line_to(cr, x + h * 0.6 + stripe, 0);
+    cairo_line_to(cr, x + stripe, h);
+    cairo_close_path(cr);
+  }
+  cairo_fill(cr);
+}
+
 LayerState layer(const std::string& sourceID, Point center, Size size, LayerAnimation::Kind motion = LayerAnimation::Kind::none) {
   LayerState state = LayerState::make(sourceID);
   state.center = center;
@@ -101,6 +120,7 @@ LayerState layer(const std::string& sourceID, Point center, Size size, LayerAnim
 DemoShow::DemoShow(AppModel& model, double takeEvery) : model_(model) {
   addSources();
   addScenes();
+  addTransition();
   // Open on the first scene, with the second waiting in Preview.
   for (const MixerScene& scene : model_.layoutStore.layouts.get()) {
     if (scene.id == scenes_[0]) model_.loadLayout(scene);
@@ -123,7 +143,8 @@ void DemoShow::addSources() {
   };
   const Picture pictures[] = {{kBarsID, "Colour bars", "Demo Colour Bars.png", 1920, 1080, paintBars},
                               {kLogoID, "Logo", "Demo Logo.png", 512, 512, paintLogo},
-                              {kPlateID, "Lower third", "Demo Lower Third.png", 1200, 200, paintPlate}};
+                              {kPlateID, "Lower third", "Demo Lower Third.png", 1200, 200, paintPlate},
+                              {kSweepPlateID, "Sweep plate", "Demo Sweep Plate.png", 1280, 720, paintSweepPlate}};
   std::vector<SavedSource> saved;
   for (const Picture& p : pictures) {
     const auto path = images / p.file;
@@ -184,14 +205,42 @@ void DemoShow::addScenes() {
   }
 }
 
+// A plate that sweeps in from the right, covers the whole picture at the cut
+// and leaves to the left.
+void DemoShow::addTransition() {
+  CustomTransition sweep;
+  sweep.id = kSweepID;
+  sweep.name = "Demo sweep";
+  sweep.duration = 1.2;
+  sweep.cutPoint = 0.5;
+  TransitionTrack track;
+  track.id = *Uuid::parse("4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B11");
+  track.sourceID = kSweepPlateID;
+  LayerState plate = LayerState::make(kSweepPlateID);
+  plate.size = {1.3, 1.0};
+  plate.fill = true;
+  for (auto [time, x] : {std::pair{0.0, 1.7}, std::pair{0.5, 0.5}, std::pair{1.0, -0.7}}) {
+    plate.center = {x, 0.5};
+    track.keyframes.push_back({time, plate});
+  }
+  sweep.tracks = {track};
+  if (model_.transitionStore.find(kSweepID) != sweep) model_.transitionStore.upsert(sweep);
+}
+
 void DemoShow::takeNext() {
   const Uuid id = scenes_[nextScene_ % scenes_.size()];
   for (const MixerScene& scene : model_.layoutStore.layouts.get()) {
     if (scene.id == id) model_.loadLayout(scene);
   }
-  const TransitionKind kind = kTransitions[nextTransition_ % kTransitions.size()];
-  model_.take(model_.switcher, kind);
-  model_.appendLog("Demo show: take with " + std::string(enumName(kind)));
+  const std::optional<TransitionKind> kind = kTransitions[nextTransition_ % kTransitions.size()];
+  if (kind) {
+    model_.take(model_.switcher, kind);
+    model_.appendLog("Demo show: take with " + std::string(enumName(*kind)));
+  } else {
+    model_.pendingTakeTransition = kSweepID;
+    model_.take(model_.switcher);
+    model_.appendLog("Demo show: take with the custom transition \"Demo sweep\"");
+  }
   ++nextScene_;
   ++nextTransition_;
 }

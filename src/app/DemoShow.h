@@ -12,8 +12,9 @@ class AppModel;
 
 // A show made only of what the system has: pictures it draws itself into the
 // show's "Images" folder (colour bars, a logo, a lower-third plate) and
-// "still:black", three scenes with layer motion, and a take every few seconds
-// that cycles through the built-in transitions.
+// "still:black", three scenes with layer motion, a custom transition (a plate
+// that sweeps across and hides the cut), and a take every few seconds that
+// cycles through the built-in transitions and the custom one.
 class DemoShow {
  public:
   DemoShow(AppModel& model, double takeEvery);
@@ -21,6 +22,7 @@ class DemoShow {
  private:
   void addSources();
   void addScenes();
+  void addTransition();
   void takeNext();
 
   AppModel& model_;

@@ -58,6 +58,7 @@ AppModel::AppModel(AppEnvironment environment)
       sourceLifecycle(queue_, sourceMap, {switcher, verticalSwitcher, studioSwitcher},
                       [this](std::string line) { appendLog(std::move(line)); }),
       layoutStore(showFolder_, "layouts.json"),
+      transitionStore(showFolder_),
       editCanvas(readEditCanvas(preferences_)),
       layoutSyncHorizontal(preferences_.boolOr(prefkey::layoutSyncH, true)),
       layoutSyncVertical(preferences_.boolOr(prefkey::layoutSyncV, true)),
@@ -89,6 +90,7 @@ void AppModel::start() {
   if (!preferences_.getBool(prefkey::onboardingDone).value_or(false)) showOnboarding = true;
 
   bindSwitcherClosures();
+  bindCustomTransitions();
   bindEngine();
   runMigrations();
   subscribeSelectionExclusivity();
@@ -116,6 +118,50 @@ void AppModel::bindSwitcherClosures() {
   for (SwitcherEngine* engine : {&switcher, &verticalSwitcher, &studioSwitcher}) {
     engine->sourcePixelSize = sourcePixelSize;
   }
+}
+
+void AppModel::bindCustomTransitions() {
+  auto lookup = [this](const Uuid& id) { return transitionStore.find(id); };
+  switcher.customTransitionLookup = lookup;
+  verticalSwitcher.customTransitionLookup = lookup;
+  // Sounds play through the sound-effects channel of the mixer; until the show
+  // has one, a transition plays without its sounds and that is no error.
+  auto playSound = [](const TransitionSound&) {};
+  switcher.playTransitionSound = playSound;
+  studioSwitcher.playTransitionSound = playSound;
+  for (SwitcherEngine* s : {&switcher, &verticalSwitcher, &studioSwitcher}) {
+    s->prepareTransitionSources = [this](const CustomTransition& custom) {
+      for (const auto& track : custom.tracks) {
+        if (auto source = sourceLifecycle.find(track.sourceID)) source->replayFromStart();
+      }
+      sourceLifecycle.scheduleReconcile();
+    };
+    s->makePoseUpdate = [this](const CustomTransition& custom) { return makePoseUpdate(custom); };
+  }
+}
+
+std::function<void(float)> AppModel::makePoseUpdate(const CustomTransition& custom) {
+  struct Posed {
+    std::weak_ptr<BaseSource> source;
+    TransitionTrack track;
+  };
+  std::vector<Posed> posed;
+  for (const auto& track : custom.tracks) {
+    if (!track.posesText()) continue;
+    auto source = sourceLifecycle.find(track.sourceID);
+    if (source && source->takesTextPose()) posed.push_back({source, track});
+  }
+  if (posed.empty()) return {};
+  // Called on the render thread: the pose itself is set on the main queue.
+  return [&queue = queue_, posed = std::move(posed)](float p) {
+    for (const Posed& entry : posed) {
+      const auto pose = entry.track.pose(p);
+      if (!pose) continue;
+      queue.post([source = entry.source, pose = *pose] {
+        if (auto s = source.lock()) s->setTextPose(pose.yawDeg, pose.pitchDeg);
+      });
+    }
+  };
 }
 
 void AppModel::bindEngine() {

@@ -18,6 +18,7 @@
 #include "core/model/SessionState.h"
 #include "core/model/TransitionKind.h"
 #include "core/stores/LayoutStore.h"
+#include "core/stores/TransitionStore.h"
 #include "core/stores/Preferences.h"
 #include "core/stores/SessionStore.h"
 #include "core/stores/ShowFolder.h"
@@ -95,6 +96,7 @@ class AppModel {
   Published<SourceLifecycle::SourceList>& sources = sourceLifecycle.sources;
   Published<std::set<std::string>>& studioWakeIDs = sourceLifecycle.studioWakeIDs;
   LayoutStore layoutStore;
+  TransitionStore transitionStore;
   Published<EditCanvas> editCanvas;
   Published<bool> layoutSyncHorizontal;
   Published<bool> layoutSyncVertical;
@@ -116,6 +118,9 @@ class AppModel {
   struct LayoutWriteBack;
 
   void bindSwitcherClosures();
+  void bindCustomTransitions();
+  // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
+  std::function<void(float)> makePoseUpdate(const CustomTransition& custom);
   void bindEngine();
   // Rebuilds the stored sources that are not in the show yet, in stored order.
   void restoreSources();

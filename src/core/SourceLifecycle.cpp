@@ -11,6 +11,16 @@ void insertSourceIDs(std::set<std::string>& ids, const MixerScene& scene) {
   for (const auto& layer : scene.layers) ids.insert(layer.sourceID);
 }
 
+void insertSourceIDs(std::set<std::string>& ids, const CustomTransition& custom) {
+  for (const auto& track : custom.tracks) ids.insert(track.sourceID);
+}
+
+// The tracks of a switcher's running custom take and of its fired runs.
+void insertTransitionSourceIDs(std::set<std::string>& ids, const SwitcherEngine& switcher) {
+  if (switcher.currentActiveCustom) insertSourceIDs(ids, *switcher.currentActiveCustom);
+  for (const auto& [id, run] : switcher.firedRunsByID()) insertSourceIDs(ids, run.custom);
+}
+
 }  // namespace
 
 SourceLifecycle::SourceLifecycle(MainQueue& queue, SourceMap& sourceMap, Switchers switchers,
@@ -25,6 +35,8 @@ void SourceLifecycle::start() {
   for (SwitcherEngine* switcher : {&switchers_.main, &switchers_.vertical, &switchers_.studio}) {
     subscriptions_.push_back(switcher->programScene.subscribe(reconcile));
     subscriptions_.push_back(switcher->previewScene.subscribe(reconcile));
+    subscriptions_.push_back(switcher->isTransitioning.subscribe(reconcile));
+    subscriptions_.push_back(switcher->firedTransitionIDs.subscribe(reconcile));
   }
   subscriptions_.push_back(studioWakeIDs.subscribe(reconcile));
   sweepTimer_ = queue_.every(kIdleSweepInterval, [this] { sweepIdleSources(); });
@@ -123,6 +135,9 @@ std::set<std::string> SourceLifecycle::liveSourceIDs() const {
   insertSourceIDs(ids, switchers_.vertical.previewScene.get());
   insertSourceIDs(ids, switchers_.studio.previewScene.get());
   ids.insert(studioWakeIDs->begin(), studioWakeIDs->end());
+  for (const SwitcherEngine* switcher : {&switchers_.main, &switchers_.vertical, &switchers_.studio}) {
+    insertTransitionSourceIDs(ids, *switcher);
+  }
   if (extraLiveSourceIDs) ids.merge(extraLiveSourceIDs());
   return ids;
 }

@@ -50,8 +50,8 @@ class SourceLifecycle {
   std::map<std::string, double> lastLiveAt;
   Published<std::set<std::string>> studioWakeIDs;  // kept awake for the Studio panel
 
-  // Source ids in use beyond the switchers' scenes: fired graphics, running
-  // fired custom transitions, isolated video recordings. Empty until those exist.
+  // Source ids in use beyond the switchers' scenes and transitions: fired
+  // graphics, isolated video recordings. Empty until those exist.
   std::function<std::set<std::string>()> extraLiveSourceIDs;
   // The clock of lastLiveAt; it must be the one sources stamp lastFrameAt with.
   std::function<double()> wallClock = wallClockNow;

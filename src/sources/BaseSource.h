@@ -62,6 +62,14 @@ class BaseSource {
   // Tears the capture down and builds it again, finishing on its own thread.
   virtual void restartCapture() {}
 
+  // Hooks of custom transitions, main thread. A source that plays from a
+  // beginning (a clip, an animated title, a page) starts again from it when a
+  // transition that shows it begins; the others ignore it.
+  virtual void replayFromStart() {}
+  // A source whose picture turns in 3D takes the pose a transition gives it.
+  virtual bool takesTextPose() const { return false; }
+  virtual void setTextPose(double /*yawDeg*/, double /*pitchDeg*/) {}
+
  protected:
   // Main thread, apart from the cases a kind documents.
   void setRunning(bool running) { running_.store(running, std::memory_order_relaxed); }

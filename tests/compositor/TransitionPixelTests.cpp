@@ -3,6 +3,7 @@
 // in pixels (blend order, which side an edge lands on, interpolated boxes).
 #include "compositor/CompositorTestSupport.h"
 #include "switcher/ActiveTransition.h"
+#include "switcher/SwitcherSnapshotStore.h"
 
 namespace tavorin::testing {
 namespace {
@@ -69,6 +70,65 @@ TEST_F(TransitionPixels, MatchMoveCarriesTheSharedSourceHalfwayAndFadesTheRest) 
   // camera is left at its old place.
   EXPECT_TRUE(near(at(*out, 0.2, 0.5), {128, 0, 0, 255}, 2));
   EXPECT_TRUE(near(at(*out, 0.8, 0.5), {128, 0, 0, 255}, 2));
+}
+
+// A green plate on the left half that slides from the left edge of the
+// picture (t = 0) to the right half (t = 1).
+CustomTransition plateSweep() {
+  CustomTransition custom;
+  custom.duration = 2;
+  custom.cutPoint = 0.5;
+  TransitionTrack track;
+  track.sourceID = "cam";
+  LayerState plate = sceneLayer("cam", {0.25, 0.5}, {0.5, 1});
+  track.keyframes.push_back({0, plate});
+  plate.center.x = 0.75;
+  track.keyframes.push_back({1, plate});
+  custom.tracks = {track};
+  return custom;
+}
+
+TEST_F(TransitionPixels, CustomTakeSwitchesTheBasePictureAtTheCutPointUnderThePlate) {
+  ActiveTransition t;
+  t.custom = plateSweep();
+  t.from.layers = {sceneLayer("old")};
+  t.to.layers = {sceneLayer("new")};
+  auto before = compose(RenderPlan{t.layers(0.49f, 0)});
+  auto atCut = compose(RenderPlan{t.layers(0.5f, 0)});
+  // Just before the cut the old picture shows beside the plate, from the cut on the new one.
+  EXPECT_TRUE(near(at(*before, 0.05, 0.5), kRed));
+  EXPECT_TRUE(near(at(*atCut, 0.05, 0.5), kBlue));
+  // Halfway the plate (eased, so exactly in the middle) covers 0.25 to 0.75.
+  EXPECT_TRUE(near(at(*atCut, 0.27, 0.5), kGreen));
+  EXPECT_TRUE(near(at(*atCut, 0.73, 0.5), kGreen));
+  EXPECT_TRUE(near(at(*atCut, 0.95, 0.5), kBlue));
+}
+
+TEST_F(TransitionPixels, FiredRunHoldsItsPlateOverAnUnchangedProgram) {
+  SwitcherSnapshotStore store;
+  MixerScene program;
+  program.layers = {sceneLayer("old")};
+  store.publish(std::make_shared<const MixerScene>(program), std::make_shared<const MixerScene>());
+  FiredTransitionRun run;
+  run.custom = plateSweep();
+  run.startTime = 10;
+  run.holdAt = 0.5;
+  store.setFiredRuns({run});
+
+  // Long after it reached the hold point it stands there still.
+  auto held = compose(store.programPlan(500));
+  EXPECT_TRUE(near(at(*held, 0.05, 0.5), kRed));
+  EXPECT_TRUE(near(at(*held, 0.5, 0.5), kGreen));
+  EXPECT_TRUE(near(at(*held, 0.95, 0.5), kRed));
+
+  // Released, it plays on to its end position and then leaves Program as it was.
+  run.releaseTime = 500;
+  store.setFiredRuns({run});
+  auto ended = compose(store.programPlan(501));
+  EXPECT_TRUE(near(at(*ended, 0.3, 0.5), kRed));
+  EXPECT_TRUE(near(at(*ended, 0.95, 0.5), kGreen));
+  auto gone = compose(store.programPlan(501.5));
+  EXPECT_TRUE(near(at(*gone, 0.95, 0.5), kRed));
 }
 
 }  // namespace

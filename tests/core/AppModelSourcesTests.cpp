@@ -46,5 +46,40 @@ TEST(AppModelSourcesTest, StartRestoresTheStoredSourcesItCanBuildAndFollowsScene
   EXPECT_EQ(camera->resumes, 1) << "a Preview layer wakes its source";
 }
 
+TEST(AppModelSourcesTest, FiredTransitionWakesRewindsAndPosesItsSourcesWhileItRuns) {
+  testing::TempDir show;
+  testing::ManualMainQueue queue;
+  AppModel model(AppEnvironment{show.path(), show / "preferences.json", queue});
+  model.start();
+  auto title = std::make_shared<testing::FakeSource>("title:3d");
+  title->turnsIn3D = true;
+  model.addSource(title);
+  queue.runUntilIdle();
+  EXPECT_TRUE(model.sourceLifecycle.isParked("title:3d"));
+
+  CustomTransition spin;
+  spin.duration = 1;
+  TransitionKeyframe first{0, LayerState::make("title:3d"), 0, 0};
+  TransitionKeyframe last{1, first.state, 90, -30};
+  spin.tracks.push_back({Uuid::make(), "title:3d", {first, last}});
+  model.transitionStore.upsert(spin);
+  model.switcher.fireTransition(spin.id);
+  queue.runUntilIdle();
+  EXPECT_EQ(title->replays, 1);
+  EXPECT_FALSE(model.sourceLifecycle.isParked("title:3d"));
+
+  // The render thread drives the pose; it lands on the main queue.
+  model.switcher.store.programPlan(queue.now() + 1);
+  EXPECT_FALSE(title->pose);
+  queue.runUntilIdle();
+  ASSERT_TRUE(title->pose);
+  EXPECT_DOUBLE_EQ(title->pose->first, 90);
+  EXPECT_DOUBLE_EQ(title->pose->second, -30);
+
+  queue.advance(1.5);
+  EXPECT_TRUE(model.switcher.firedTransitionIDs->empty());
+  EXPECT_TRUE(model.sourceLifecycle.isParked("title:3d"));
+}
+
 }  // namespace
 }  // namespace tavorin

@@ -16,7 +16,9 @@ class FakeSource : public BaseSource {
 
   std::optional<std::string> failWith;
   bool holdStart = false;
-  int starts = 0, stops = 0, parks = 0, resumes = 0, restarts = 0;
+  int starts = 0, stops = 0, parks = 0, resumes = 0, restarts = 0, replays = 0;
+  bool turnsIn3D = false;
+  std::optional<std::pair<double, double>> pose;  // yaw, pitch
 
   void start(StartDone done) override {
     ++starts;
@@ -36,6 +38,9 @@ class FakeSource : public BaseSource {
   bool superviseStalls() const override { return screenLike_; }
   bool restartsItself() const override { return screenLike_; }
   void restartCapture() override { ++restarts; }
+  void replayFromStart() override { ++replays; }
+  bool takesTextPose() const override { return turnsIn3D; }
+  void setTextPose(double yawDeg, double pitchDeg) override { pose = {yawDeg, pitchDeg}; }
   void markRunning() { setRunning(true); }
 
  private:
