@@ -95,7 +95,7 @@ TEST(TransitionDraft, ShortTracksArePaddedAndPosesFitTheirSource) {
   engine.sourcePixelSize = [](const std::string&) { return std::optional<Size>(Size{1440, 1080}); };
   TransitionDraft fresh;
   fresh.addTrack("cam");
-  const auto& key = fresh.compile("x", &engine).tracks[0].keyframes[0].state;
+  const LayerState key = fresh.compile("x", &engine).tracks[0].keyframes[0].state;
   EXPECT_NEAR(key.size.width, 0.2 * 0.75, 1e-9);
   EXPECT_NEAR(key.size.height, 0.2, 1e-9);
   EXPECT_TRUE(key.fill);
