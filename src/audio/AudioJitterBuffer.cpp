@@ -1,0 +1,115 @@
+#include "audio/AudioJitterBuffer.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+namespace tavorin {
+
+AudioJitterBuffer::AudioJitterBuffer(std::int64_t capacity, std::int64_t targetFrames, std::int64_t highWaterFrames)
+    : capacity_(capacity),
+      mask_(capacity - 1),
+      storage_(new float[static_cast<std::size_t>(capacity) * 2]()),
+      targetFrames_(targetFrames),
+      highWaterFrames_(highWaterFrames) {
+  assert(capacity > 0 && (capacity & (capacity - 1)) == 0);
+}
+
+void AudioJitterBuffer::write(const PcmBuffer& buffer) {
+  if (buffer.planes.empty()) return;
+  const float* left = buffer.planes[0].data();
+  const float* right = buffer.planes.size() >= 2 ? buffer.planes[1].data() : left;
+  write(left, right, buffer.frameLength);
+}
+
+void AudioJitterBuffer::write(const float* left, const float* right, std::uint32_t frames) {
+  if (!left || frames == 0 || frames > capacity_) return;
+  if (!right) right = left;
+  const std::int64_t head = head_.load(std::memory_order_relaxed);
+  const std::int64_t tail = tail_.load(std::memory_order_acquire);
+  if (capacity_ - (head - tail) < frames) {
+    overflows_.fetch_add(1, std::memory_order_relaxed);
+    return;
+  }
+  float* data = storage_.get();
+  for (std::uint32_t i = 0; i < frames; ++i) {
+    const std::int64_t slot = (head + i) & mask_;
+    data[slot * 2] = left[i];
+    data[slot * 2 + 1] = right[i];
+  }
+  head_.store(head + frames, std::memory_order_release);
+}
+
+bool AudioJitterBuffer::read(float* left, float* right, std::uint32_t frameCount, float gain) {
+  if (frameCount < 1 || !left) return false;
+  if (!right) right = left;
+  std::int64_t tail = tail_.load(std::memory_order_relaxed);
+  const std::int64_t head = head_.load(std::memory_order_acquire);
+  std::int64_t available = head - tail;
+
+  if (buffering_) {
+    if (available < targetFrames_) {
+      std::memset(left, 0, frameCount * sizeof(float));
+      if (right != left) std::memset(right, 0, frameCount * sizeof(float));
+      lastGain_ = gain;
+      return false;
+    }
+    buffering_ = false;
+    rampInLeft_ = kRampFrames;
+  }
+
+  if (available > highWaterFrames_) {
+    tail += available - targetFrames_;
+    trims_.fetch_add(1, std::memory_order_relaxed);
+    rampInLeft_ = kRampFrames;
+    available = targetFrames_;
+  }
+
+  const std::uint32_t n = static_cast<std::uint32_t>(std::min<std::int64_t>(available, frameCount));
+  const float* data = storage_.get();
+  if (available != 0) {
+    const float step = (gain - lastGain_) / static_cast<float>(frameCount);
+    for (std::uint32_t i = 0; i < n; ++i) {
+      float g = lastGain_ + step * static_cast<float>(i);
+      if (rampInLeft_ > 0) {
+        g = g * (1.0f + static_cast<float>(rampInLeft_) / -240.0f);
+        --rampInLeft_;
+      }
+      const std::int64_t slot = (tail + i) & mask_;
+      const float l = g * data[slot * 2];
+      const float r = g * data[slot * 2 + 1];
+      // With a single output both point at one plane: the left sample is written last and stays.
+      right[i] = r;
+      left[i] = l;
+    }
+  }
+  tail_.store(tail + n, std::memory_order_release);
+  lastGain_ = gain;
+  if (available >= frameCount) return true;
+
+  const std::uint32_t fade = std::min<std::uint32_t>(n, kRampFrames);
+  if (available != 0) {
+    for (std::uint32_t j = 0; j < fade; ++j) {
+      const std::uint32_t k = n - fade + j;
+      const float factor = static_cast<float>(fade - 1 - j) / static_cast<float>(fade);
+      left[k] *= factor;
+      if (right != left) right[k] *= factor;
+    }
+  }
+  std::memset(left + n, 0, (frameCount - n) * sizeof(float));
+  if (right != left) std::memset(right + n, 0, (frameCount - n) * sizeof(float));
+  buffering_ = true;
+  underruns_.fetch_add(1, std::memory_order_relaxed);
+  return available != 0;
+}
+
+void AudioJitterBuffer::reset() {
+  tail_.store(head_.load(std::memory_order_acquire), std::memory_order_release);
+  buffering_ = true;
+  rampInLeft_ = 0;
+  underruns_.store(0, std::memory_order_relaxed);
+  trims_.store(0, std::memory_order_relaxed);
+  overflows_.store(0, std::memory_order_relaxed);
+}
+
+}  // namespace tavorin

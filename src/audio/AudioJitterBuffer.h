@@ -1,0 +1,62 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include "audio/PcmBuffer.h"
+
+namespace tavorin {
+
+// The ring between a capture clock and an output clock: one producer writes
+// stereo frames, one real-time consumer reads them a fixed target behind. A
+// ring that runs dry goes silent and rebuffers to its target; one that grows
+// past its high-water mark is cut back to its target; a full one drops what
+// arrives. No rate adjustment: these rules are the whole drift recovery.
+class AudioJitterBuffer {
+ public:
+  static constexpr int kRampFrames = 240;  // 5 ms: every fade-in and the fade-out at an underrun
+
+  // `capacity` must be a positive power of two.
+  AudioJitterBuffer(std::int64_t capacity, std::int64_t targetFrames, std::int64_t highWaterFrames);
+  AudioJitterBuffer(const AudioJitterBuffer&) = delete;
+  AudioJitterBuffer& operator=(const AudioJitterBuffer&) = delete;
+
+  // Producer: the whole buffer or nothing. Mono is played on both sides.
+  void write(const PcmBuffer& buffer);
+  void write(const float* left, const float* right, std::uint32_t frames);
+  // Consumer, real-time: fills exactly `frameCount` frames of `left` and
+  // `right` (`right` may be null or equal `left` for one output). True when any
+  // real audio went out. No lock, allocation, system call or wait.
+  bool read(float* left, float* right, std::uint32_t frameCount, float gain);
+  // Discards everything and starts buffering again; only while no reader runs.
+  void reset();
+
+  std::int64_t capacity() const { return capacity_; }
+  std::int64_t targetFrames() const { return targetFrames_; }
+  std::int64_t highWaterFrames() const { return highWaterFrames_; }
+  // Frames in the ring now.
+  std::int64_t fill() const { return head_.load(std::memory_order_acquire) - tail_.load(std::memory_order_acquire); }
+  std::int64_t underruns() const { return underruns_.load(std::memory_order_relaxed); }
+  std::int64_t trims() const { return trims_.load(std::memory_order_relaxed); }
+  std::int64_t overflows() const { return overflows_.load(std::memory_order_relaxed); }
+  bool buffering() const { return buffering_; }
+
+ private:
+  const std::int64_t capacity_;
+  const std::int64_t mask_;
+  std::unique_ptr<float[]> storage_;  // frames interleaved left, right
+  std::atomic<std::int64_t> head_{0};  // total frames ever written; producer only
+  std::atomic<std::int64_t> tail_{0};  // total frames ever consumed or discarded; consumer only
+  std::atomic<std::int64_t> underruns_{0};
+  std::atomic<std::int64_t> trims_{0};
+  std::atomic<std::int64_t> overflows_{0};
+  const std::int64_t targetFrames_;
+  const std::int64_t highWaterFrames_;
+  // Consumer only (and reset).
+  bool buffering_ = true;
+  int rampInLeft_ = 0;
+  float lastGain_ = 0;
+};
+
+}  // namespace tavorin
