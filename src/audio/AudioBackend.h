@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "audio/PcmFormat.h"
+
+namespace tavorin {
+
+// An output device; `id` is valid only while the device exists, `uid` is stable.
+struct AudioOutputDevice {
+  std::uint32_t id = 0;
+  std::string name;
+  std::string uid;
+  friend bool operator==(const AudioOutputDevice&, const AudioOutputDevice&) = default;
+};
+
+// A capture device, by its stable unique id.
+struct AudioInputDevice {
+  std::string id;
+  std::string name;
+  friend bool operator==(const AudioInputDevice&, const AudioInputDevice&) = default;
+};
+
+// Fills `frames` frames of both channels; runs on the device's real-time thread.
+using AudioRender = std::function<void(float* left, float* right, std::uint32_t frames)>;
+// One captured block as the device delivers it, with its presentation time in
+// seconds (negative when unknown); runs on the capture thread.
+using AudioDeliver = std::function<void(const PcmFormat& format, const void* const* planes, std::uint32_t frames, double pts)>;
+
+// A running connection to a device: a bus's playback or a channel's capture.
+class AudioPort {
+ public:
+  virtual ~AudioPort() = default;
+  // False with `error` set when the device cannot be opened.
+  virtual bool start(std::string* error) = 0;
+  // The callback is not running and will not run again once this returns.
+  virtual void stop() = 0;
+};
+
+// The machine's audio devices and streams, as the mixer needs them.
+class AudioBackend {
+ public:
+  virtual ~AudioBackend() = default;
+  virtual std::vector<AudioOutputDevice> outputDevices() const = 0;
+  virtual std::vector<AudioInputDevice> inputDevices() const = 0;
+  // 48 kHz stereo playback into `device`, pulling `render`.
+  virtual std::unique_ptr<AudioPort> makeOutput(const AudioOutputDevice& device, const std::string& streamName,
+                                                AudioRender render) = 0;
+  // Capture from the input device `deviceID`, or with `machineOutput` from what
+  // the machine plays on its default output.
+  virtual std::unique_ptr<AudioPort> makeCapture(const std::string& deviceID, bool machineOutput,
+                                                 const std::string& streamName, AudioDeliver deliver) = 0;
+
+  // Main thread: the device lists changed, or a running port lost its device.
+  std::function<void()> onDevicesChanged;
+};
+
+}  // namespace tavorin

@@ -1,0 +1,56 @@
+#include "audio/AudioBus.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/HostTime.h"
+
+namespace tavorin {
+
+AudioBus::AudioBus() : scratchLeft_(kMaxRenderFrames), scratchRight_(kMaxRenderFrames) {}
+
+void AudioBus::render(float* left, float* right, std::uint32_t frames) {
+  const double now = hostTimeNow();
+  for (std::uint32_t done = 0; done < frames;) {
+    const std::uint32_t n = std::min(frames - done, kMaxRenderFrames);
+    float* outLeft = left + done;
+    float* outRight = right + done;
+    std::memset(outLeft, 0, n * sizeof(float));
+    std::memset(outRight, 0, n * sizeof(float));
+    for (const auto& feed : feeds_) {
+      if (!feed->render(scratchLeft_.data(), scratchRight_.data(), n)) continue;
+      for (std::uint32_t i = 0; i < n; ++i) {
+        outLeft[i] += scratchLeft_[i];
+        outRight[i] += scratchRight_[i];
+      }
+    }
+    if (tap_) tap_->write(outLeft, outRight, n, now + static_cast<double>(done) / kCommonSampleRate);
+    done += n;
+  }
+  const float volume = outputVolume();
+  if (volume != 1.0f) {
+    for (std::uint32_t i = 0; i < frames; ++i) {
+      left[i] *= volume;
+      right[i] *= volume;
+    }
+  }
+  meterRaw_.store(meterLevel(left, frames), std::memory_order_relaxed);
+}
+
+bool AudioBus::start(AudioBackend& backend, const AudioOutputDevice& device, const std::string& streamName,
+                     std::string* error) {
+  stop();
+  auto port = backend.makeOutput(device, streamName,
+                                 [this](float* left, float* right, std::uint32_t frames) { render(left, right, frames); });
+  if (!port || !port->start(error)) return false;
+  port_ = std::move(port);
+  return true;
+}
+
+void AudioBus::stop() {
+  if (!port_) return;
+  port_->stop();
+  port_.reset();
+}
+
+}  // namespace tavorin

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "audio/AudioBackend.h"
+#include "audio/AudioLiveFeed.h"
+#include "audio/AudioTap.h"
+
+namespace tavorin {
+
+// The mix of one output: on each pull of its device it sums its feeds, hands
+// the sum to its tap (before the output volume), applies the volume, and
+// measures what the device plays. Its feed list changes only while stopped.
+class AudioBus {
+ public:
+  static constexpr std::uint32_t kMaxRenderFrames = 4096;
+
+  AudioBus();
+  AudioBus(const AudioBus&) = delete;
+  AudioBus& operator=(const AudioBus&) = delete;
+
+  // While stopped only.
+  void setFeeds(std::vector<std::shared_ptr<AudioLiveFeed>> feeds) { feeds_ = std::move(feeds); }
+  const std::vector<std::shared_ptr<AudioLiveFeed>>& feeds() const { return feeds_; }
+  void setTap(std::unique_ptr<AudioTap> tap) { tap_ = std::move(tap); }
+
+  void setOutputVolume(float volume) { outputVolume_.store(volume, std::memory_order_relaxed); }
+  float outputVolume() const { return outputVolume_.load(std::memory_order_relaxed); }
+  // The level of what the device last played.
+  float meterRaw() const { return meterRaw_.load(std::memory_order_relaxed); }
+
+  // The device's real-time pull.
+  void render(float* left, float* right, std::uint32_t frames);
+
+  // Opens the bus's device through `backend`; false with `error` set on failure.
+  bool start(AudioBackend& backend, const AudioOutputDevice& device, const std::string& streamName, std::string* error);
+  void stop();
+  bool running() const { return port_ != nullptr; }
+
+ private:
+  std::vector<std::shared_ptr<AudioLiveFeed>> feeds_;
+  std::unique_ptr<AudioTap> tap_;
+  std::unique_ptr<AudioPort> port_;
+  std::vector<float> scratchLeft_, scratchRight_;
+  std::atomic<float> outputVolume_{1.0f};
+  std::atomic<float> meterRaw_{0.0f};
+};
+
+}  // namespace tavorin

@@ -1,0 +1,581 @@
+#include "audio/AudioMixerEngine.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+#include "audio/DeviceAudioChannel.h"
+#include "core/stores/PreferenceKeys.h"
+#include "core/stores/Preferences.h"
+
+namespace tavorin {
+
+namespace {
+
+constexpr double kRebuildDelay = 0.4;
+constexpr double kSuppressAfterRebuild = 1.0;
+
+std::string trimmed(const std::string& text) {
+  const auto first = text.find_first_not_of(" \t\n\r");
+  if (first == std::string::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t\n\r") - first + 1);
+}
+
+}  // namespace
+
+AudioMixerEngine::AudioMixerEngine(MainQueue& queue, Preferences& preferences, AudioBackend* backend,
+                                   std::filesystem::path logFile)
+    : queue_(queue), preferences_(preferences), backend_(backend), log_(std::move(logFile)) {
+  programBus_.setTap(std::make_unique<AudioTap>([this](const PcmBuffer& block, double time) { fanOut(block, time); }));
+  loadMonitors();
+  channelOrder_ = preferences_.getStringList(prefkey::channelOrder).value_or(std::vector<std::string>{});
+  recordAllAudio = preferences_.getBool(prefkey::recordAllAudio).value_or(false);
+  const auto recordIDs = preferences_.getStringList(prefkey::recordAudioIDs).value_or(std::vector<std::string>{});
+  recordAudioIDs = std::set<std::string>(recordIDs.begin(), recordIDs.end());
+  if (backend_) {
+    backend_->onDevicesChanged = [this] {
+      if (queue_.now() >= suppressConfigChangesUntil_) scheduleRebuild();
+    };
+  }
+  meterTimer_ = queue_.every(kMeterInterval, [this] { meterTick(); });
+}
+
+AudioMixerEngine::~AudioMixerEngine() {
+  if (backend_) backend_->onDevicesChanged = nullptr;
+  // Devices stop pulling before the feeds and processors go.
+  programBus_.stop();
+  for (auto& bus : monitorBuses_) bus.bus->stop();
+  for (auto& [id, processor] : processors_) processor->stop();
+}
+
+// Sinks
+
+void AudioMixerEngine::setProgramAudioSink(AudioSink sink) {
+  std::lock_guard guard(sinkLock_);
+  sinks_.program = std::move(sink);
+}
+void AudioMixerEngine::setNDIAudioSink(std::function<void(const PcmBuffer&)> sink) {
+  std::lock_guard guard(sinkLock_);
+  sinks_.ndi = std::move(sink);
+}
+void AudioMixerEngine::setStreamAudioSink(AudioSink sink) {
+  std::lock_guard guard(sinkLock_);
+  sinks_.stream = std::move(sink);
+}
+void AudioMixerEngine::setReplayAudioSink(AudioSink sink) {
+  std::lock_guard guard(sinkLock_);
+  sinks_.replay = std::move(sink);
+}
+
+void AudioMixerEngine::fanOut(const PcmBuffer& buffer, double time) {
+  Sinks sinks;
+  {
+    std::lock_guard guard(sinkLock_);
+    sinks = sinks_;
+  }
+  if (sinks.program) sinks.program(buffer, time);
+  if (sinks.ndi) sinks.ndi(buffer);
+  if (sinks.stream) sinks.stream(buffer, time);
+  if (sinks.replay) sinks.replay(buffer, time);
+}
+
+// Channels
+
+std::shared_ptr<AudioTrackProcessor> AudioMixerEngine::processor(const std::string& id) const {
+  auto it = processors_.find(id);
+  return it == processors_.end() ? nullptr : it->second;
+}
+
+void AudioMixerEngine::registerChannel(std::shared_ptr<AudioTrackProcessor> processor, ChannelInfo info) {
+  const auto saved = savedRouting(info.id);
+  if (saved) {
+    info.level = saved->level;
+    info.air = saved->air;
+    info.monitor = saved->monitor;
+    info.afv = saved->afv;
+    if (saved->name) info.name = *saved->name;
+  }
+  info.cue = false;  // a solo never survives a restart
+  processor->level = info.level;
+  processor->air = info.air;
+  processor->cue = false;
+  processor->monitor = info.monitor;
+  processor->afv = info.afv;
+  processors_[info.id] = std::move(processor);
+  channels.modify([&](std::vector<ChannelInfo>& list) { list.push_back(std::move(info)); });
+  sortChannels();
+  rebuildAll();
+  applyRouting();
+}
+
+bool AudioMixerEngine::addDeviceChannel(const AudioInputDevice& device) {
+  if (processors_.contains(device.id)) return true;
+  if (!backend_) {
+    audioLog("AudioMixer addInput failed: no audio service");
+    return false;
+  }
+  auto channel = std::make_shared<DeviceAudioChannel>(*backend_, device.id, device.name, false, &log_);
+  std::string error;
+  if (!channel->open(&error)) {
+    audioLog("AudioMixer addInput failed: " + error);
+    return false;
+  }
+  registerChannel(channel, ChannelInfo{.id = device.id, .name = device.name, .air = true, .icon = "mic"});
+  return true;
+}
+
+std::shared_ptr<AudioTrackProcessor> AudioMixerEngine::addSourceChannel(const std::string& id, const std::string& name,
+                                                                        const std::string& icon, bool afvDefault,
+                                                                        std::optional<std::string> videoSourceID) {
+  if (auto existing = processor(id)) return existing;
+  auto channel = std::make_shared<AudioTrackProcessor>(id, name, &log_);
+  channel->videoSourceID = std::move(videoSourceID);
+  registerChannel(channel, ChannelInfo{.id = id, .name = name, .air = true, .afv = afvDefault, .icon = icon});
+  return channel;
+}
+
+bool AudioMixerEngine::addSystemChannel(const std::string& id, const std::string& name) {
+  if (processors_.contains(id)) return true;
+  if (!backend_) return false;
+  auto channel = std::make_shared<DeviceAudioChannel>(*backend_, id, name, true, &log_);
+  std::string error;
+  if (!channel->open(&error)) {
+    audioLog("AudioMixer addInput failed: " + error);
+    return false;
+  }
+  registerChannel(channel, ChannelInfo{.id = id, .name = name, .air = true, .icon = "speaker.wave.2"});
+  return true;
+}
+
+void AudioMixerEngine::removeChannel(const std::string& id) {
+  auto it = processors_.find(id);
+  if (it == processors_.end()) return;
+  std::shared_ptr<AudioTrackProcessor> gone = it->second;
+  gone->stop();
+  // The buses let go of its feeds before the processor goes.
+  processors_.erase(it);
+  channels.modify([&](std::vector<ChannelInfo>& list) {
+    std::erase_if(list, [&](const ChannelInfo& c) { return c.id == id; });
+  });
+  std::erase(channelOrder_, id);
+  saveChannelOrder();
+  if (offlineChannels->contains(id)) offlineChannels.modify([&](std::set<std::string>& s) { s.erase(id); });
+  rebuildAll();
+}
+
+void AudioMixerEngine::rebindInputs(const std::vector<AudioInputDevice>& devices) {
+  for (auto& [id, processor] : processors_) {
+    auto* device = dynamic_cast<DeviceAudioChannel*>(processor.get());
+    if (!device || id == "sysaudio") continue;
+    const bool present = std::any_of(devices.begin(), devices.end(), [&](const AudioInputDevice& d) { return d.id == id; });
+    const bool offline = offlineChannels->contains(id);
+    if (present && offline) {
+      std::string error;
+      if (device->open(&error)) {
+        offlineChannels.modify([&](std::set<std::string>& s) { s.erase(id); });
+      } else {
+        audioLog("AudioMixer rebind '" + id + "' failed: " + error);
+      }
+    } else if (!present && !offline) {
+      device->stop();
+      offlineChannels.modify([&](std::set<std::string>& s) { s.insert(id); });
+    }
+  }
+  scheduleRebuild();
+}
+
+void AudioMixerEngine::restoreInputs(const std::vector<std::string>& savedIDs,
+                                     const std::vector<AudioInputDevice>& devices) {
+  for (const std::string& id : savedIDs) {
+    if (processors_.contains(id)) continue;
+    for (const AudioInputDevice& device : devices) {
+      if (device.id == id) addDeviceChannel(device);
+    }
+  }
+}
+
+void AudioMixerEngine::sortChannels() {
+  if (channelOrder_.empty()) return;
+  channels.modify([&](std::vector<ChannelInfo>& list) {
+    std::vector<ChannelInfo> sorted;
+    for (const std::string& id : channelOrder_) {
+      auto it = std::find_if(list.begin(), list.end(), [&](const ChannelInfo& c) { return c.id == id; });
+      if (it != list.end()) sorted.push_back(*it);
+    }
+    for (const ChannelInfo& c : list) {
+      if (std::find(channelOrder_.begin(), channelOrder_.end(), c.id) == channelOrder_.end()) sorted.push_back(c);
+    }
+    list = std::move(sorted);
+  });
+}
+
+// Routing
+
+void AudioMixerEngine::applyRouting() {
+  const bool anyCue = std::any_of(processors_.begin(), processors_.end(), [](const auto& p) { return p.second->cue; });
+  for (auto& [id, processor] : processors_) {
+    const float programGain = processor->air ? processor->level : 0.0f;
+    const bool selected = anyCue ? processor->cue : processor->monitor;
+    const float monitorGain = selected ? processor->level : 0.0f;
+    processor->programFeed()->setGain(programGain);
+    for (const auto& [bus, feed] : processor->monitorFeeds()) feed->setGain(monitorGain);
+  }
+}
+
+ChannelInfo* AudioMixerEngine::findChannel(const std::string& id) {
+  auto& list = const_cast<std::vector<ChannelInfo>&>(channels.get());
+  auto it = std::find_if(list.begin(), list.end(), [&](const ChannelInfo& c) { return c.id == id; });
+  return it == list.end() ? nullptr : &*it;
+}
+
+template <class Fn>
+void AudioMixerEngine::changeRouting(const std::string& id, bool apply, Fn&& fn) {
+  auto processor = this->processor(id);
+  if (!processor || !findChannel(id)) return;
+  channels.modify([&](std::vector<ChannelInfo>& list) {
+    for (ChannelInfo& c : list) {
+      if (c.id == id) fn(c, *processor);
+    }
+  });
+  if (apply) applyRouting();
+  saveRouting();
+}
+
+void AudioMixerEngine::setLevel(const std::string& id, float level) {
+  level = std::clamp(level, 0.0f, 2.0f);
+  changeRouting(id, true, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.level = p.level = level; });
+}
+void AudioMixerEngine::setAir(const std::string& id, bool on) {
+  changeRouting(id, true, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.air = p.air = on; });
+}
+void AudioMixerEngine::setCue(const std::string& id, bool on) {
+  changeRouting(id, true, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.cue = p.cue = on; });
+}
+void AudioMixerEngine::setMonitor(const std::string& id, bool on) {
+  changeRouting(id, true, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.monitor = p.monitor = on; });
+}
+void AudioMixerEngine::setAFV(const std::string& id, bool on) {
+  changeRouting(id, false, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.afv = p.afv = on; });
+}
+
+void AudioMixerEngine::renameChannel(const std::string& id, const std::string& name) {
+  const std::string clean = trimmed(name);
+  if (clean.empty()) return;
+  changeRouting(id, false, [&](ChannelInfo& c, AudioTrackProcessor&) { c.name = clean; });
+}
+
+void AudioMixerEngine::clearCues() {
+  channels.modify([](std::vector<ChannelInfo>& list) {
+    for (ChannelInfo& c : list) c.cue = false;
+  });
+  for (auto& [id, processor] : processors_) processor->cue = false;
+  applyRouting();
+  saveRouting();
+}
+
+void AudioMixerEngine::moveChannel(const std::string& id, const std::string& before) {
+  if (id == before || !findChannel(id)) return;
+  channels.modify([&](std::vector<ChannelInfo>& list) {
+    auto it = std::find_if(list.begin(), list.end(), [&](const ChannelInfo& c) { return c.id == id; });
+    ChannelInfo moved = *it;
+    list.erase(it);
+    auto at = std::find_if(list.begin(), list.end(), [&](const ChannelInfo& c) { return c.id == before; });
+    list.insert(at, std::move(moved));
+  });
+  channelOrder_.clear();
+  for (const ChannelInfo& c : channels.get()) channelOrder_.push_back(c.id);
+  saveChannelOrder();
+}
+
+void AudioMixerEngine::followProgram(const std::set<std::string>& sourceIDs) {
+  channels.modify([&](std::vector<ChannelInfo>& list) {
+    for (ChannelInfo& c : list) {
+      auto processor = this->processor(c.id);
+      if (!processor || !c.afv || !processor->videoSourceID) continue;
+      c.air = processor->air = sourceIDs.contains(*processor->videoSourceID);
+    }
+  });
+  applyRouting();
+}
+
+// Program and monitors
+
+void AudioMixerEngine::setProgramOutput(std::optional<AudioOutputDevice> device) {
+  programOutput = device;
+  programSavedUID_ = device ? std::optional<std::string>(device->uid) : std::nullopt;
+  programOutputOffline = false;
+  rebuildProgram();
+}
+
+void AudioMixerEngine::applyProgramVolume() { programBus_.setOutputVolume(programMuted.get() ? 0.0f : programMasterGain.get()); }
+
+void AudioMixerEngine::setProgramMasterGain(float gain) {
+  programMasterGain = gain;
+  applyProgramVolume();
+  if (onMasterChanged) onMasterChanged();
+}
+
+void AudioMixerEngine::setProgramMuted(bool on) {
+  programMuted = on;
+  applyProgramVolume();
+}
+
+AudioBus* AudioMixerEngine::monitorBus(const std::string& id) {
+  for (auto& bus : monitorBuses_) {
+    if (bus.id == id) return bus.bus.get();
+  }
+  return nullptr;
+}
+
+std::string AudioMixerEngine::addMonitor(const std::string& name) {
+  const auto uptime = std::chrono::duration_cast<std::chrono::milliseconds>(
+                          std::chrono::steady_clock::now().time_since_epoch())
+                          .count();
+  MonitorBus bus;
+  bus.id = "monitor." + std::to_string(monitorBuses_.size()) + "-" + std::to_string(channels->size()) + "-" +
+           std::to_string(uptime);
+  bus.name = name;
+  monitorBuses_.push_back(std::move(bus));
+  rebuildMonitor(monitorBuses_.back());
+  publishMonitors();
+  saveMonitors();
+  return monitorBuses_.back().id;
+}
+
+void AudioMixerEngine::removeMonitor(const std::string& id) {
+  if (monitorBuses_.size() < 2) return;
+  auto it = std::find_if(monitorBuses_.begin(), monitorBuses_.end(), [&](const MonitorBus& b) { return b.id == id; });
+  if (it == monitorBuses_.end()) return;
+  it->bus->stop();
+  it->bus->setFeeds({});
+  for (auto& [channel, processor] : processors_) processor->removeMonitorFeed(id);
+  monitorBuses_.erase(it);
+  publishMonitors();
+  saveMonitors();
+}
+
+void AudioMixerEngine::renameMonitor(const std::string& id, const std::string& name) {
+  const std::string clean = trimmed(name);
+  if (clean.empty()) return;
+  for (auto& bus : monitorBuses_) {
+    if (bus.id == id) bus.name = clean;
+  }
+  publishMonitors();
+  saveMonitors();
+}
+
+void AudioMixerEngine::setMonitorDevice(const std::string& id, std::optional<AudioOutputDevice> device) {
+  for (auto& bus : monitorBuses_) {
+    if (bus.id != id) continue;
+    bus.device = device;
+    bus.savedUID = device ? std::optional<std::string>(device->uid) : std::nullopt;
+    rebuildMonitor(bus);
+  }
+  publishMonitors();
+  saveMonitors();
+}
+
+void AudioMixerEngine::setMonitorGain(const std::string& id, float gain) {
+  for (auto& bus : monitorBuses_) {
+    if (bus.id != id) continue;
+    bus.gain = gain;
+    bus.bus->setOutputVolume(bus.muted ? 0.0f : gain);
+  }
+  publishMonitors();
+  saveMonitors();
+}
+
+void AudioMixerEngine::setMonitorMuted(const std::string& id, bool on) {
+  for (auto& bus : monitorBuses_) {
+    if (bus.id != id) continue;
+    bus.muted = on;
+    bus.bus->setOutputVolume(on ? 0.0f : bus.gain);
+  }
+  publishMonitors();
+  saveMonitors();
+}
+
+void AudioMixerEngine::restoreMonitors() {
+  for (auto& bus : monitorBuses_) {
+    if (bus.device || !bus.savedUID) continue;
+    if (auto device = outputForUID(*bus.savedUID)) {
+      bus.device = device;
+      rebuildMonitor(bus);
+    }
+  }
+  publishMonitors();
+}
+
+void AudioMixerEngine::publishMonitors() {
+  std::vector<MonitorInfo> infos;
+  for (const MonitorBus& bus : monitorBuses_) {
+    infos.push_back(MonitorInfo{.id = bus.id,
+                                .name = bus.name,
+                                .gain = bus.gain,
+                                .muted = bus.muted,
+                                .deviceUID = bus.device ? std::optional<std::string>(bus.device->uid) : bus.savedUID,
+                                .removable = bus.id != kHeadphonesID,
+                                .connected = bus.device.has_value() || !bus.savedUID});
+  }
+  monitors = std::move(infos);
+}
+
+std::string AudioMixerEngine::monitorLabel() const {
+  std::string names;
+  for (const ChannelInfo& c : channels.get()) {
+    if (!c.cue) continue;
+    if (!names.empty()) names += ", ";
+    names += c.name;
+  }
+  return names.empty() ? "monitor mix" : "soloing " + names;
+}
+
+void AudioMixerEngine::setRecordAllAudio(bool on) {
+  recordAllAudio = on;
+  preferences_.setBool(prefkey::recordAllAudio, on);
+}
+
+void AudioMixerEngine::toggleRecordAudio(const std::string& id) {
+  recordAudioIDs.modify([&](std::set<std::string>& ids) {
+    if (!ids.erase(id)) ids.insert(id);
+  });
+  preferences_.setStringList(prefkey::recordAudioIDs,
+                             std::vector<std::string>(recordAudioIDs->begin(), recordAudioIDs->end()));
+}
+
+// Rebuilds
+
+std::optional<AudioOutputDevice> AudioMixerEngine::outputForUID(const std::string& uid) const {
+  if (!backend_) return std::nullopt;
+  for (const AudioOutputDevice& device : backend_->outputDevices()) {
+    if (device.uid == uid) return device;
+  }
+  return std::nullopt;
+}
+
+void AudioMixerEngine::rebuildProgram() {
+  programBus_.stop();
+  std::vector<std::shared_ptr<AudioLiveFeed>> feeds;
+  for (auto& [id, processor] : processors_) {
+    processor->programFeed()->ring.reset();
+    feeds.push_back(processor->programFeed());
+  }
+  programBus_.setFeeds(std::move(feeds));
+  applyProgramVolume();
+  if (!backend_ || !programOutput.get() || programOutputOffline.get() || processors_.empty()) return;
+  std::string error;
+  if (!programBus_.start(*backend_, *programOutput.get(), "Tavorin Program", &error)) {
+    audioLog("AudioMixer program engine start failed: " + error);
+    return;
+  }
+  applyRouting();
+}
+
+void AudioMixerEngine::rebuildMonitor(MonitorBus& bus) {
+  bus.bus->stop();
+  std::vector<std::shared_ptr<AudioLiveFeed>> feeds;
+  for (auto& [id, processor] : processors_) {
+    auto feed = processor->monitorFeed(bus.id);
+    feed->ring.reset();
+    feeds.push_back(std::move(feed));
+  }
+  bus.bus->setFeeds(std::move(feeds));
+  bus.bus->setOutputVolume(bus.muted ? 0.0f : bus.gain);
+  if (!backend_ || !bus.device || processors_.empty()) return;
+  std::string error;
+  if (!bus.bus->start(*backend_, *bus.device, "Tavorin " + bus.name, &error)) {
+    audioLog("AudioMixer monitor ‘" + bus.name + "’ engine start failed: " + error);
+    return;
+  }
+  applyRouting();
+}
+
+void AudioMixerEngine::rebuildAll() {
+  const auto& output = programOutput.get();
+  audioLog("rebuildAll (program: " + (output ? output->name : std::string("none")) +
+           ", monitors: " + std::to_string(monitorBuses_.size()) + ")");
+  rebuildProgram();
+  for (auto& bus : monitorBuses_) rebuildMonitor(bus);
+  // New feeds start at unity: give every one its routed gain.
+  applyRouting();
+}
+
+void AudioMixerEngine::scheduleRebuild() {
+  if (rebuildPending_) return;
+  rebuildPending_ = true;
+  rebuildTimer_ = queue_.after(kRebuildDelay, [this] {
+    rebuildPending_ = false;
+    rebindOutputs();
+    rebuildAll();
+    suppressConfigChangesUntil_ = queue_.now() + kSuppressAfterRebuild;
+  });
+}
+
+void AudioMixerEngine::restartAudio() {
+  rebindOutputs();
+  rebuildAll();
+  suppressConfigChangesUntil_ = queue_.now() + kSuppressAfterRebuild;
+}
+
+void AudioMixerEngine::rebindOutputs() {
+  if (!programSavedUID_ && programOutput.get()) programSavedUID_ = programOutput.get()->uid;
+  if (programSavedUID_) {
+    if (auto device = outputForUID(*programSavedUID_)) {
+      if (!programOutput.get() || programOutput.get()->id != device->id || programOutputOffline.get()) {
+        programOutput = device;
+      }
+      programOutputOffline = false;
+    } else {
+      programOutputOffline = true;
+    }
+  }
+  for (auto& bus : monitorBuses_) {
+    if (bus.savedUID) bus.device = outputForUID(*bus.savedUID);
+  }
+  publishMonitors();
+}
+
+// Meters and health
+
+void AudioMixerEngine::meterTick() {
+  AudioMeters next;
+  const AudioMeters& previous = meters.get();
+  auto before = [](const std::map<std::string, float>& map, const std::string& id) {
+    auto it = map.find(id);
+    return it == map.end() ? 0.0f : it->second;
+  };
+  for (auto& [id, processor] : processors_) {
+    const float raw = processor->meterLevel.load() * processor->level;
+    next.inputs[id] = std::max(raw, before(previous.inputs, id) * 0.8f);
+    next.peaks[id] = std::max(raw, before(previous.peaks, id) * 0.94f);
+    // A stalled channel falls to silence.
+    processor->meterLevel.store(processor->meterLevel.load() * 0.5f);
+  }
+  for (const auto& bus : monitorBuses_) next.monitors[bus.id] = bus.bus->meterRaw();
+  next.program = programBus_.meterRaw();
+  meters = std::move(next);
+  if (++healthTick_ % 15 == 0) refreshHealth();
+}
+
+void AudioMixerEngine::refreshHealth() {
+  std::vector<AudioChannelHealth> table;
+  for (const ChannelInfo& c : channels.get()) {
+    auto processor = this->processor(c.id);
+    if (!processor) continue;
+    std::vector<std::shared_ptr<AudioLiveFeed>> feeds{processor->programFeed()};
+    for (const auto& [bus, feed] : processor->monitorFeeds()) feeds.push_back(feed);
+    AudioChannelHealth health{.id = c.id, .name = c.name};
+    std::int64_t fill = 0;
+    for (const auto& feed : feeds) {
+      fill = std::max<std::int64_t>(fill, std::max<std::int64_t>(0, feed->ring.fill()));
+      health.underruns += feed->ring.underruns();
+      health.trims += feed->ring.trims();
+      health.overflows += feed->ring.overflows();
+    }
+    health.bufferMS = static_cast<int>(fill * 1000 / kCommonSampleRate);
+    table.push_back(std::move(health));
+  }
+  if (table != audioHealth.get()) audioHealth = std::move(table);
+}
+
+}  // namespace tavorin

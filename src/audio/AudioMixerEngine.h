@@ -1,0 +1,182 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "audio/AudioBackend.h"
+#include "audio/AudioBus.h"
+#include "audio/AudioLog.h"
+#include "audio/AudioMeters.h"
+#include "audio/AudioTrackProcessor.h"
+#include "audio/ChannelInfo.h"
+#include "audio/MonitorBus.h"
+#include "base/MainQueue.h"
+#include "base/Published.h"
+
+namespace tavorin {
+
+class Preferences;
+
+// The audio mixer: channels, the Program bus and any number of monitor buses,
+// each bus on its own output device and clock, fed by every channel through
+// a ring of its own. Decides who is heard where and how loud, hands the
+// Program mix to recorders and streams, and survives devices that come and go.
+// Main thread, except where a member says otherwise.
+class AudioMixerEngine {
+ public:
+  // Program mix before the master gain, in blocks of 1024 frames on the tap's thread.
+  using AudioSink = std::function<void(const PcmBuffer& buffer, double time)>;
+
+  static constexpr double kMeterInterval = 1.0 / 15;
+  static constexpr const char* kHeadphonesID = "monitor.headphones";
+
+  // `backend` may be null (no audio service): channels and routing still work
+  // and no bus plays.
+  AudioMixerEngine(MainQueue& queue, Preferences& preferences, AudioBackend* backend, std::filesystem::path logFile);
+  ~AudioMixerEngine();
+  AudioMixerEngine(const AudioMixerEngine&) = delete;
+  AudioMixerEngine& operator=(const AudioMixerEngine&) = delete;
+
+  Published<std::vector<ChannelInfo>> channels;
+  Published<std::optional<AudioOutputDevice>> programOutput;
+  Published<bool> micAuthorized{true};  // PipeWire asks no permission
+  Published<std::vector<MonitorInfo>> monitors;
+  Published<float> programMasterGain{1.0f};
+  Published<bool> programMuted{false};
+  std::function<void()> onMasterChanged;
+  Published<AudioMeters> meters;
+  Published<std::set<std::string>> offlineChannels;
+  Published<bool> programOutputOffline{false};
+  Published<std::vector<AudioChannelHealth>> audioHealth;
+  Published<bool> recordAllAudio{false};
+  Published<std::set<std::string>> recordAudioIDs;
+
+  // Sinks of the Program mix; set and cleared any time, called on the tap's thread.
+  void setProgramAudioSink(AudioSink sink);
+  void setNDIAudioSink(std::function<void(const PcmBuffer&)> sink);
+  void setStreamAudioSink(AudioSink sink);
+  void setReplayAudioSink(AudioSink sink);
+
+  // Channels.
+  // A capture device; logs "AudioMixer addInput failed: …" and adds nothing when it cannot start.
+  bool addDeviceChannel(const AudioInputDevice& device);
+  // A channel fed by a source through `ingest`; returns it (the existing one for a known id).
+  std::shared_ptr<AudioTrackProcessor> addSourceChannel(const std::string& id, const std::string& name,
+                                                        const std::string& icon, bool afvDefault,
+                                                        std::optional<std::string> videoSourceID);
+  // What the machine plays on its default output.
+  bool addSystemChannel(const std::string& id, const std::string& name);
+  void removeChannel(const std::string& id);
+  void rebindInputs(const std::vector<AudioInputDevice>& devices);
+  void restoreInputs(const std::vector<std::string>& savedIDs, const std::vector<AudioInputDevice>& devices);
+  std::shared_ptr<AudioTrackProcessor> processor(const std::string& id) const;
+
+  // Routing.
+  void setLevel(const std::string& id, float level);
+  void setAir(const std::string& id, bool on);
+  void setCue(const std::string& id, bool on);
+  void setMonitor(const std::string& id, bool on);
+  void setAFV(const std::string& id, bool on);
+  void renameChannel(const std::string& id, const std::string& name);
+  void clearCues();
+  void moveChannel(const std::string& id, const std::string& before);
+  // Audio follows video: channels with afv are on air exactly when their video source is on Program.
+  void followProgram(const std::set<std::string>& sourceIDs);
+
+  // Program.
+  void setProgramOutput(std::optional<AudioOutputDevice> device);
+  void setProgramMasterGain(float gain);
+  void setProgramMuted(bool on);
+
+  // Monitors.
+  std::string addMonitor(const std::string& name);
+  void removeMonitor(const std::string& id);
+  void renameMonitor(const std::string& id, const std::string& name);
+  void setMonitorDevice(const std::string& id, std::optional<AudioOutputDevice> device);
+  void setMonitorGain(const std::string& id, float gain);
+  void setMonitorMuted(const std::string& id, bool on);
+  void restoreMonitors();
+  // "monitor mix", or "soloing " and the cued channels' names.
+  std::string monitorLabel() const;
+
+  // Recording selection.
+  void setRecordAllAudio(bool on);
+  void toggleRecordAudio(const std::string& id);
+
+  // Maintenance.
+  void restartAudio();
+  void scheduleRebuild();
+  void audioLog(const std::string& message) { log_.append(message); }
+
+  // For tests and benchmarks: the buses as the devices pull them.
+  AudioBus& programBus() { return programBus_; }
+  AudioBus* monitorBus(const std::string& id);
+  // One meter tick at once.
+  void meterTick();
+
+ private:
+  struct Sinks {
+    AudioSink program;
+    std::function<void(const PcmBuffer&)> ndi;
+    AudioSink stream;
+    AudioSink replay;
+  };
+  // The stored routing of one channel.
+  struct Routing {
+    float level = 1.0f;
+    bool air = true;
+    bool cue = false;
+    bool monitor = true;
+    bool afv = false;
+    std::optional<std::string> name;
+  };
+
+  void registerChannel(std::shared_ptr<AudioTrackProcessor> processor, ChannelInfo info);
+  void applyRouting();
+  ChannelInfo* findChannel(const std::string& id);
+  template <class Fn>
+  void changeRouting(const std::string& id, bool apply, Fn&& fn);
+  void sortChannels();
+  void rebuildAll();
+  void rebuildProgram();
+  void rebuildMonitor(MonitorBus& bus);
+  void rebindOutputs();
+  void applyProgramVolume();
+  void publishMonitors();
+  void refreshHealth();
+  void fanOut(const PcmBuffer& buffer, double time);
+  std::optional<AudioOutputDevice> outputForUID(const std::string& uid) const;
+
+  // Persistence.
+  void loadMonitors();
+  void saveMonitors();
+  std::optional<Routing> savedRouting(const std::string& id) const;
+  void saveRouting();
+  void saveChannelOrder();
+
+  MainQueue& queue_;
+  Preferences& preferences_;
+  AudioBackend* backend_;
+  AudioLog log_;
+  AudioBus programBus_;
+  std::vector<MonitorBus> monitorBuses_;
+  std::map<std::string, std::shared_ptr<AudioTrackProcessor>> processors_;
+  std::vector<std::string> channelOrder_;
+  std::optional<std::string> programSavedUID_;
+  bool rebuildPending_ = false;
+  double suppressConfigChangesUntil_ = 0;
+  int healthTick_ = 0;
+  mutable std::mutex sinkLock_;
+  Sinks sinks_;
+  TimerHandle meterTimer_;
+  TimerHandle rebuildTimer_;
+};
+
+}  // namespace tavorin

@@ -1,0 +1,109 @@
+#include "audio/AudioTrackProcessor.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "audio/AudioLog.h"
+#include "base/HostTime.h"
+
+namespace tavorin {
+
+namespace {
+
+const char* formatName(PcmSampleFormat format) {
+  switch (format) {
+    case PcmSampleFormat::f32: return "32-bit float";
+    case PcmSampleFormat::f32Planar: return "32-bit float planar";
+    case PcmSampleFormat::s16: return "16-bit";
+    case PcmSampleFormat::s32: return "32-bit";
+  }
+  return "";
+}
+
+}  // namespace
+
+AudioTrackProcessor::AudioTrackProcessor(std::string channelID, std::string channelName, AudioLog* log)
+    : id(std::move(channelID)), name(std::move(channelName)), log_(log) {}
+
+AudioTrackProcessor::~AudioTrackProcessor() = default;
+
+void AudioTrackProcessor::log(const std::string& message) const {
+  if (log_) log_->append(message);
+}
+
+void AudioTrackProcessor::logCaptureFormat(const PcmFormat& format, std::uint32_t frames, double pts) {
+  char text[96];
+  std::snprintf(text, sizeof text, "%d Hz · %d ch · %s", format.sampleRate, format.channels,
+                formatName(format.sampleFormat));
+  if (diagFormat_ != text) {
+    log("[" + id + "] capture format: " + text);
+    diagFormat_ = text;
+    diagPTSEnd_ = -1;
+  }
+  if (pts < 0 || format.sampleRate <= 0) return;
+  const double jump = (pts - diagPTSEnd_) * 1000;
+  if (diagPTSEnd_ >= 0 && std::fabs(jump) > 1.0) {
+    ++diagGaps_;
+    char line[96];
+    std::snprintf(line, sizeof line, "] capture timeline jump %+.2f ms (#%d)", jump, diagGaps_);
+    log("[" + id + line);
+  }
+  diagPTSEnd_ = pts + static_cast<double>(frames) / format.sampleRate;
+}
+
+void AudioTrackProcessor::ingest(const PcmFormat& format, const void* const* planes, std::uint32_t frames, double pts) {
+  logCaptureFormat(format, frames, pts);
+  if (frames == 0 || !planes) return;
+  if (!converter_ || converter_->input() != format) converter_ = std::make_unique<AudioConverter>(format);
+  if (auto converted = converter_->convert(planes, frames)) process(*converted);
+}
+
+void AudioTrackProcessor::ingest(const PcmBuffer& buffer) {
+  if (buffer.isCommonFormat()) {
+    PcmBuffer copy = buffer;
+    process(copy);
+    return;
+  }
+  const PcmFormat format{buffer.sampleRate, buffer.channelCount(), PcmSampleFormat::f32Planar};
+  if (!converter_ || converter_->input() != format) converter_ = std::make_unique<AudioConverter>(format);
+  if (auto converted = converter_->convert(buffer)) process(*converted);
+}
+
+void AudioTrackProcessor::process(PcmBuffer& buffer) {
+  if (auto tap = recordTap_.load(std::memory_order_acquire)) (*tap)(buffer, hostTimeNow());
+  meterLevel.store(tavorin::meterLevel(buffer), std::memory_order_relaxed);
+  programFeed_->ring.write(buffer);
+  Feeds monitors;
+  {
+    std::lock_guard guard(feedsLock_);
+    monitors = monitorFeeds_;
+  }
+  for (const auto& [bus, feed] : monitors) feed->ring.write(buffer);
+}
+
+std::shared_ptr<AudioLiveFeed> AudioTrackProcessor::monitorFeed(const std::string& busID) {
+  std::lock_guard guard(feedsLock_);
+  auto& feed = monitorFeeds_[busID];
+  if (!feed) feed = std::make_shared<AudioLiveFeed>();
+  return feed;
+}
+
+void AudioTrackProcessor::removeMonitorFeed(const std::string& busID) {
+  std::shared_ptr<AudioLiveFeed> gone;
+  std::lock_guard guard(feedsLock_);
+  if (auto it = monitorFeeds_.find(busID); it != monitorFeeds_.end()) {
+    gone = std::move(it->second);
+    monitorFeeds_.erase(it);
+  }
+}
+
+AudioTrackProcessor::Feeds AudioTrackProcessor::monitorFeeds() const {
+  std::lock_guard guard(feedsLock_);
+  return monitorFeeds_;
+}
+
+void AudioTrackProcessor::setRecordTap(RecordTap tap) {
+  recordTap_.store(tap ? std::make_shared<const RecordTap>(std::move(tap)) : nullptr, std::memory_order_release);
+}
+
+}  // namespace tavorin

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "audio/AudioConverter.h"
+#include "audio/AudioLiveFeed.h"
+#include "audio/PcmBuffer.h"
+#include "audio/PcmFormat.h"
+
+namespace tavorin {
+
+class AudioLog;
+
+// One mixer channel: takes what its source delivers, brings it to the common
+// format, measures it, hands a copy to the track recorder and writes it into
+// one ring per bus. It does not mix: the buses apply the gains.
+class AudioTrackProcessor {
+ public:
+  using RecordTap = std::function<void(const PcmBuffer& buffer, double time)>;
+  using Feeds = std::map<std::string, std::shared_ptr<AudioLiveFeed>>;
+
+  AudioTrackProcessor(std::string id, std::string name, AudioLog* log = nullptr);
+  virtual ~AudioTrackProcessor();
+  AudioTrackProcessor(const AudioTrackProcessor&) = delete;
+  AudioTrackProcessor& operator=(const AudioTrackProcessor&) = delete;
+
+  const std::string id;
+  const std::string name;
+
+  // The mixer's copies of the routing; main thread.
+  float level = 1.0f;
+  bool air = true;
+  bool cue = false;
+  bool monitor = true;
+  bool afv = false;
+  std::optional<std::string> videoSourceID;
+
+  // Capture control; plain channels fed by a source have nothing to start.
+  virtual void start() {}
+  virtual void stop() {}
+
+  // Capture thread: a block as the source delivers it, stamped with its
+  // presentation time in seconds (negative when unknown).
+  void ingest(const PcmFormat& format, const void* const* planes, std::uint32_t frames, double pts);
+  // Capture thread: a block of float planes.
+  void ingest(const PcmBuffer& buffer);
+  // Capture thread: a block in the common format.
+  void process(PcmBuffer& buffer);
+
+  const std::shared_ptr<AudioLiveFeed>& programFeed() const { return programFeed_; }
+  // Main thread: the feed of a monitor bus, made on first use.
+  std::shared_ptr<AudioLiveFeed> monitorFeed(const std::string& busID);
+  void removeMonitorFeed(const std::string& busID);
+  Feeds monitorFeeds() const;
+
+  void setRecordTap(RecordTap tap);
+  // Latest level, post-filter and pre-fader; the meter tick halves it.
+  std::atomic<float> meterLevel{0};
+  int timelineGaps() const { return diagGaps_; }
+
+ protected:
+  void log(const std::string& message) const;
+
+ private:
+  void logCaptureFormat(const PcmFormat& format, std::uint32_t frames, double pts);
+
+  AudioLog* log_;
+  std::shared_ptr<AudioLiveFeed> programFeed_ = std::make_shared<AudioLiveFeed>();
+  mutable std::mutex feedsLock_;
+  Feeds monitorFeeds_;
+  std::atomic<std::shared_ptr<const RecordTap>> recordTap_;
+  // Capture thread only.
+  std::unique_ptr<AudioConverter> converter_;
+  double diagPTSEnd_ = -1;
+  std::string diagFormat_;
+  int diagGaps_ = 0;
+};
+
+}  // namespace tavorin

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+namespace tavorin {
+
+// One mixer channel as the operator sees it.
+struct ChannelInfo {
+  std::string id;
+  std::string name;
+  float level = 1.0f;  // fader, linear 0 to 2
+  bool air = true;     // goes to Program
+  bool cue = false;    // soloed on the monitor buses
+  bool monitor = true; // goes to the monitor buses
+  bool afv = false;    // air follows whether the channel's video source is on Program
+  bool removable = true;
+  std::string icon;
+  friend bool operator==(const ChannelInfo&, const ChannelInfo&) = default;
+};
+
+}  // namespace tavorin
