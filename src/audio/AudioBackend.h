@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,8 @@ class AudioBackend {
   virtual ~AudioBackend() = default;
   virtual std::vector<AudioOutputDevice> outputDevices() const = 0;
   virtual std::vector<AudioInputDevice> inputDevices() const = 0;
+  // The machine's default output, when it has one.
+  virtual std::optional<std::string> defaultOutputUID() const = 0;
   // 48 kHz stereo playback into `device`, pulling `render`.
   virtual std::unique_ptr<AudioPort> makeOutput(const AudioOutputDevice& device, const std::string& streamName,
                                                 AudioRender render) = 0;

@@ -113,6 +113,8 @@ class AudioMixerEngine {
   // Maintenance.
   void restartAudio();
   void scheduleRebuild();
+  // True for a second after a rebuild, whose own device changes are not news.
+  bool suppressingConfigChanges() const { return queue_.now() < suppressConfigChangesUntil_; }
   void audioLog(const std::string& message) { log_.append(message); }
 
   // For tests and benchmarks: the buses as the devices pull them.

@@ -49,8 +49,10 @@ struct AppModel::LayoutWriteBack {
 
 AppModel::AppModel(AppEnvironment environment)
     : queue_(environment.queue),
+      audioBackend_(environment.audioBackend),
       showFolder_(environment.showFolder),
       preferences_(environment.preferencesFile),
+      audioMixer(queue_, preferences_, environment.audioBackend, showFolder_.file("audio.log")),
       switcher(SwitcherEngine::Role::main, queue_),
       verticalSwitcher(SwitcherEngine::Role::vertical, queue_),
       studioSwitcher(SwitcherEngine::Role::studio, queue_),
@@ -90,6 +92,7 @@ void AppModel::start() {
   if (!preferences_.getBool(prefkey::onboardingDone).value_or(false)) showOnboarding = true;
 
   bindSwitcherClosures();
+  bindAudioMixer();
   bindCustomTransitions();
   bindEngine();
   runMigrations();
@@ -118,6 +121,46 @@ void AppModel::bindSwitcherClosures() {
   for (SwitcherEngine* engine : {&switcher, &verticalSwitcher, &studioSwitcher}) {
     engine->sourcePixelSize = sourcePixelSize;
   }
+}
+
+void AppModel::bindAudioMixer() {
+  switcher.audioFollow = [this](const std::set<std::string>& sourceIDs) { audioMixer.followProgram(sourceIDs); };
+  if (auto gain = preferences_.getDouble(prefkey::progMasterGain)) audioMixer.setProgramMasterGain(static_cast<float>(*gain));
+  audioMixer.onMasterChanged = [this] { preferences_.setDouble(prefkey::progMasterGain, audioMixer.programMasterGain.get()); };
+  auto channelIDs = std::make_shared<std::vector<std::string>>();
+  subscriptions_.push_back(audioMixer.channels.subscribe([this, channelIDs](const std::vector<ChannelInfo>& list) {
+    std::vector<std::string> ids;
+    for (const ChannelInfo& c : list) ids.push_back(c.id);
+    if (ids == *channelIDs) return;
+    *channelIDs = ids;
+    switcher.applyAudioFollow();
+    preferences_.setStringList(prefkey::audioInputIDs, ids);
+  }));
+  auto outputUID = std::make_shared<std::optional<std::string>>();
+  subscriptions_.push_back(audioMixer.programOutput.subscribe([this, outputUID](const std::optional<AudioOutputDevice>& device) {
+    if (!device || device->uid == *outputUID) return;
+    *outputUID = device->uid;
+    preferences_.setString(prefkey::programOutputUID, device->uid);
+  }));
+  if (audioBackend_) {
+    audioBackend_->onDevicesChanged = [this] {
+      if (!audioMixer.suppressingConfigChanges()) refreshAudioDevices();
+    };
+  }
+  refreshAudioDevices();
+}
+
+void AppModel::refreshAudioDevices() {
+  if (!audioBackend_) return;
+  const auto inputs = audioBackend_->inputDevices();
+  audioMixer.restoreInputs(savedAudioInputIDs, inputs);
+  audioMixer.rebindInputs(inputs);
+  if (!audioMixer.programOutput.get() && savedProgramOutputUID) {
+    for (const AudioOutputDevice& device : audioBackend_->outputDevices()) {
+      if (device.uid == *savedProgramOutputUID) audioMixer.setProgramOutput(device);
+    }
+  }
+  audioMixer.restoreMonitors();
 }
 
 void AppModel::bindCustomTransitions() {

@@ -19,6 +19,7 @@
 #include "core/model/TransitionKind.h"
 #include "core/stores/LayoutStore.h"
 #include "core/stores/TransitionStore.h"
+#include "audio/AudioMixerEngine.h"
 #include "core/stores/Preferences.h"
 #include "core/stores/SessionStore.h"
 #include "core/stores/ShowFolder.h"
@@ -38,6 +39,8 @@ struct AppEnvironment {
   // The process's GPU context; without one there is no frame clock (tests of
   // the model alone).
   GLContext* glContext = nullptr;
+  // The machine's audio devices; without them the mixer mixes but nothing plays.
+  AudioBackend* audioBackend = nullptr;
 };
 
 // Owns every engine and store from start to quit, links them once at start,
@@ -45,6 +48,7 @@ struct AppEnvironment {
 class AppModel {
   // Declared first: the fields below are built from them.
   MainQueue& queue_;
+  AudioBackend* audioBackend_;
   ShowFolder showFolder_;
   Preferences preferences_;
 
@@ -85,6 +89,7 @@ class AppModel {
 
   // Fields, in construction order.
   Published<std::vector<std::string>> log;
+  AudioMixerEngine audioMixer;
   SwitcherEngine switcher;
   SwitcherEngine verticalSwitcher;
   SwitcherEngine studioSwitcher;
@@ -119,6 +124,13 @@ class AppModel {
 
   void bindSwitcherClosures();
   void bindCustomTransitions();
+  void bindAudioMixer();
+ public:
+  // Hands the current device lists to the mixer: restores the operator's inputs
+  // and the Program output, rebinds channels whose device came or went.
+  void refreshAudioDevices();
+
+ private:
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
   std::function<void(float)> makePoseUpdate(const CustomTransition& custom);
   void bindEngine();

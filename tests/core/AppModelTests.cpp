@@ -138,6 +138,24 @@ TEST_F(AppModelTest, SelectingOnOneCanvasClearsTheOthers) {
   EXPECT_FALSE(model->switcher.selectedLayerID.get());
 }
 
+TEST_F(AppModelTest, TakesSwitchFollowingAudioAndMasterGainIsKept) {
+  auto model = makeModel();
+  model->audioMixer.addSourceChannel("ndiaudio:cam", "Cam (NDI)", "network", true, "ndi:cam");
+  EXPECT_FALSE(model->audioMixer.channels.get()[0].air) << "the camera is not on Program";
+  MixerScene withCamera = MixerScene::named("Cam");
+  withCamera.layers.push_back(LayerState::make("ndi:cam"));
+  model->switcher.previewScene = withCamera;
+  model->cut(model->switcher);
+  EXPECT_TRUE(model->audioMixer.channels.get()[0].air);
+  model->switcher.previewScene = MixerScene::named("Empty");
+  model->cut(model->switcher);
+  EXPECT_FALSE(model->audioMixer.channels.get()[0].air);
+
+  model->audioMixer.setProgramMasterGain(0.5f);
+  model.reset();
+  EXPECT_FLOAT_EQ(makeModel()->audioMixer.programMasterGain.get(), 0.5f);
+}
+
 TEST_F(AppModelTest, PreferencesShapeTheFields) {
   {
     Preferences prefs(show / "preferences.json");
