@@ -121,6 +121,7 @@ DemoShow::DemoShow(AppModel& model, double takeEvery) : model_(model) {
   addSources();
   addScenes();
   addTransition();
+  addTone();
   // Open on the first scene, with the second waiting in Preview.
   for (const MixerScene& scene : model_.layoutStore.layouts.get()) {
     if (scene.id == scenes_[0]) model_.loadLayout(scene);
@@ -202,6 +203,17 @@ void DemoShow::addScenes() {
       found = model_.layoutStore.add(scene, design.name);
     }
     scenes_.push_back(*found);
+  }
+}
+
+void DemoShow::addTone() {
+  auto channel = model_.audioMixer.addSourceChannel("tone:demo", "Demo tone", "waveform", false, std::nullopt);
+  tone_ = std::make_unique<ToneGenerator>(channel, 440.0, 0.1f);
+  if (!model_.audioMixer.programOutput.get()) {
+    if (auto output = model_.defaultAudioOutput()) {
+      model_.audioMixer.setProgramOutput(output);
+      model_.appendLog("Demo show: Program audio on " + output->name);
+    }
   }
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "base/MainQueue.h"
 #include "base/Uuid.h"
+#include "audio/ToneGenerator.h"
 
 namespace tavorin {
 
@@ -14,7 +16,8 @@ class AppModel;
 // show's "Images" folder (colour bars, a logo, a lower-third plate) and
 // "still:black", three scenes with layer motion, a custom transition (a plate
 // that sweeps across and hides the cut), and a take every few seconds that
-// cycles through the built-in transitions and the custom one.
+// cycles through the built-in transitions and the custom one. A tone channel
+// gives it sound, on the machine's default output unless the show has chosen one.
 class DemoShow {
  public:
   DemoShow(AppModel& model, double takeEvery);
@@ -23,6 +26,7 @@ class DemoShow {
   void addSources();
   void addScenes();
   void addTransition();
+  void addTone();
   void takeNext();
 
   AppModel& model_;
@@ -30,6 +34,7 @@ class DemoShow {
   std::size_t nextScene_ = 1;
   std::size_t nextTransition_ = 0;
   TimerHandle timer_;
+  std::unique_ptr<ToneGenerator> tone_;
 };
 
 }  // namespace tavorin

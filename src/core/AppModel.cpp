@@ -163,6 +163,15 @@ void AppModel::refreshAudioDevices() {
   audioMixer.restoreMonitors();
 }
 
+std::optional<AudioOutputDevice> AppModel::defaultAudioOutput() const {
+  if (!audioBackend_) return std::nullopt;
+  const auto uid = audioBackend_->defaultOutputUID();
+  for (const AudioOutputDevice& device : audioBackend_->outputDevices()) {
+    if (!uid || device.uid == *uid) return device;
+  }
+  return std::nullopt;
+}
+
 void AppModel::bindCustomTransitions() {
   auto lookup = [this](const Uuid& id) { return transitionStore.find(id); };
   switcher.customTransitionLookup = lookup;

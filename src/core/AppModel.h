@@ -129,6 +129,8 @@ class AppModel {
   // Hands the current device lists to the mixer: restores the operator's inputs
   // and the Program output, rebinds channels whose device came or went.
   void refreshAudioDevices();
+  // The machine's default output, when there is an audio service and it has one.
+  std::optional<AudioOutputDevice> defaultAudioOutput() const;
 
  private:
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
