@@ -114,7 +114,7 @@ bool AudioMixerEngine::addDeviceChannel(const AudioInputDevice& device) {
     audioLog("AudioMixer addInput failed: no audio service");
     return false;
   }
-  auto channel = std::make_shared<DeviceAudioChannel>(*backend_, device.id, device.name, false, &log_);
+  auto channel = std::make_shared<DeviceAudioChannel>(*backend_, device.id, device.name, &log_);
   std::string error;
   if (!channel->open(&error)) {
     audioLog("AudioMixer addInput failed: " + error);
@@ -137,7 +137,7 @@ std::shared_ptr<AudioTrackProcessor> AudioMixerEngine::addSourceChannel(const st
 bool AudioMixerEngine::addSystemChannel(const std::string& id, const std::string& name) {
   if (processors_.contains(id)) return true;
   if (!backend_) return false;
-  auto channel = std::make_shared<DeviceAudioChannel>(*backend_, id, name, true, &log_);
+  auto channel = std::make_shared<SystemAudioChannel>(*backend_, id, name, &log_);
   std::string error;
   if (!channel->open(&error)) {
     audioLog("AudioMixer addInput failed: " + error);
@@ -166,7 +166,8 @@ void AudioMixerEngine::removeChannel(const std::string& id) {
 void AudioMixerEngine::rebindInputs(const std::vector<AudioInputDevice>& devices) {
   for (auto& [id, processor] : processors_) {
     auto* device = dynamic_cast<DeviceAudioChannel*>(processor.get());
-    if (!device || id == "sysaudio") continue;
+    // The machine's own output is never unplugged.
+    if (!device || dynamic_cast<SystemAudioChannel*>(device)) continue;
     const bool present = std::any_of(devices.begin(), devices.end(), [&](const AudioInputDevice& d) { return d.id == id; });
     const bool offline = offlineChannels->contains(id);
     if (present && offline) {
