@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "app/DemoShow.h"
+#include "audio/PipeWireAudioBackend.h"
 #include "core/AppModel.h"
 #include "core/stores/Preferences.h"
 #include "core/stores/ShowFolder.h"
@@ -38,6 +39,11 @@ int runHeadless(const LaunchOptions& options) {
   }
   environment.glContext = gl;
 
+  // Without a PipeWire daemon the show runs silent rather than not at all.
+  std::string audioError;
+  std::unique_ptr<AudioBackend> audio = makePipeWireAudioBackend(queue, &audioError);
+  environment.audioBackend = audio.get();
+
   std::unique_ptr<AppModel> model;
   try {
     model = std::make_unique<AppModel>(environment);
@@ -50,6 +56,7 @@ int runHeadless(const LaunchOptions& options) {
   model->start();
   model->appendLog("Show folder: " + environment.showFolder.string());
   model->appendLog("GPU: " + gl->description());
+  if (!audio) model->appendLog("Audio: " + audioError + " — the show runs without sound");
   std::unique_ptr<DemoShow> demo;
   if (options.demo) demo = std::make_unique<DemoShow>(*model, options.takeEvery);
 

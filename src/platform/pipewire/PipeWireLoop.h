@@ -1,0 +1,52 @@
+#pragma once
+
+#include <spa/utils/hook.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+
+#include "platform/pipewire/PipeWireFailure.h"
+
+struct pw_context;
+struct pw_core;
+struct pw_thread_loop;
+
+namespace tavorin {
+
+// One connection to the session's PipeWire daemon, served by its own loop
+// thread ("Tavorin.PipeWire"). Registry and stream objects are created and
+// destroyed with the loop locked; their events arrive on the loop thread.
+class PipeWireLoop {
+ public:
+  // Throws PipeWireFailure("PipeWire is not running: …") when no daemon answers.
+  PipeWireLoop();
+  ~PipeWireLoop();
+  PipeWireLoop(const PipeWireLoop&) = delete;
+  PipeWireLoop& operator=(const PipeWireLoop&) = delete;
+
+  // Runs `fn` on the calling thread with the loop locked. The lock is
+  // recursive, so this also works from the loop thread's own callbacks.
+  void locked(const std::function<void()>& fn);
+  pw_thread_loop* threadLoop() { return loop_; }
+  pw_core* core() { return core_; }
+  // False once the daemon went away; objects made on this connection are dead then.
+  bool connected() const { return connected_.load(); }
+
+ private:
+  static void onCoreDone(void* data, uint32_t id, int seq);
+  static void onCoreError(void* data, uint32_t id, int seq, int res, const char* message);
+  void tearDown();
+
+  pw_thread_loop* loop_ = nullptr;
+  pw_context* context_ = nullptr;
+  pw_core* core_ = nullptr;
+  spa_hook coreListener_{};
+  std::atomic<bool> connected_{false};
+  // The start-up round trip: answered or refused.
+  int handshakeSeq_ = -1;
+  bool handshakeDone_ = false;
+  std::string handshakeError_;
+};
+
+}  // namespace tavorin
