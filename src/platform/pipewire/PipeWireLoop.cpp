@@ -59,7 +59,7 @@ PipeWireLoop::PipeWireLoop() {
     LoopLock lock(loop_);
     core_ = pw_context_connect(context_, nullptr, 0);
     if (!core_) {
-      failure = "cannot connect to " + socketDescription() + ": " + std::strerror(errno);
+      failure = "no daemon answers at " + socketDescription() + " (" + std::strerror(errno) + ")";
     } else {
       static const pw_core_events events = [] {
         pw_core_events e{};
@@ -78,7 +78,9 @@ PipeWireLoop::PipeWireLoop() {
         if (pw_thread_loop_timed_wait_full(loop_, &deadline) < 0) break;
       }
       if (!handshakeDone_) {
-        failure = handshakeError_.empty() ? "no answer from " + socketDescription() + " within 3 s" : handshakeError_;
+        failure = !handshakeError_.empty() ? handshakeError_
+                                           : "no answer from " + socketDescription() + " within " +
+                                                 std::to_string(handshakeTimeoutSeconds) + " s";
       }
     }
   }

@@ -16,7 +16,8 @@ namespace tavorin {
 
 // One connection to the session's PipeWire daemon, served by its own loop
 // thread ("Tavorin.PipeWire"). Registry and stream objects are created and
-// destroyed with the loop locked; their events arrive on the loop thread.
+// destroyed with the loop locked, their events arrive on the loop thread, and
+// they must all be gone before the loop goes.
 class PipeWireLoop {
  public:
   // Throws PipeWireFailure("PipeWire is not running: …") when no daemon answers.
