@@ -58,8 +58,10 @@ class AudioBackend {
   virtual std::unique_ptr<AudioPort> makeCapture(const std::string& deviceID, bool machineOutput,
                                                  const std::string& streamName, AudioDeliver deliver) = 0;
 
-  // Main thread: the device lists changed, or a running port lost its device.
+  // Main thread: the device lists changed.
   std::function<void()> onDevicesChanged;
+  // Main thread: a running port lost its device or its connection.
+  std::function<void()> onStreamInterrupted;
 };
 
 }  // namespace tavorin

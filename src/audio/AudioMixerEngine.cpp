@@ -33,15 +33,24 @@ AudioMixerEngine::AudioMixerEngine(MainQueue& queue, Preferences& preferences, A
   const auto recordIDs = preferences_.getStringList(prefkey::recordAudioIDs).value_or(std::vector<std::string>{});
   recordAudioIDs = std::set<std::string>(recordIDs.begin(), recordIDs.end());
   if (backend_) {
+    // A new device list is always news; a stream losing its device may be
+    // the echo of a rebuild of our own.
     backend_->onDevicesChanged = [this] {
-      if (queue_.now() >= suppressConfigChangesUntil_) scheduleRebuild();
+      rebindInputs(backend_->inputDevices());
+      if (onDevicesChanged) onDevicesChanged();
+    };
+    backend_->onStreamInterrupted = [this] {
+      if (!suppressingConfigChanges()) scheduleRebuild();
     };
   }
   meterTimer_ = queue_.every(kMeterInterval, [this] { meterTick(); });
 }
 
 AudioMixerEngine::~AudioMixerEngine() {
-  if (backend_) backend_->onDevicesChanged = nullptr;
+  if (backend_) {
+    backend_->onDevicesChanged = nullptr;
+    backend_->onStreamInterrupted = nullptr;
+  }
   // Devices stop pulling before the feeds and processors go.
   programBus_.stop();
   for (auto& bus : monitorBuses_) bus.bus->stop();

@@ -51,6 +51,8 @@ class AudioMixerEngine {
   Published<float> programMasterGain{1.0f};
   Published<bool> programMuted{false};
   std::function<void()> onMasterChanged;
+  // After the mixer has rebound its inputs to a new device list.
+  std::function<void()> onDevicesChanged;
   Published<AudioMeters> meters;
   Published<std::set<std::string>> offlineChannels;
   Published<bool> programOutputOffline{false};

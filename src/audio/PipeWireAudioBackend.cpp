@@ -48,18 +48,24 @@ class PipeWireAudioBackend final : public AudioBackend {
   explicit PipeWireAudioBackend(MainQueue& queue)
       : queue_(queue),
         notify_(std::make_shared<std::function<void()>>([this] {
+          if (onStreamInterrupted) onStreamInterrupted();
+        })),
+        listChanged_(std::make_shared<std::function<void()>>([this] {
           if (onDevicesChanged) onDevicesChanged();
         })),
         registry_(loop_, [this] {
-          std::weak_ptr<std::function<void()>> weak = notify_;
+          std::weak_ptr<std::function<void()>> weak = listChanged_;
           queue_.post([weak] {
-            if (auto notify = weak.lock()) (*notify)();
+            if (auto changed = weak.lock()) (*changed)();
           });
         }) {
     registry_.waitUntilSynced();
   }
 
-  ~PipeWireAudioBackend() override { notify_.reset(); }
+  ~PipeWireAudioBackend() override {
+    notify_.reset();
+    listChanged_.reset();
+  }
 
   std::vector<AudioOutputDevice> outputDevices() const override {
     std::vector<AudioOutputDevice> devices;
@@ -102,7 +108,8 @@ class PipeWireAudioBackend final : public AudioBackend {
  private:
   MainQueue& queue_;
   PipeWireLoop loop_;
-  std::shared_ptr<std::function<void()>> notify_;
+  std::shared_ptr<std::function<void()>> notify_;       // a stream was interrupted
+  std::shared_ptr<std::function<void()>> listChanged_;  // the registry's device list changed
   PipeWireRegistry registry_;
 };
 

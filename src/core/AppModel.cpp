@@ -142,19 +142,13 @@ void AppModel::bindAudioMixer() {
     *outputUID = device->uid;
     preferences_.setString(prefkey::programOutputUID, device->uid);
   }));
-  if (audioBackend_) {
-    audioBackend_->onDevicesChanged = [this] {
-      if (!audioMixer.suppressingConfigChanges()) refreshAudioDevices();
-    };
-  }
+  audioMixer.onDevicesChanged = [this] { refreshAudioDevices(); };
   refreshAudioDevices();
 }
 
 void AppModel::refreshAudioDevices() {
   if (!audioBackend_) return;
-  const auto inputs = audioBackend_->inputDevices();
-  audioMixer.restoreInputs(savedAudioInputIDs, inputs);
-  audioMixer.rebindInputs(inputs);
+  audioMixer.restoreInputs(savedAudioInputIDs, audioBackend_->inputDevices());
   if (!audioMixer.programOutput.get() && savedProgramOutputUID) {
     for (const AudioOutputDevice& device : audioBackend_->outputDevices()) {
       if (device.uid == *savedProgramOutputUID) audioMixer.setProgramOutput(device);

@@ -4,7 +4,10 @@
 
 namespace tavorin::testing {
 
-void ManualMainQueue::post(std::function<void()> task) { posted_.push_back(std::move(task)); }
+void ManualMainQueue::post(std::function<void()> task) {
+  std::lock_guard guard(postLock_);
+  posted_.push_back(std::move(task));
+}
 
 TimerHandle ManualMainQueue::after(double seconds, std::function<void()> task) {
   return schedule(seconds, 0, std::move(task));
@@ -24,10 +27,16 @@ TimerHandle ManualMainQueue::schedule(double seconds, double interval, std::func
 }
 
 bool ManualMainQueue::runOneDue(double upTo) {
-  if (!posted_.empty()) {
-    auto task = std::move(posted_.front());
-    posted_.erase(posted_.begin());
-    task();
+  std::function<void()> posted;
+  {
+    std::lock_guard guard(postLock_);
+    if (!posted_.empty()) {
+      posted = std::move(posted_.front());
+      posted_.erase(posted_.begin());
+    }
+  }
+  if (posted) {
+    posted();
     return true;
   }
   auto earliest = timers_->end();

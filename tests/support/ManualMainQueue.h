@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -39,6 +40,7 @@ class ManualMainQueue final : public MainQueue {
 
   double now_ = 1000.0;
   std::uint64_t nextID_ = 1;
+  std::mutex postLock_;  // post() may come from any thread, as on the real queue
   std::vector<std::function<void()>> posted_;
   std::shared_ptr<TimerMap> timers_ = std::make_shared<TimerMap>();
 };

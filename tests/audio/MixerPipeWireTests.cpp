@@ -1,0 +1,145 @@
+// The mixer on a real (private) PipeWire: a tone played into a virtual
+// microphone crosses a channel to the Program tap and to the devices of the
+// buses it is routed to; a device that goes away mid-run is rebuilt around.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <mutex>
+#include <thread>
+
+#include "audio/AudioMixerEngine.h"
+#include "audio/PipeWireAudioBackend.h"
+#include "core/stores/Preferences.h"
+#include "support/ManualMainQueue.h"
+#include "support/PrivatePipeWire.h"
+#include "support/TempDir.h"
+
+namespace tavorin {
+namespace {
+
+constexpr double kToneAmplitude = 0.5;
+
+double dbOff(double rms) { return 20 * std::log10(rms / (kToneAmplitude / std::sqrt(2.0))); }
+
+double rmsOf(const std::vector<float>& samples, std::size_t from = 0) {
+  if (samples.size() <= from) return 0;
+  double sum = 0;
+  for (std::size_t i = from; i < samples.size(); ++i) sum += static_cast<double>(samples[i]) * samples[i];
+  return std::sqrt(sum / static_cast<double>(samples.size() - from));
+}
+
+class MixerOnPipeWire : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    pipewire.addSource("mic_in", "Test microphone");
+    pipewire.addSink("program_out", "Program speakers");
+    pipewire.addSink("monitor_out", "Monitor headphones");
+    std::string error;
+    backend = makePipeWireAudioBackend(queue, &error);
+    ASSERT_TRUE(backend) << error;
+    mixer = std::make_unique<AudioMixerEngine>(queue, preferences, backend.get(), dir / "audio.log");
+    mixer->setProgramAudioSink([this](const PcmBuffer& block, double) {
+      std::lock_guard guard(lock);
+      tap.insert(tap.end(), block.planes[0].begin(), block.planes[0].end());
+    });
+  }
+  void TearDown() override {
+    mixer.reset();
+    backend.reset();
+  }
+
+  // Runs the main queue in step with the wall clock.
+  void pump(double seconds) {
+    for (double t = 0; t < seconds; t += 0.02) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      queue.advance(0.02);
+    }
+  }
+  std::optional<AudioOutputDevice> output(const std::string& uid) {
+    for (const auto& device : backend->outputDevices()) {
+      if (device.uid == uid) return device;
+    }
+    return std::nullopt;
+  }
+  // The level of the last second that reached the Program tap.
+  double tapRMS() {
+    std::lock_guard guard(lock);
+    return rmsOf(std::vector<float>(tap.end() - std::min<std::size_t>(tap.size(), 48000), tap.end()));
+  }
+  std::size_t tapFrames() {
+    std::lock_guard guard(lock);
+    return tap.size();
+  }
+
+  testing::PrivatePipeWire pipewire;
+  testing::TempDir dir;
+  testing::ManualMainQueue queue;
+  Preferences preferences{dir / "preferences.json"};
+  std::unique_ptr<AudioBackend> backend;
+  std::unique_ptr<AudioMixerEngine> mixer;
+  std::mutex lock;
+  std::vector<float> tap;
+};
+
+TEST_F(MixerOnPipeWire, ToneReachesTheProgramTapAtItsLevelAndAMonitorOnlyWhenRouted) {
+  ASSERT_TRUE(mixer->addDeviceChannel({"mic_in", "Test microphone"}));
+  mixer->setProgramOutput(output("program_out"));
+  mixer->setMonitorDevice(AudioMixerEngine::kHeadphonesID, output("monitor_out"));
+  ASSERT_TRUE(mixer->programBus().running());
+  auto tone = pipewire.playTone("mic_in", 1000, 30, kToneAmplitude);
+  pump(1.5);
+  EXPECT_NEAR(dbOff(tapRMS()), 0.0, 0.5);
+  const auto onMonitor = pipewire.recordFrom("monitor_out", 1.0, true);
+  EXPECT_NEAR(dbOff(rmsOf(onMonitor, 9600)), 0.0, 0.5);
+
+  mixer->setMonitor("mic_in", false);
+  pump(0.2);
+  const auto offMonitor = pipewire.recordFrom("monitor_out", 1.0, true);
+  EXPECT_LT(rmsOf(offMonitor, 9600), 1e-4) << "not routed: nothing on the monitor";
+  EXPECT_NEAR(dbOff(tapRMS()), 0.0, 0.5) << "Program is unchanged";
+
+  mixer->setLevel("mic_in", 0.5f);
+  pump(1.5);
+  EXPECT_NEAR(dbOff(tapRMS()), -6.02, 0.5);
+}
+
+TEST_F(MixerOnPipeWire, VanishedMonitorDeviceIsRebuiltAroundAndProgramPlaysOn) {
+  ASSERT_TRUE(mixer->addDeviceChannel({"mic_in", "Test microphone"}));
+  mixer->setProgramOutput(output("program_out"));
+  mixer->setMonitorDevice(AudioMixerEngine::kHeadphonesID, output("monitor_out"));
+  auto tone = pipewire.playTone("mic_in", 1000, 30, kToneAmplitude);
+  pump(1.0);
+  pipewire.remove("monitor_out");
+  pump(2.0);
+  EXPECT_FALSE(mixer->monitors.get()[0].connected);
+  EXPECT_FALSE(mixer->monitorBus(AudioMixerEngine::kHeadphonesID)->running());
+  EXPECT_TRUE(mixer->programBus().running());
+  const std::size_t before = tapFrames();
+  pump(1.0);
+  EXPECT_GT(tapFrames() - before, 40000u) << "Program still flows after the rebuild";
+  EXPECT_NEAR(dbOff(tapRMS()), 0.0, 0.5);
+
+  // The device comes back under the same name: the bus takes it again by itself.
+  pipewire.addSink("monitor_out", "Monitor headphones");
+  pump(2.0);
+  EXPECT_TRUE(mixer->monitors.get()[0].connected);
+  EXPECT_TRUE(mixer->monitorBus(AudioMixerEngine::kHeadphonesID)->running());
+}
+
+TEST_F(MixerOnPipeWire, InputThatGoesAwayIsOfflineAndComesBack) {
+  ASSERT_TRUE(mixer->addDeviceChannel({"mic_in", "Test microphone"}));
+  mixer->setProgramOutput(output("program_out"));
+  pipewire.remove("mic_in");
+  mixer->rebindInputs(backend->inputDevices());
+  EXPECT_TRUE(mixer->offlineChannels->contains("mic_in"));
+  pipewire.addSource("mic_in", "Test microphone");
+  mixer->rebindInputs(backend->inputDevices());
+  EXPECT_FALSE(mixer->offlineChannels->contains("mic_in"));
+  auto tone = pipewire.playTone("mic_in", 1000, 30, kToneAmplitude);
+  pump(1.5);
+  EXPECT_NEAR(dbOff(tapRMS()), 0.0, 0.5);
+}
+
+}  // namespace
+}  // namespace tavorin
