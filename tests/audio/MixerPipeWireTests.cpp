@@ -92,6 +92,11 @@ TEST_F(MixerOnPipeWire, ToneReachesTheProgramTapAtItsLevelAndAMonitorOnlyWhenRou
   EXPECT_NEAR(dbOff(tapRMS()), 0.0, 0.5);
   const auto onMonitor = pipewire.recordFrom("monitor_out", 1.0, true);
   EXPECT_NEAR(dbOff(rmsOf(onMonitor, 9600)), 0.0, 0.5);
+  mixer->setProgramMasterGain(0.5f);  // the Program device plays after the master gain
+  pump(0.2);
+  const auto onProgram = pipewire.recordFrom("program_out", 1.0, true);
+  EXPECT_NEAR(dbOff(rmsOf(onProgram, 9600)), -6.02, 0.5);
+  EXPECT_NEAR(dbOff(tapRMS()), 0.0, 0.5) << "the tap is before the master gain";
 
   mixer->setMonitor("mic_in", false);
   pump(0.2);
