@@ -28,6 +28,7 @@ AudioMixerEngine::AudioMixerEngine(MainQueue& queue, Preferences& preferences, A
     : queue_(queue), preferences_(preferences), backend_(backend), log_(std::move(logFile)) {
   programBus_.setTap(std::make_unique<AudioTap>([this](const PcmBuffer& block, double time) { fanOut(block, time); }));
   loadMonitors();
+  loadFilters();
   channelOrder_ = preferences_.getStringList(prefkey::channelOrder).value_or(std::vector<std::string>{});
   recordAllAudio = preferences_.getBool(prefkey::recordAllAudio).value_or(false);
   const auto recordIDs = preferences_.getStringList(prefkey::recordAudioIDs).value_or(std::vector<std::string>{});
@@ -110,6 +111,7 @@ void AudioMixerEngine::registerChannel(std::shared_ptr<AudioTrackProcessor> proc
   processor->cue = false;
   processor->monitor = info.monitor;
   processor->afv = info.afv;
+  if (auto it = channelFilters->find(info.id); it != channelFilters->end()) processor->filterChain.update(it->second);
   processors_[info.id] = std::move(processor);
   channels.modify([&](std::vector<ChannelInfo>& list) { list.push_back(std::move(info)); });
   sortChannels();
@@ -438,6 +440,36 @@ std::string AudioMixerEngine::monitorLabel() const {
     names += c.name;
   }
   return names.empty() ? "monitor mix" : "soloing " + names;
+}
+
+std::optional<Uuid> AudioMixerEngine::addFilter(AudioFilterKind kind, const std::string& channel) {
+  if (!processor(channel)) return std::nullopt;
+  const AudioFilterConfig config = AudioFilterConfig::make(kind);
+  changeFilters(channel, [&](std::vector<AudioFilterConfig>& list) { list.push_back(config); });
+  return config.id;
+}
+
+void AudioMixerEngine::removeFilter(const Uuid& filterID, const std::string& channel) {
+  changeFilters(channel, [&](std::vector<AudioFilterConfig>& list) {
+    std::erase_if(list, [&](const AudioFilterConfig& c) { return c.id == filterID; });
+  });
+}
+
+void AudioMixerEngine::setFilterEnabled(bool on, const Uuid& filterID, const std::string& channel) {
+  changeFilters(channel, [&](std::vector<AudioFilterConfig>& list) {
+    for (auto& c : list) {
+      if (c.id == filterID) c.enabled = on;
+    }
+  });
+}
+
+void AudioMixerEngine::setFilterParam(const std::string& key, double value, const Uuid& filterID,
+                                      const std::string& channel) {
+  changeFilters(channel, [&](std::vector<AudioFilterConfig>& list) {
+    for (auto& c : list) {
+      if (c.id == filterID) c.params[key] = value;
+    }
+  });
 }
 
 void AudioMixerEngine::setRecordAllAudio(bool on) {

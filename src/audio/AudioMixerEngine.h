@@ -17,6 +17,7 @@
 #include "audio/AudioTrackProcessor.h"
 #include "audio/ChannelInfo.h"
 #include "audio/MonitorBus.h"
+#include "audio/dsp/AudioFilterConfig.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
 
@@ -57,6 +58,8 @@ class AudioMixerEngine {
   Published<std::set<std::string>> offlineChannels;
   Published<bool> programOutputOffline{false};
   Published<std::vector<AudioChannelHealth>> audioHealth;
+  // Each channel's filter stages, in order; kept for channels that are away too.
+  Published<std::map<std::string, std::vector<AudioFilterConfig>>> channelFilters;
   Published<bool> recordAllAudio{false};
   Published<std::set<std::string>> recordAudioIDs;
 
@@ -107,6 +110,12 @@ class AudioMixerEngine {
   void restoreMonitors();
   // "monitor mix", or "soloing " and the cued channels' names.
   std::string monitorLabel() const;
+
+  // Filters: each change stores the channel's list, hands it to the channel's chain and saves.
+  std::optional<Uuid> addFilter(AudioFilterKind kind, const std::string& channel);
+  void removeFilter(const Uuid& filterID, const std::string& channel);
+  void setFilterEnabled(bool on, const Uuid& filterID, const std::string& channel);
+  void setFilterParam(const std::string& key, double value, const Uuid& filterID, const std::string& channel);
 
   // Recording selection.
   void setRecordAllAudio(bool on);
@@ -164,6 +173,8 @@ class AudioMixerEngine {
   std::optional<Routing> savedRouting(const std::string& id) const;
   void saveRouting();
   void saveChannelOrder();
+  void loadFilters();
+  void changeFilters(const std::string& channel, const std::function<void(std::vector<AudioFilterConfig>&)>& fn);
 
   MainQueue& queue_;
   Preferences& preferences_;

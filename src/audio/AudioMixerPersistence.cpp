@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "audio/AudioMixerEngine.h"
+#include "audio/dsp/AudioFilterConfigJson.h"
 #include "core/stores/PreferenceKeys.h"
 #include "core/stores/Preferences.h"
 
@@ -61,6 +62,27 @@ void AudioMixerEngine::saveRouting() {
 }
 
 void AudioMixerEngine::saveChannelOrder() { preferences_.setStringList(prefkey::channelOrder, channelOrder_); }
+
+void AudioMixerEngine::loadFilters() {
+  std::map<std::string, std::vector<AudioFilterConfig>> filters;
+  if (auto stored = preferences_.getJSON(prefkey::channelFilters)) {
+    try {
+      filters = stored->get<std::map<std::string, std::vector<AudioFilterConfig>>>();
+    } catch (const std::exception&) {
+      filters.clear();  // an undecodable value reads as absent
+    }
+  }
+  channelFilters = std::move(filters);
+}
+
+void AudioMixerEngine::changeFilters(const std::string& channel,
+                                     const std::function<void(std::vector<AudioFilterConfig>&)>& fn) {
+  auto processor = this->processor(channel);
+  if (!processor) return;
+  channelFilters.modify([&](auto& map) { fn(map[channel]); });
+  processor->filterChain.update(channelFilters->at(channel));
+  preferences_.setJSON(prefkey::channelFilters, json(channelFilters.get()));
+}
 
 void AudioMixerEngine::loadMonitors() {
   monitorBuses_.clear();

@@ -1,5 +1,6 @@
 #include "audio/AudioTrackProcessor.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -23,7 +24,9 @@ const char* formatName(PcmSampleFormat format) {
 }  // namespace
 
 AudioTrackProcessor::AudioTrackProcessor(std::string channelID, std::string channelName, AudioLog* log)
-    : id(std::move(channelID)), name(std::move(channelName)), log_(log) {}
+    : id(std::move(channelID)), name(std::move(channelName)), log_(log) {
+  filterChain.prepare(kCommonSampleRate, kCommonChannels);
+}
 
 AudioTrackProcessor::~AudioTrackProcessor() = default;
 
@@ -70,6 +73,11 @@ void AudioTrackProcessor::ingest(const PcmBuffer& buffer) {
 }
 
 void AudioTrackProcessor::process(PcmBuffer& buffer) {
+  // Every later stage hears the filtered signal.
+  float* planes[kCommonChannels] = {};
+  const int channels = std::min(buffer.channelCount(), kCommonChannels);
+  for (int c = 0; c < channels; ++c) planes[c] = buffer.planes[static_cast<std::size_t>(c)].data();
+  if (channels > 0) filterChain.process(planes, channels, buffer.frameLength);
   if (auto tap = recordTap_.load(std::memory_order_acquire)) (*tap)(buffer, hostTimeNow());
   meterLevel.store(tavorin::meterLevel(buffer), std::memory_order_relaxed);
   programFeed_->ring.write(buffer);

@@ -12,14 +12,15 @@
 #include "audio/AudioLiveFeed.h"
 #include "audio/PcmBuffer.h"
 #include "audio/PcmFormat.h"
+#include "audio/dsp/FilterChain.h"
 
 namespace tavorin {
 
 class AudioLog;
 
 // One mixer channel: takes what its source delivers, brings it to the common
-// format, measures it, hands a copy to the track recorder and writes it into
-// one ring per bus. It does not mix: the buses apply the gains.
+// format, runs its filters, measures it, hands a copy to the track recorder
+// and writes it into one ring per bus. It does not mix: the buses apply the gains.
 class AudioTrackProcessor {
  public:
   using RecordTap = std::function<void(const PcmBuffer& buffer, double time)>;
@@ -60,6 +61,8 @@ class AudioTrackProcessor {
   Feeds monitorFeeds() const;
 
   void setRecordTap(RecordTap tap);
+  // The channel's filter stages, run first on every block; prepared for the common format.
+  FilterChain filterChain;
   // Latest level, post-filter and pre-fader; the meter tick halves it.
   std::atomic<float> meterLevel{0};
   int timelineGaps() const { return diagGaps_; }

@@ -1,4 +1,4 @@
-#include "AllocationCounter.h"
+#include "audio/AllocationCounter.h"
 
 #include <cstdlib>
 #include <new>

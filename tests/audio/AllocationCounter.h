@@ -5,7 +5,8 @@
 namespace tavorin::testing {
 
 // Counts the calls of the global operator new made on this thread while an
-// instance lives. The audio test binary replaces operator new for this.
+// instance lives. The audio test binaries that compile AllocationCounter.cpp
+// replace the global operator new for this.
 class AllocationCounter {
  public:
   AllocationCounter();

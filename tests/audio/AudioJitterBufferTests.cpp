@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "AllocationCounter.h"
+#include "audio/AllocationCounter.h"
 
 namespace tavorin {
 namespace {

@@ -149,6 +149,28 @@ TEST_F(MixerRouting, OlderOrBrokenStoredRoutingReadsSafely) {
   EXPECT_FALSE(mixer->monitors.get()[0].removable);
 }
 
+TEST_F(MixerRouting, ChannelFiltersRunBeforeTheBusesAndAreRestored) {
+  mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
+  const auto id = mixer->addFilter(AudioFilterKind::compressor, "a");
+  ASSERT_TRUE(id);
+  mixer->setFilterParam("ratio", 1, *id, "a");        // no compression,
+  mixer->setFilterParam("makeupDb", 6.0206, *id, "a");  // only its make-up gain: twice the level
+  feed("a", 0.1f);
+  EXPECT_NEAR(settled(mixer->programBus()), 0.2f, 1e-3);
+
+  reopen();
+  mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
+  ASSERT_EQ(mixer->channelFilters->at("a").size(), 1u);
+  feed("a", 0.1f);
+  EXPECT_NEAR(settled(mixer->programBus()), 0.2f, 1e-3);
+  mixer->setFilterEnabled(false, *id, "a");
+  mixer->restartAudio();  // empties the rings of what was filtered before
+  feed("a", 0.1f);
+  EXPECT_NEAR(settled(mixer->programBus()), 0.1f, 1e-6);
+  mixer->removeFilter(*id, "a");
+  EXPECT_TRUE(mixer->channelFilters->at("a").empty());
+}
+
 TEST_F(MixerRouting, HealthCountsEachFeedsUnderruns) {
   mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
   feed("a", 0.1f);  // 8192 frames

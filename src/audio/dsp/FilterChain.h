@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "audio/dsp/AudioDSP.h"
+#include "audio/dsp/AudioFilterConfig.h"
+
+namespace tavorin {
+
+std::unique_ptr<AudioDSP> makeDSP(AudioFilterKind kind);
+
+// A mixer channel's ordered filter stages, run in place on each capture buffer.
+// `prepare` and `apply` come from the main thread, `process` from the capture
+// thread; the lock makes each wait for the other.
+class FilterChain {
+ public:
+  void prepare(double sampleRate, int channels);
+  // Rebuilds the stage list from `configs`: a stage is kept while its id stays,
+  // and every stage, kept or new, is prepared afresh, so any change restarts
+  // all envelopes, filter memories and noise estimates of the channel.
+  void apply(const std::vector<AudioFilterConfig>& configs);
+  void update(const std::vector<AudioFilterConfig>& configs) { apply(configs); }
+  // planes[c][0..frames) for c < channels. Allocates nothing unless a block is
+  // larger than any before it (the noise reducer's FIFOs then grow once).
+  void process(float* const* planes, int channels, std::uint32_t frames);
+
+ private:
+  struct Entry {
+    Uuid id;
+    bool enabled = true;
+    std::unique_ptr<AudioDSP> dsp;
+  };
+
+  std::mutex lock_;
+  std::vector<Entry> entries_;
+  double sampleRate_ = 48000;
+  int channels_ = 2;
+};
+
+}  // namespace tavorin

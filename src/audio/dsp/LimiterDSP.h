@@ -1,0 +1,24 @@
+#pragma once
+
+#include "audio/dsp/AudioDSP.h"
+
+namespace tavorin {
+
+// A peak limiter without look-ahead: a 0.5 ms attack lets the onset of a fast
+// peak through before the gain comes down.
+class LimiterDSP final : public AudioDSP {
+ public:
+  void prepare(double sampleRate, int channels) override;
+  void update(const FilterParams& params) override;
+  void process(float* const* planes, int channels, std::uint32_t frames) override;
+
+ private:
+  double fs_ = 48000;
+  int channels_ = 2;
+  double ceiling_ = -1;  // dB
+  float attack_ = 0;
+  float release_ = 0;
+  float env_ = 0;
+};
+
+}  // namespace tavorin
