@@ -234,16 +234,15 @@ void AudioMixerEngine::applyRouting() {
   }
 }
 
-ChannelInfo* AudioMixerEngine::findChannel(const std::string& id) {
-  auto& list = const_cast<std::vector<ChannelInfo>&>(channels.get());
-  auto it = std::find_if(list.begin(), list.end(), [&](const ChannelInfo& c) { return c.id == id; });
-  return it == list.end() ? nullptr : &*it;
+bool AudioMixerEngine::hasChannel(const std::string& id) const {
+  const auto& list = channels.get();
+  return std::any_of(list.begin(), list.end(), [&](const ChannelInfo& c) { return c.id == id; });
 }
 
 template <class Fn>
 void AudioMixerEngine::changeRouting(const std::string& id, bool apply, Fn&& fn) {
   auto processor = this->processor(id);
-  if (!processor || !findChannel(id)) return;
+  if (!processor || !hasChannel(id)) return;
   channels.modify([&](std::vector<ChannelInfo>& list) {
     for (ChannelInfo& c : list) {
       if (c.id == id) fn(c, *processor);
@@ -286,7 +285,7 @@ void AudioMixerEngine::clearCues() {
 }
 
 void AudioMixerEngine::moveChannel(const std::string& id, const std::string& before) {
-  if (id == before || !findChannel(id)) return;
+  if (id == before || !hasChannel(id)) return;
   channels.modify([&](std::vector<ChannelInfo>& list) {
     auto it = std::find_if(list.begin(), list.end(), [&](const ChannelInfo& c) { return c.id == id; });
     ChannelInfo moved = *it;

@@ -153,7 +153,7 @@ class AudioMixerEngine {
 
   void registerChannel(std::shared_ptr<AudioTrackProcessor> processor, ChannelInfo info);
   void applyRouting();
-  ChannelInfo* findChannel(const std::string& id);
+  bool hasChannel(const std::string& id) const;
   template <class Fn>
   void changeRouting(const std::string& id, bool apply, Fn&& fn);
   void sortChannels();
