@@ -52,8 +52,10 @@ AudioMixerEngine::~AudioMixerEngine() {
     backend_->onDevicesChanged = nullptr;
     backend_->onStreamInterrupted = nullptr;
   }
-  // Devices stop pulling before the feeds and processors go.
+  // Devices stop pulling before the feeds and processors go, and the tap's
+  // thread ends before the sinks it calls.
   programBus_.stop();
+  programBus_.setTap(nullptr);
   for (auto& bus : monitorBuses_) bus.bus->stop();
   for (auto& [id, processor] : processors_) processor->stop();
 }
