@@ -1,0 +1,41 @@
+#include "streaming/rtmp/RTMPChunkReader.h"
+
+namespace tavorin {
+
+std::vector<RTMPMessage> RTMPChunkReader::read(std::span<const std::uint8_t> bytes) {
+  buffer_.put(bytes);
+  std::vector<RTMPMessage> messages;
+  while (buffer_.hasRemaining()) {
+    const std::size_t start = buffer_.position();
+    try {
+      const RTMPBasicHeader basic = buffer_.getBasicHeader();
+      RTMPChunkMessageHeader& header = chunks_[basic.chunkStreamId];
+      buffer_.getMessageHeader(basic.chunkType, header);
+      buffer_.getChunkBody(header);
+      std::optional<RTMPMessage> message = header.makeMessage();
+      if (!message) continue;
+      if (message->type == RTMPMessageType::chunkSize) {
+        const auto& p = message->payload;
+        if (p.size() < 4) throw RTMPChunkError::invalidChunkSize(0);
+        const std::uint32_t size = (std::uint32_t{p[0]} << 24) | (std::uint32_t{p[1]} << 16) |
+                                   (std::uint32_t{p[2]} << 8) | p[3];
+        if (size == 0 || size > kMaxChunkSize) throw RTMPChunkError::invalidChunkSize(size);
+        buffer_.setChunkSize(size);
+      }
+      messages.push_back(std::move(*message));
+    } catch (const RTMPChunkError& error) {
+      if (error.kind() != RTMPChunkError::Kind::bufferUnderflow) throw;
+      // The chunk is read again from its start once more bytes came.
+      buffer_.setPosition(start);
+      break;
+    }
+  }
+  return messages;
+}
+
+void RTMPChunkReader::reset() {
+  buffer_ = RTMPChunkBuffer();
+  chunks_.clear();
+}
+
+}  // namespace tavorin
