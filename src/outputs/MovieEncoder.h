@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "base/PixelBuffer.h"
+
+struct AVFormatContext;
+struct AVCodecContext;
+struct AVStream;
+struct AVFrame;
+struct AVPacket;
+struct AVAudioFifo;
+struct SwsContext;
+
+namespace tavorin {
+
+// One fragmented QuickTime movie written with FFmpeg: a video track at time
+// scale 600 and, when asked, an AAC track at 48 kHz, cut into fragments every
+// 2 s that go to disk as they close. One thread uses it.
+class MovieEncoder {
+ public:
+  enum class VideoCodec { hevcHigh, proRes422 };
+
+  MovieEncoder() = default;
+  ~MovieEncoder();
+  MovieEncoder(const MovieEncoder&) = delete;
+  MovieEncoder& operator=(const MovieEncoder&) = delete;
+
+  // False with `error` set when no encoder opens or the file cannot be made.
+  bool open(const std::filesystem::path& file, int width, int height, int frameRate, VideoCodec codec,
+            bool withAudio, std::string* error);
+  // `pts` in 1/600 s from the start of the movie.
+  bool writeVideo(const PixelBuffer& frame, std::int64_t pts);
+  // `pts` in samples at 48 kHz from the start of the movie.
+  bool writeAudio(const float* left, const float* right, std::uint32_t frames, std::int64_t pts);
+  // Flushes the encoders and closes the file; false when anything failed on the way.
+  bool close();
+
+  const std::string& videoEncoderName() const { return videoEncoderName_; }
+  bool hasAudio() const { return audio_ != nullptr; }
+
+ private:
+  bool openVideo(int width, int height, int frameRate, VideoCodec codec, std::string* error);
+  bool openAudio(std::string* error);
+  bool drain(AVCodecContext* codec, AVStream* stream);
+  bool writePacket(AVStream* stream);
+  bool encodeAudioFrames(bool flush);
+
+  AVFormatContext* format_ = nullptr;
+  AVCodecContext* video_ = nullptr;
+  AVCodecContext* audio_ = nullptr;
+  AVStream* videoStream_ = nullptr;
+  AVStream* audioStream_ = nullptr;
+  AVFrame* videoFrame_ = nullptr;
+  AVFrame* audioFrame_ = nullptr;
+  AVPacket* packet_ = nullptr;
+  AVAudioFifo* fifo_ = nullptr;
+  SwsContext* scaler_ = nullptr;
+  std::int64_t audioNextPts_ = -1;  // pts of the first sample in the fifo
+  std::int64_t fragmentStart_ = 0;  // 1/600 s
+  bool headerWritten_ = false;
+  bool failed_ = false;
+  std::string videoEncoderName_;
+};
+
+}  // namespace tavorin
