@@ -59,6 +59,8 @@ int runHeadless(const LaunchOptions& options) {
   if (!audio) model->appendLog("Audio: " + audioError + " — the show runs without sound");
   std::unique_ptr<DemoShow> demo;
   if (options.demo) demo = std::make_unique<DemoShow>(*model, options.takeEvery);
+  if (options.recordingsDir) model->recordingsFolderPath = options.recordingsDir->string();
+  if (options.record) model->startRecording();
 
   TimerHandle stopTimer;
   if (options.seconds) stopTimer = queue.after(*options.seconds, [&queue] { queue.quit(); });

@@ -51,6 +51,12 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
       std::string file;
       if (!needValue(file) || file.empty()) return {std::nullopt, "--snapshot needs a file name"};
       options.snapshot = std::filesystem::path(file);
+    } else if (arg == "--record") {
+      options.record = true;
+    } else if (arg == "--recordings-dir") {
+      std::string dir;
+      if (!needValue(dir) || dir.empty()) return {std::nullopt, "--recordings-dir needs a folder"};
+      options.recordingsDir = std::filesystem::path(dir);
     } else {
       return {std::nullopt, "unknown argument \"" + arg + "\""};
     }
@@ -63,12 +69,15 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
 
 std::string usageText() {
   return "usage: tavorin --headless [--show-dir DIR] [--seconds N] [--demo [--take-every S]] [--snapshot FILE.png]\n"
+         "               [--record] [--recordings-dir DIR]\n"
          "  --headless          run the show engine without a window\n"
          "  --show-dir DIR      use DIR as the show folder (and for preferences.json)\n"
          "  --seconds N         quit cleanly after N seconds\n"
          "  --demo              build a demo show and take through its scenes\n"
          "  --take-every S      seconds between the demo's takes (default 4)\n"
-         "  --snapshot FILE     write the newest Program frame as a PNG on quit\n";
+         "  --snapshot FILE     write the newest Program frame as a PNG on quit\n"
+         "  --record            record Program from launch and finish the file on quit\n"
+         "  --recordings-dir DIR  record under DIR instead of the recordings folder\n";
 }
 
 }  // namespace tavorin

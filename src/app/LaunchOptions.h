@@ -15,6 +15,8 @@ struct LaunchOptions {
   bool demo = false;                             // build the demo show and take through it
   double takeEvery = 4.0;                        // seconds between the demo's takes
   std::optional<std::filesystem::path> snapshot;  // PNG of the newest Program frame, written on quit
+  bool record = false;                            // record Program from launch to quit
+  std::optional<std::filesystem::path> recordingsDir;  // replaces the recordings folder
   bool help = false;
 };
 

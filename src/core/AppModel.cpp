@@ -221,6 +221,8 @@ void AppModel::bindEngine() {
   };
   applyCanvas(canvasSize.get());
   subscriptions_.push_back(canvasSize.subscribe(applyCanvas));
+  // The Program fan-out: the recorder first, as frames come.
+  engine->onProgramFrame = [this](const PixelBufferRef& frame, double now) { recorder.appendVideo(frame, now); };
   engine->start();
   auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
     auto [horizontal, vertical] = thumbnailScenes(layouts);
@@ -335,6 +337,7 @@ void AppModel::subscribeSessionSaver() {
 }
 
 void AppModel::willTerminate() {
+  finishRecordingForQuit();
   for (auto& writeBack : writeBacks_) writeBack->debounce.flush();
   if (sessionSaver_) sessionSaver_->cancel();
   sessionStore.save(currentSession());

@@ -20,6 +20,7 @@
 #include "core/stores/LayoutStore.h"
 #include "core/stores/TransitionStore.h"
 #include "audio/AudioMixerEngine.h"
+#include "outputs/ProgramRecorder.h"
 #include "core/stores/Preferences.h"
 #include "core/stores/SessionStore.h"
 #include "core/stores/ShowFolder.h"
@@ -117,6 +118,18 @@ class AppModel {
   Published<CanvasSize> canvasSize;
   Published<bool> showOnboarding;
   Published<std::string> recordingsFolderPath;
+  ProgramRecorder recorder;
+  ProgramRecorder::Quality recordQuality = ProgramRecorder::Quality::hevcHigh;
+  Published<bool> isRecording{false};
+  Published<bool> isRecordingPaused{false};
+  Published<std::optional<std::filesystem::path>> currentRecordingFolder;
+
+  // Recording: a folder "Tavorin-<date-time>" in the recordings folder with
+  // "program.mov" inside. Each logs what happened in the operator's words.
+  void startRecording();
+  void stopRecording();
+  void toggleRecording() { isRecording.get() ? stopRecording() : startRecording(); }
+  void setRecordingPaused(bool on);
 
  private:
   // One switcher's write-back of Preview edits into its loaded layout.
@@ -125,6 +138,8 @@ class AppModel {
   void bindSwitcherClosures();
   void bindCustomTransitions();
   void bindAudioMixer();
+  void finishRecordingForQuit();
+  void recordingFinished(std::optional<std::filesystem::path> file, std::filesystem::path folder);
  public:
   // Hands the current device lists to the mixer: restores the operator's inputs
   // and the Program output, rebinds channels whose device came or went.

@@ -1,0 +1,102 @@
+// Recording Program: where it goes, what the operator reads about it, and the
+// mixer's Program mix joining the recorder while it runs.
+#include <ctime>
+#include <future>
+
+#include "core/AppModel.h"
+#include "core/stores/PreferenceKeys.h"
+#include "core/stores/RecordingsRoot.h"
+
+namespace tavorin {
+
+namespace {
+
+constexpr int kRecordingFrameRate = 30;
+
+std::string folderStamp() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  char text[32];
+  std::strftime(text, sizeof text, "%Y-%m-%d-%H%M%S", &local);
+  return text;
+}
+
+}  // namespace
+
+void AppModel::startRecording() {
+  if (isRecording.get()) return;
+  if (auto stored = preferences_.getString(prefkey::recordQuality)) {
+    if (*stored == "proRes422") recordQuality = ProgramRecorder::Quality::proRes422;
+    if (*stored == "hevcHigh") recordQuality = ProgramRecorder::Quality::hevcHigh;
+  }
+  const auto folder = recordingsRoot(recordingsFolderPath.get()) / ("Tavorin-" + folderStamp());
+  std::error_code made;
+  std::filesystem::create_directories(folder, made);
+  if (made) {
+    appendLog("Could not start recording: " + made.message());
+    return;
+  }
+  const bool withAudio = audioMixer.programOutput.get().has_value() && !audioMixer.channels->empty();
+  const Size pixels = pixelSize(canvasSize.get());
+  std::string error;
+  if (!recorder.start(folder / "program.mov", kRecordingFrameRate, static_cast<int>(pixels.width),
+                      static_cast<int>(pixels.height), recordQuality, withAudio, &error)) {
+    appendLog("Could not start recording: " + error);
+    return;
+  }
+  currentRecordingFolder = folder;
+  isRecording = true;
+  isRecordingPaused = false;
+  if (withAudio) {
+    audioMixer.setProgramAudioSink([this](const PcmBuffer& block, double time) {
+      recorder.appendAudio(block.planes[0].data(), block.planes[1].data(), block.frameLength, time);
+    });
+  }
+  if (recordQuality == ProgramRecorder::Quality::hevcHigh && recorder.videoEncoderName() == "libx264") {
+    appendLog("No hardware HEVC encoder works here: recording H.264 (libx264) at the same bit rate");
+  }
+  appendLog("Recording to " + folder.filename().string() + "/" +
+            (withAudio ? "" : " (video only — select a Program output for audio)"));
+}
+
+void AppModel::stopRecording() {
+  if (!isRecording.get()) return;
+  const auto folder = currentRecordingFolder.get().value_or(std::filesystem::path());
+  std::weak_ptr<AppModel*> weakSelf = self_;
+  MainQueue& queue = queue_;
+  recorder.finish([weakSelf, &queue, folder](std::optional<std::filesystem::path> file) {
+    queue.post([weakSelf, file, folder] {
+      if (auto self = weakSelf.lock()) (*self)->recordingFinished(file, folder);
+    });
+  });
+}
+
+void AppModel::recordingFinished(std::optional<std::filesystem::path> file, std::filesystem::path folder) {
+  audioMixer.setProgramAudioSink(nullptr);
+  isRecording = false;
+  isRecordingPaused = false;
+  currentRecordingFolder = std::nullopt;
+  if (file) {
+    appendLog("Recording saved: " + folder.filename().string());
+  } else {
+    appendLog("Recording failed to finalize.");
+  }
+}
+
+void AppModel::finishRecordingForQuit() {
+  if (!isRecording.get()) return;
+  const auto folder = currentRecordingFolder.get().value_or(std::filesystem::path());
+  // Quitting waits for the file to be closed: nothing recorded is lost.
+  std::promise<std::optional<std::filesystem::path>> done;
+  recorder.finish([&done](std::optional<std::filesystem::path> file) { done.set_value(std::move(file)); });
+  recordingFinished(done.get_future().get(), folder);
+}
+
+void AppModel::setRecordingPaused(bool on) {
+  if (!isRecording.get() || on == isRecordingPaused.get()) return;
+  recorder.setPaused(on);
+  isRecordingPaused = on;
+}
+
+}  // namespace tavorin
