@@ -11,17 +11,34 @@ using testing::readFile;
 using testing::runProcess;
 using testing::TempDir;
 
-TEST(HeadlessDemo, RunsTakesAndWritesTheProgramSnapshot) {
+TEST(HeadlessDemo, RunsTakesRecordsAndWritesTheProgramSnapshot) {
   TempDir show;
   const auto snapshot = show.path() / "p.png";
   const auto log = show.path() / "stderr.txt";
-  const std::optional<int> status = runProcess({TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string(), "--demo",
-                                 "--take-every", "1", "--seconds", "3.5", "--snapshot", snapshot.string()},
-                                log, 60);
+  const auto recordings = show.path() / "recordings";
+  const std::optional<int> status =
+      runProcess({TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string(), "--demo", "--take-every", "1",
+                  "--seconds", "3.5", "--snapshot", snapshot.string(), "--record", "--recordings-dir",
+                  recordings.string()},
+                 log, 60);
   const std::string text = readFile(log);
   ASSERT_EQ(status, std::optional<int>(0)) << text;
   EXPECT_NE(text.find("Demo show: take with crossfade"), std::string::npos) << text;
   EXPECT_NE(text.find("Measured "), std::string::npos) << text;
+  EXPECT_NE(text.find("Recording saved: Tavorin-"), std::string::npos) << text;
+
+  // The recording was finished on quit: one folder, one movie of the canvas size.
+  ASSERT_EQ(testing::entriesIn(recordings), 1u);
+  const auto movie = std::filesystem::directory_iterator(recordings)->path() / "program.mov";
+  const auto probed = show.path() / "probe.txt";
+  ASSERT_EQ(runProcess({"/bin/sh", "-c", "ffprobe -v error -select_streams v -show_entries stream=width,height "
+                        "-show_entries format=duration -of csv=p=0 '" + movie.string() + "' > '" +
+                        probed.string() + "'"},
+                       log, 30),
+            std::optional<int>(0));
+  const std::string facts = readFile(probed);
+  EXPECT_EQ(facts.substr(0, facts.find('\n')), "1920,1080") << facts;
+  EXPECT_GT(std::stod(facts.substr(facts.find('\n') + 1)), 2.0) << facts;
 
   DecodedImage image = decodeImageFile(snapshot);
   ASSERT_TRUE(image.buffer) << image.error;
