@@ -1,0 +1,123 @@
+// The Program recorder on this machine, 1920 x 1080 at 30 fps, for each
+// quality: frames handed over in real time by a clock thread as the frame
+// clock would, then CPU per recorded second and the share of frames dropped
+// (frames handed over against packets in the file, read back by ffprobe).
+// The baseline, in the same run: the bare encoder writing the same frames as
+// fast as it can; the ratio compares CPU per frame written.
+//
+//   RecorderHarness [seconds per run, default 5]
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/HostTime.h"
+#include "outputs/MovieEncoder.h"
+#include "outputs/ProgramRecorder.h"
+
+using namespace tavorin;
+
+namespace {
+
+constexpr int kWidth = 1920;
+constexpr int kHeight = 1080;
+constexpr int kRate = 30;
+
+double processCPUSeconds() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  auto seconds = [](const timeval& tv) { return static_cast<double>(tv.tv_sec) + tv.tv_usec * 1e-6; };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+// A moving picture: 30 different frames, so the encoder has real work.
+std::vector<PixelBufferRef> frames() {
+  std::vector<PixelBufferRef> list;
+  for (int f = 0; f < kRate; ++f) {
+    auto frame = PixelBuffer::make(kWidth, kHeight);
+    for (int y = 0; y < kHeight; ++y) {
+      std::uint8_t* row = frame->row(y);
+      for (int x = 0; x < kWidth; ++x) {
+        row[4 * x] = static_cast<std::uint8_t>((x + f * 16) & 0xFF);
+        row[4 * x + 1] = static_cast<std::uint8_t>((y * 2 + f * 8) & 0xFF);
+        row[4 * x + 2] = static_cast<std::uint8_t>(((x ^ y) + f * 4) & 0xFF);
+        row[4 * x + 3] = 255;
+      }
+    }
+    list.push_back(frame);
+  }
+  return list;
+}
+
+long packetsIn(const std::filesystem::path& file) {
+  const std::string command = "ffprobe -v error -select_streams v -count_packets -show_entries stream=nb_read_packets "
+                              "-of csv=p=0 '" + file.string() + "'";
+  long count = 0;
+  if (FILE* pipe = popen(command.c_str(), "r")) {
+    if (std::fscanf(pipe, "%ld", &count) != 1) count = 0;
+    pclose(pipe);
+  }
+  return count;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  const double seconds = argc > 1 ? std::max(1.0, std::atof(argv[1])) : 5.0;
+  const auto pictures = frames();
+  const auto folder = std::filesystem::temp_directory_path() / "tavorin-recorder-bench";
+  std::filesystem::create_directories(folder);
+  const int total = static_cast<int>(seconds * kRate);
+
+  for (auto [quality, name] : {std::pair{ProgramRecorder::Quality::hevcHigh, "hevcHigh"},
+                               std::pair{ProgramRecorder::Quality::proRes422, "proRes422"}}) {
+    // The bare encoder on the same frames, as fast as it goes.
+    MovieEncoder bare;
+    std::string error;
+    const auto codec = quality == ProgramRecorder::Quality::proRes422 ? MovieEncoder::VideoCodec::proRes422
+                                                                      : MovieEncoder::VideoCodec::hevcHigh;
+    if (!bare.open(folder / "bare.mov", kWidth, kHeight, kRate, codec, false, &error)) {
+      std::printf("%s: %s\n", name, error.c_str());
+      continue;
+    }
+    double cpu0 = processCPUSeconds();
+    for (int i = 0; i < total; ++i) bare.writeVideo(*pictures[static_cast<std::size_t>(i % kRate)], i * 20);
+    bare.close();
+    const double bareCPUPerFrame = (processCPUSeconds() - cpu0) / total;
+
+    // The recorder, fed in real time.
+    ProgramRecorder recorder;
+    const auto file = folder / "program.mov";
+    if (!recorder.start(file, kRate, kWidth, kHeight, quality, false, &error)) {
+      std::printf("%s: %s\n", name, error.c_str());
+      continue;
+    }
+    cpu0 = processCPUSeconds();
+    const double start = hostTimeNow();
+    for (int i = 0; i < total; ++i) {
+      const double t = start + static_cast<double>(i) / kRate;
+      while (hostTimeNow() < t) std::this_thread::sleep_for(std::chrono::microseconds(500));
+      recorder.appendVideo(pictures[static_cast<std::size_t>(i % kRate)], t);
+    }
+    std::promise<void> done;
+    recorder.finish([&done](std::optional<std::filesystem::path>) { done.set_value(); });
+    done.get_future().wait();
+    const double cpu = processCPUSeconds() - cpu0;
+    const long written = packetsIn(file);
+    const double dropped = total > 0 ? 1.0 - static_cast<double>(written) / total : 0;
+    std::printf("%s (%s): CPU %.2f s per recorded second, %.1f%% of %d frames dropped\n", name,
+                recorder.videoEncoderName().c_str(), cpu / seconds, 100 * dropped, total);
+    std::printf("  bare encoder %.2f ms CPU per frame; recorder %.2f ms per frame written: ratio %.3f\n",
+                bareCPUPerFrame * 1e3, written > 0 ? cpu * 1e3 / written : 0.0,
+                written > 0 ? (cpu / written) / bareCPUPerFrame : 0.0);
+  }
+  std::error_code ignored;
+  std::filesystem::remove_all(folder, ignored);
+  return 0;
+}
