@@ -75,6 +75,17 @@ class AppModel {
   void take(SwitcherEngine& target, std::optional<TransitionKind> kind = std::nullopt);
   void cut(SwitcherEngine& target);
   void loadLayout(const MixerScene& scene);
+  // A deck tile's layout with a custom transition of its own: taken at once in
+  // direct mode, or by the next take in studio mode.
+  void loadLayout(const Uuid& id, std::optional<Uuid> takeTransition);
+  void fireTransition(const Uuid& id);
+  // A scene of the black still ("still:black", made when missing) cut to Program.
+  void punchBlack();
+  // The holding card of the first still picture, in or out through a take.
+  void punchBRB();
+  // "Tavorin-shot-<date-time>.png" of the newest Program frame in the recordings folder.
+  void screenshotProgram();
+  void restartAudio() { audioMixer.restartAudio(); }
   // Sources: the lifecycle's own operations, and removal, which also forgets the stored entry.
   bool addSource(std::shared_ptr<BaseSource> source) { return sourceLifecycle.addSource(std::move(source)); }
   void removeSource(const std::string& id);

@@ -156,6 +156,34 @@ TEST_F(AppModelTest, TakesSwitchFollowingAudioAndMasterGainIsKept) {
   EXPECT_FLOAT_EQ(makeModel()->audioMixer.programMasterGain.get(), 0.5f);
 }
 
+TEST_F(AppModelTest, OperatorPunchesAndLayoutsWithTheirOwnTransition) {
+  auto model = makeModel();
+  queue.runUntilIdle();
+  model->punchBlack();
+  ASSERT_EQ(model->switcher.programScene->layers.size(), 1u);
+  EXPECT_EQ(model->switcher.programScene->layers[0].sourceID, "still:black");
+  EXPECT_TRUE(model->sourceLifecycle.find("still:black"));
+  model->punchBRB();
+  EXPECT_TRUE(model->switcher.brbActive.get());
+
+  model->screenshotProgram();  // no frame clock in this test: nothing on Program
+  EXPECT_EQ(model->log->back(), "Nothing to screenshot — the Program is empty.");
+
+  CustomTransition sweep;
+  model->transitionStore.upsert(sweep);
+  MixerScene layout = MixerScene::named("Interview");
+  layout.layers.push_back(LayerState::make("camera:a"));
+  const Uuid id = model->layoutStore.add(layout, "Interview");
+  model->loadLayout(id, sweep.id);  // studio mode: the next take carries it
+  EXPECT_EQ(model->pendingTakeTransition.get(), sweep.id);
+  EXPECT_EQ(model->switcher.previewScene->layers[0].sourceID, "camera:a");
+  queue.advance(5);  // the holding card's take is over
+  model->take(model->switcher);
+  ASSERT_TRUE(model->switcher.store.active());
+  EXPECT_TRUE(model->switcher.store.active()->custom);
+  EXPECT_FALSE(model->pendingTakeTransition.get());
+}
+
 TEST_F(AppModelTest, PreferencesShapeTheFields) {
   {
     Preferences prefs(show / "preferences.json");
