@@ -1,11 +1,11 @@
 // The operator's commands that belong to no single engine: layouts with a
 // transition of their own, the black and holding-card punches, fired
 // transitions and the Program screenshot.
-#include <ctime>
 #include <thread>
 
 #include "core/AppModel.h"
 #include "core/stores/RecordingsRoot.h"
+#include "core/stores/TimeStamp.h"
 #include "platform/media/PngWriter.h"
 
 namespace tavorin {
@@ -75,12 +75,7 @@ void AppModel::screenshotProgram() {
     appendLog("Nothing to screenshot — the Program is empty.");
     return;
   }
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  char stamp[32];
-  std::strftime(stamp, sizeof stamp, "%Y-%m-%d-%H%M%S", &local);
-  const auto file = recordingsRoot(recordingsFolderPath.get()) / ("Tavorin-shot-" + std::string(stamp) + ".png");
+  const auto file = recordingsRoot(recordingsFolderPath.get()) / ("Tavorin-shot-" + fileTimeStamp() + ".png");
   // Encoding a 1080p PNG takes a while: off the main thread, with the frame held by reference.
   std::weak_ptr<AppModel*> weakSelf = self_;
   MainQueue& queue = queue_;

@@ -1,26 +1,17 @@
 // Recording Program: where it goes, what the operator reads about it, and the
 // mixer's Program mix joining the recorder while it runs.
-#include <ctime>
 #include <future>
 
 #include "core/AppModel.h"
 #include "core/stores/PreferenceKeys.h"
 #include "core/stores/RecordingsRoot.h"
+#include "core/stores/TimeStamp.h"
 
 namespace tavorin {
 
 namespace {
 
 constexpr int kRecordingFrameRate = 30;
-
-std::string folderStamp() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%d-%H%M%S", &local);
-  return text;
-}
 
 }  // namespace
 
@@ -30,7 +21,7 @@ void AppModel::startRecording() {
     if (*stored == "proRes422") recordQuality = ProgramRecorder::Quality::proRes422;
     if (*stored == "hevcHigh") recordQuality = ProgramRecorder::Quality::hevcHigh;
   }
-  const auto folder = recordingsRoot(recordingsFolderPath.get()) / ("Tavorin-" + folderStamp());
+  const auto folder = recordingsRoot(recordingsFolderPath.get()) / ("Tavorin-" + fileTimeStamp());
   std::error_code made;
   std::filesystem::create_directories(folder, made);
   if (made) {
