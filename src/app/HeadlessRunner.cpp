@@ -14,6 +14,10 @@
 #include "platform/loop/GLibMainQueue.h"
 #include "platform/media/PngWriter.h"
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 namespace tavorin {
 
 int runHeadless(const LaunchOptions& options) {
@@ -23,6 +27,9 @@ int runHeadless(const LaunchOptions& options) {
       .preferencesFile = options.showDir ? *options.showDir / "preferences.json" : Preferences::defaultPath(),
       .queue = queue,
   };
+
+  // The codecs' own progress chatter is no news for the operator; their errors are.
+  av_log_set_level(AV_LOG_ERROR);
 
   // Before anything slow: a signal during start-up still takes the quit path.
   for (int signal : {SIGINT, SIGTERM, SIGHUP}) queue.onSignal(signal, [&queue] { queue.quit(); });

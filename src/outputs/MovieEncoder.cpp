@@ -74,7 +74,13 @@ bool MovieEncoder::openVideo(int width, int height, int frameRate, VideoCodec co
       if (std::string(name) == "libx264") av_opt_set(context->priv_data, "preset", "superfast", 0);
     }
     if (format_->oformat->flags & AVFMT_GLOBALHEADER) context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    if (avcodec_open2(context, encoder, nullptr) < 0) {
+    // A hardware encoder that is not there is an expected answer, not an error to print.
+    const bool probing = std::string(name) == "hevc_nvenc";
+    const int level = av_log_get_level();
+    if (probing) av_log_set_level(AV_LOG_QUIET);
+    const int opened = avcodec_open2(context, encoder, nullptr);
+    if (probing) av_log_set_level(level);
+    if (opened < 0) {
       avcodec_free_context(&context);
       continue;
     }
