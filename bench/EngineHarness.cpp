@@ -8,8 +8,6 @@
 // compose of the demo's Program plan on a single canvas.
 //
 //   EngineHarness [seconds per phase, default 10]
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +17,7 @@
 #include <vector>
 
 #include "app/DemoShow.h"
+#include "ProcessCPU.h"
 #include "base/HostTime.h"
 #include "compositor/GLCompositor.h"
 #include "compositor/PlanSnapshot.h"
@@ -30,13 +29,6 @@
 using namespace tavorin;
 
 namespace {
-
-double processCPUSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  auto seconds = [](const timeval& tv) { return static_cast<double>(tv.tv_sec) + tv.tv_usec * 1e-6; };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
 
 double percentile(std::vector<double> values, double p) {
   if (values.empty()) return 0;

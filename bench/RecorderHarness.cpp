@@ -6,8 +6,6 @@
 // fast as it can; the ratio compares CPU per frame written.
 //
 //   RecorderHarness [seconds per run, default 5]
-#include <sys/resource.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -16,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "ProcessCPU.h"
 #include "base/HostTime.h"
 #include "outputs/MovieEncoder.h"
 #include "outputs/ProgramRecorder.h"
@@ -27,13 +26,6 @@ namespace {
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
 constexpr int kRate = 30;
-
-double processCPUSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  auto seconds = [](const timeval& tv) { return static_cast<double>(tv.tv_sec) + tv.tv_usec * 1e-6; };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
 
 // A moving picture: 30 different frames, so the encoder has real work.
 std::vector<PixelBufferRef> frames() {

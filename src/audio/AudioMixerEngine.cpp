@@ -113,12 +113,11 @@ void AudioMixerEngine::registerChannel(std::shared_ptr<AudioTrackProcessor> proc
   processor->cue = false;
   processor->monitor = info.monitor;
   processor->afv = info.afv;
-  if (auto it = channelFilters->find(info.id); it != channelFilters->end()) processor->filterChain.update(it->second);
+  if (auto it = channelFilters->find(info.id); it != channelFilters->end()) processor->filterChain.apply(it->second);
   processors_[info.id] = std::move(processor);
   channels.modify([&](std::vector<ChannelInfo>& list) { list.push_back(std::move(info)); });
   sortChannels();
   rebuildAll();
-  applyRouting();
 }
 
 bool AudioMixerEngine::addDeviceChannel(const AudioInputDevice& device) {
@@ -505,13 +504,12 @@ void AudioMixerEngine::rebuildProgram() {
   }
   programBus_.setFeeds(std::move(feeds));
   applyProgramVolume();
+  applyRouting();  // every feed has its routed gain before a device pulls it
   if (!backend_ || !programOutput.get() || programOutputOffline.get() || processors_.empty()) return;
   std::string error;
   if (!programBus_.start(*backend_, *programOutput.get(), "Tavorin Program", &error)) {
     audioLog("AudioMixer program engine start failed: " + error);
-    return;
   }
-  applyRouting();
 }
 
 void AudioMixerEngine::rebuildMonitor(MonitorBus& bus) {
@@ -524,13 +522,12 @@ void AudioMixerEngine::rebuildMonitor(MonitorBus& bus) {
   }
   bus.bus->setFeeds(std::move(feeds));
   bus.bus->setOutputVolume(bus.muted ? 0.0f : bus.gain);
+  applyRouting();  // a feed made just now starts at unity
   if (!backend_ || !bus.device || processors_.empty()) return;
   std::string error;
   if (!bus.bus->start(*backend_, *bus.device, "Tavorin " + bus.name, &error)) {
     audioLog("AudioMixer monitor ‘" + bus.name + "’ engine start failed: " + error);
-    return;
   }
-  applyRouting();
 }
 
 void AudioMixerEngine::rebuildAll() {
@@ -539,8 +536,6 @@ void AudioMixerEngine::rebuildAll() {
            ", monitors: " + std::to_string(monitorBuses_.size()) + ")");
   rebuildProgram();
   for (auto& bus : monitorBuses_) rebuildMonitor(bus);
-  // New feeds start at unity: give every one its routed gain.
-  applyRouting();
 }
 
 void AudioMixerEngine::scheduleRebuild() {

@@ -80,7 +80,7 @@ void AudioMixerEngine::changeFilters(const std::string& channel,
   auto processor = this->processor(channel);
   if (!processor) return;
   channelFilters.modify([&](auto& map) { fn(map[channel]); });
-  processor->filterChain.update(channelFilters->at(channel));
+  processor->filterChain.apply(channelFilters->at(channel));
   preferences_.setJSON(prefkey::channelFilters, json(channelFilters.get()));
 }
 

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -175,6 +176,9 @@ class AppModel {
   std::unique_ptr<Debouncer> sessionSaver_;
   std::vector<Subscription> subscriptions_;
   bool started_ = false;
+  // The latest screenshot's write; the model waits for it before it goes, so
+  // the writer never posts to a queue that is gone.
+  std::future<void> screenshotWrite_;
   // Tasks posted to the main queue hold this weakly and do nothing once the model is gone.
   std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
 };

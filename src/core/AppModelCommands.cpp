@@ -1,7 +1,7 @@
 // The operator's commands that belong to no single engine: layouts with a
 // transition of their own, the black and holding-card punches, fired
 // transitions and the Program screenshot.
-#include <thread>
+#include <future>
 
 #include "core/AppModel.h"
 #include "core/stores/RecordingsRoot.h"
@@ -79,7 +79,7 @@ void AppModel::screenshotProgram() {
   // Encoding a 1080p PNG takes a while: off the main thread, with the frame held by reference.
   std::weak_ptr<AppModel*> weakSelf = self_;
   MainQueue& queue = queue_;
-  std::thread([frame, file, weakSelf, &queue] {
+  screenshotWrite_ = std::async(std::launch::async, [frame, file, weakSelf, &queue] {
     std::string error;
     const bool written = writePNG(*frame, file, &error);
     queue.post([weakSelf, written, file, error] {
@@ -87,7 +87,7 @@ void AppModel::screenshotProgram() {
       if (!self) return;
       (*self)->appendLog(written ? "Screenshot saved: " + file.filename().string() : "Screenshot failed: " + error);
     });
-  }).detach();
+  });
 }
 
 }  // namespace tavorin

@@ -46,7 +46,6 @@ bool ProgramRecorder::start(const std::filesystem::path& file, int frameRate, in
     return false;
   }
   std::lock_guard guard(lock_);
-  encoder_ = encoder;
   queue_.clear();
   queuedFrames_ = 0;
   isRecording_ = true;
@@ -157,7 +156,6 @@ void ProgramRecorder::run(std::shared_ptr<MovieEncoder> encoder) {
     completion = std::move(completion_);
     file = file_;
     finishing_ = false;
-    if (encoder_ == encoder) encoder_.reset();
   }
   // A movie without a single frame is no recording.
   const bool good = closed && !failed && wroteVideo;

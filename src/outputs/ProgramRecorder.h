@@ -65,7 +65,6 @@ class ProgramRecorder {
   std::condition_variable wake_;
   std::deque<Item> queue_;
   std::size_t queuedFrames_ = 0;
-  std::shared_ptr<MovieEncoder> encoder_;
   std::thread worker_;
   bool isRecording_ = false;
   bool finishing_ = false;

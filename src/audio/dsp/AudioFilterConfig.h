@@ -59,8 +59,6 @@ using FilterParams = std::map<std::string, double>;
 
 // The kind's parameters in display order.
 const std::vector<FilterParam>& paramTable(AudioFilterKind kind);
-// The mixer's name for the same table.
-inline const std::vector<FilterParam>& filterParams(AudioFilterKind kind) { return paramTable(kind); }
 
 FilterParams defaultParams(AudioFilterKind kind);
 // The kind's defaults overlaid with the config's own values.

@@ -22,7 +22,6 @@ class FilterChain {
   // and every stage, kept or new, is prepared afresh, so any change restarts
   // all envelopes, filter memories and noise estimates of the channel.
   void apply(const std::vector<AudioFilterConfig>& configs);
-  void update(const std::vector<AudioFilterConfig>& configs) { apply(configs); }
   // planes[c][0..frames) for c < channels. Allocates nothing unless a block is
   // larger than any before it (the noise reducer's FIFOs then grow once).
   void process(float* const* planes, int channels, std::uint32_t frames);
