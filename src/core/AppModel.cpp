@@ -52,6 +52,7 @@ AppModel::AppModel(AppEnvironment environment)
       audioBackend_(environment.audioBackend),
       showFolder_(environment.showFolder),
       preferences_(environment.preferencesFile),
+      recordingsFallback_(environment.recordingsFallback),
       audioMixer(queue_, preferences_, environment.audioBackend, showFolder_.file("audio.log")),
       switcher(SwitcherEngine::Role::main, queue_),
       verticalSwitcher(SwitcherEngine::Role::vertical, queue_),

@@ -24,6 +24,7 @@
 #include "outputs/ProgramRecorder.h"
 #include "core/stores/Preferences.h"
 #include "core/stores/SessionStore.h"
+#include "core/stores/RecordingsRoot.h"
 #include "core/stores/ShowFolder.h"
 #include "core/stores/SourcesStore.h"
 #include "sources/SourceFactory.h"
@@ -43,6 +44,8 @@ struct AppEnvironment {
   GLContext* glContext = nullptr;
   // The machine's audio devices; without them the mixer mixes but nothing plays.
   AudioBackend* audioBackend = nullptr;
+  // Where recordings go when the operator's folder is unset or unusable.
+  std::filesystem::path recordingsFallback = defaultRecordingsRoot();
 };
 
 // Owns every engine and store from start to quit, links them once at start,
@@ -53,6 +56,7 @@ class AppModel {
   AudioBackend* audioBackend_;
   ShowFolder showFolder_;
   Preferences preferences_;
+  std::filesystem::path recordingsFallback_;
 
  public:
   enum class EditCanvas { horizontal, vertical };
@@ -133,6 +137,7 @@ class AppModel {
   ProgramRecorder recorder;
   ProgramRecorder::Quality recordQuality = ProgramRecorder::Quality::hevcHigh;
   Published<bool> isRecording{false};
+  Published<bool> isCapturingLoop{false};
   Published<bool> isRecordingPaused{false};
   Published<std::optional<std::filesystem::path>> currentRecordingFolder;
 
@@ -142,6 +147,11 @@ class AppModel {
   void stopRecording();
   void toggleRecording() { isRecording.get() ? stopRecording() : startRecording(); }
   void setRecordingPaused(bool on);
+  // Records `seconds` of Program, without sound, as "loop-<uuid>.mov" in the
+  // clips folder and adds it to the show as a clip. Refused while recording.
+  void startLoopCapture(double seconds);
+  // The folder that recordings and screenshots go to now.
+  std::filesystem::path currentRecordingsRoot() const;
 
  private:
   // One switcher's write-back of Preview edits into its loaded layout.
@@ -152,6 +162,7 @@ class AppModel {
   void bindAudioMixer();
   void finishRecordingForQuit();
   void recordingFinished(std::optional<std::filesystem::path> file, std::filesystem::path folder);
+  void loopCaptureFinished(std::optional<std::filesystem::path> file);
  public:
   // Hands the current device lists to the mixer: restores the operator's inputs
   // and the Program output, rebinds channels whose device came or went.
@@ -179,6 +190,7 @@ class AppModel {
   // The latest screenshot's write; the model waits for it before it goes, so
   // the writer never posts to a queue that is gone.
   std::future<void> screenshotWrite_;
+  TimerHandle loopCaptureTimer_;
   // Tasks posted to the main queue hold this weakly and do nothing once the model is gone.
   std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
 };

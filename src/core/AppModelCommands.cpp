@@ -75,7 +75,7 @@ void AppModel::screenshotProgram() {
     appendLog("Nothing to screenshot — the Program is empty.");
     return;
   }
-  const auto file = recordingsRoot(recordingsFolderPath.get()) / ("Tavorin-shot-" + fileTimeStamp() + ".png");
+  const auto file = currentRecordingsRoot() / ("Tavorin-shot-" + fileTimeStamp() + ".png");
   // Encoding a 1080p PNG takes a while: off the main thread, with the frame held by reference.
   std::weak_ptr<AppModel*> weakSelf = self_;
   MainQueue& queue = queue_;

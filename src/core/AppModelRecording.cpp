@@ -1,5 +1,6 @@
 // Recording Program: where it goes, what the operator reads about it, and the
 // mixer's Program mix joining the recorder while it runs.
+#include <cstdio>
 #include <future>
 
 #include "core/AppModel.h"
@@ -15,13 +16,17 @@ constexpr int kRecordingFrameRate = 30;
 
 }  // namespace
 
+std::filesystem::path AppModel::currentRecordingsRoot() const {
+  return recordingsRoot(recordingsFolderPath.get(), recordingsFallback_);
+}
+
 void AppModel::startRecording() {
-  if (isRecording.get()) return;
+  if (isRecording.get() || isCapturingLoop.get()) return;
   if (auto stored = preferences_.getString(prefkey::recordQuality)) {
     if (*stored == "proRes422") recordQuality = ProgramRecorder::Quality::proRes422;
     if (*stored == "hevcHigh") recordQuality = ProgramRecorder::Quality::hevcHigh;
   }
-  const auto folder = recordingsRoot(recordingsFolderPath.get()) / ("Tavorin-" + fileTimeStamp());
+  const auto folder = currentRecordingsRoot() / ("Tavorin-" + fileTimeStamp());
   std::error_code made;
   std::filesystem::create_directories(folder, made);
   if (made) {
@@ -76,12 +81,62 @@ void AppModel::recordingFinished(std::optional<std::filesystem::path> file, std:
 }
 
 void AppModel::finishRecordingForQuit() {
-  if (!isRecording.get()) return;
+  if (!isRecording.get() && !isCapturingLoop.get()) return;
   const auto folder = currentRecordingFolder.get().value_or(std::filesystem::path());
   // Quitting waits for the file to be closed: nothing recorded is lost.
   std::promise<std::optional<std::filesystem::path>> done;
   recorder.finish([&done](std::optional<std::filesystem::path> file) { done.set_value(std::move(file)); });
-  recordingFinished(done.get_future().get(), folder);
+  auto file = done.get_future().get();
+  if (isCapturingLoop.get()) {
+    loopCaptureTimer_ = {};
+    loopCaptureFinished(std::move(file));
+  } else {
+    recordingFinished(std::move(file), folder);
+  }
+}
+
+void AppModel::startLoopCapture(double seconds) {
+  if (isRecording.get() || isCapturingLoop.get() || !(seconds > 0)) return;
+  const auto clips = showFolder_.library(ShowFolder::Library::clips);
+  std::error_code made;
+  std::filesystem::create_directories(clips, made);
+  const auto file = clips / ("loop-" + Uuid::make().toString() + ".mov");
+  const Size pixels = pixelSize(canvasSize.get());
+  std::string error = made ? made.message() : "";
+  if (made || !recorder.start(file, kRecordingFrameRate, static_cast<int>(pixels.width),
+                              static_cast<int>(pixels.height), ProgramRecorder::Quality::hevcHigh, false, &error)) {
+    appendLog("Could not start loop capture: " + error);
+    return;
+  }
+  isCapturingLoop = true;
+  char secondsText[32];
+  std::snprintf(secondsText, sizeof secondsText, "%g", seconds);
+  appendLog(std::string("Capturing ") + secondsText + "s loop…");
+  std::weak_ptr<AppModel*> weakSelf = self_;
+  loopCaptureTimer_ = queue_.after(seconds, [this, weakSelf] {
+    MainQueue& queue = queue_;
+    recorder.finish([weakSelf, &queue](std::optional<std::filesystem::path> saved) {
+      queue.post([weakSelf, saved] {
+        if (auto self = weakSelf.lock()) (*self)->loopCaptureFinished(saved);
+      });
+    });
+  });
+}
+
+void AppModel::loopCaptureFinished(std::optional<std::filesystem::path> file) {
+  isCapturingLoop = false;
+  if (!file) {
+    appendLog("Loop capture failed.");
+    return;
+  }
+  SavedSource clip;
+  clip.id = "clip:" + file->string();
+  clip.kind = SavedSource::Kind::clip;
+  clip.name = file->stem().string();
+  clip.filePath = file->string();
+  sourcesStore.upsert(clip);
+  if (auto source = sourceFactory.make(clip)) sourceLifecycle.addSource(std::move(source));
+  appendLog("Loop saved to Media as “" + clip.name + "”");
 }
 
 void AppModel::setRecordingPaused(bool on) {

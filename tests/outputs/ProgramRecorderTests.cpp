@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/HostTime.h"
+#include "support/Ffprobe.h"
 #include "support/TempDir.h"
 
 namespace tavorin {
@@ -22,28 +23,9 @@ namespace {
 constexpr int kWidth = 640;
 constexpr int kHeight = 360;
 
-// What ffprobe reads from a file: its streams and duration, or null when it cannot open it.
-nlohmann::json probe(const std::filesystem::path& file) {
-  const std::string command = "ffprobe -v error -show_entries "
-                              "stream=codec_type,codec_name,width,height,sample_rate,channels,start_time "
-                              "-show_entries format=duration -of json '" + file.string() + "' 2>/dev/null";
-  std::string output;
-  if (FILE* pipe = popen(command.c_str(), "r")) {
-    char chunk[4096];
-    while (std::size_t n = fread(chunk, 1, sizeof chunk, pipe)) output.append(chunk, n);
-    if (pclose(pipe) != 0) return nullptr;
-  }
-  return output.empty() ? nlohmann::json() : nlohmann::json::parse(output);
-}
-
-const nlohmann::json* streamOf(const nlohmann::json& info, const std::string& type) {
-  for (const auto& stream : info["streams"]) {
-    if (stream["codec_type"] == type) return &stream;
-  }
-  return nullptr;
-}
-
-double number(const nlohmann::json& value) { return std::stod(value.get<std::string>()); }
+using testing::number;
+using testing::probe;
+using testing::streamOf;
 
 // Feeds `seconds` of frames at 30 fps and matching tone blocks in real time.
 void feed(ProgramRecorder& recorder, double seconds) {

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace tavorin::testing {
+
+// What ffprobe reads from a file or URL: its streams (type, codec, size, rate,
+// channels, start) and the format's duration; null when it cannot open it.
+nlohmann::json probe(const std::string& fileOrURL);
+inline nlohmann::json probe(const std::filesystem::path& file) { return probe(file.string()); }
+
+// The first stream of `type` ("video", "audio"), or null.
+const nlohmann::json* streamOf(const nlohmann::json& info, const std::string& type);
+
+// ffprobe writes numbers as strings.
+inline double number(const nlohmann::json& value) { return std::stod(value.get<std::string>()); }
+
+}  // namespace tavorin::testing
