@@ -23,7 +23,8 @@ struct AMFArray {
   AMFList data;
   AMFObject dict;
 
-  bool operator==(const AMFArray&) const = default;
+  // Defined below AMFValue: clang wants the value type complete for a defaulted one.
+  bool operator==(const AMFArray&) const;
 };
 
 struct AMFDate {
@@ -69,5 +70,7 @@ struct AMFValue {
 
   bool operator==(const AMFValue&) const = default;
 };
+
+inline bool AMFArray::operator==(const AMFArray& other) const { return data == other.data && dict == other.dict; }
 
 }  // namespace tavorin

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "streaming/codec/AudioFormatDescription.h"
+#include "streaming/codec/EncodedAudioSample.h"
+#include "streaming/codec/EncodedVideoSample.h"
+#include "streaming/codec/VideoFormatDescription.h"
+
+namespace tavorin {
+
+// FLV tag bodies of RTMP video (type 9) and audio (type 8) messages. Each
+// is built with a single copy of the encoded bytes.
+
+// The sequence header of a format; nothing for a format without its record.
+std::optional<std::vector<std::uint8_t>> videoSequenceHeader(const VideoFormatDescription& format);
+// Composition time is (pts - dts + 0.066) s in whole milliseconds, at least
+// 0, and 0 when there is no decode time.
+std::vector<std::uint8_t> videoMessageBody(const EncodedVideoSample& sample);
+
+std::optional<std::vector<std::uint8_t>> audioSequenceHeader(const AudioFormatDescription& format);
+std::vector<std::uint8_t> audioMessageBody(const EncodedAudioSample& sample);
+
+}  // namespace tavorin

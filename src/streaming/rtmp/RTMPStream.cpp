@@ -1,0 +1,316 @@
+#include "streaming/rtmp/RTMPStream.h"
+
+#include "streaming/rtmp/AMF0Serializer.h"
+#include "streaming/rtmp/RTMPCommandMessage.h"
+#include "streaming/rtmp/RTMPMediaMessage.h"
+
+namespace tavorin {
+
+namespace {
+
+constexpr const char* kPublishStart = "NetStream.Publish.Start";
+constexpr const char* kUnpublishSuccess = "NetStream.Unpublish.Success";
+constexpr std::uint32_t kHevcCodecID = 0x68766331;  // "hvc1"
+constexpr std::uint32_t kAvcCodecID = 7;
+constexpr std::uint32_t kAacCodecID = 10;
+
+const char* publishTypeName(RTMPStream::HowToPublish type) {
+  switch (type) {
+    case RTMPStream::HowToPublish::record:
+      return "record";
+    case RTMPStream::HowToPublish::append:
+      return "append";
+    case RTMPStream::HowToPublish::appendWithGap:
+      return "appendWithGap";
+    case RTMPStream::HowToPublish::live:
+      return "live";
+  }
+  return "live";
+}
+
+std::uint32_t millisecondsSince(std::chrono::steady_clock::time_point then) {
+  return static_cast<std::uint32_t>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - then).count());
+}
+
+}  // namespace
+
+std::shared_ptr<RTMPStream> RTMPStream::make(RTMPConnection& connection) {
+  std::shared_ptr<RTMPStream> stream(new RTMPStream(connection));
+  connection.attach(stream);
+  std::weak_ptr<RTMPStream> weak = stream;
+  connection.post([weak, &connection] {
+    auto self = weak.lock();
+    if (self && connection.connected()) self->createStream([] {});
+  });
+  return stream;
+}
+
+RTMPStream::RTMPStream(RTMPConnection& connection)
+    : connection_(connection), requestTimer_(connection.context()) {
+  videoCodec_.setOutputHandler([this](const EncodedVideoSample& sample) {
+    // The encoder's thread: the sample moves over to the connection's context.
+    auto weak = weak_from_this();
+    connection_.post([weak, sample] {
+      if (auto self = weak.lock()) self->appendEncoded(sample);
+    });
+  });
+  audioCodec_.setOutputHandler([this](const EncodedAudioSample& sample) {
+    auto weak = weak_from_this();
+    connection_.post([weak, sample] {
+      if (auto self = weak.lock()) self->appendEncoded(sample);
+    });
+  });
+  auto forward = [this](const std::string& line) {
+    auto weak = weak_from_this();
+    connection_.post([weak, line] {
+      if (auto self = weak.lock()) self->emit(line);
+    });
+  };
+  videoCodec_.setLogHandler(forward);
+  audioCodec_.setLogHandler(forward);
+}
+
+RTMPStream::~RTMPStream() {
+  videoCodec_.stopRunning();
+  audioCodec_.stopRunning();
+}
+
+void RTMPStream::createStream(std::function<void()> done) {
+  auto weak = weak_from_this();
+  connection_.call("createStream", {}, [weak, done = std::move(done)](RTMPResult result) {
+    if (auto self = weak.lock()) {
+      const double* id = result.ok() && !result.response->arguments.empty()
+                             ? result.response->arguments.front().get<double>()
+                             : nullptr;
+      if (id) {
+        self->id_ = static_cast<std::uint32_t>(*id);
+        self->readyState_ = ReadyState::idle;
+      } else {
+        self->emit("createStream failed: " + (result.error ? result.error->describe() : std::string("no stream id")));
+      }
+    }
+    done();
+  });
+}
+
+void RTMPStream::publish(std::optional<std::string> name, HowToPublish type, Completion done) {
+  auto weak = weak_from_this();
+  connection_.post([weak, name = std::move(name), type, done = std::move(done)]() mutable {
+    auto self = weak.lock();
+    if (!self) return;
+    if (!name) {
+      if (self->readyState_ == ReadyState::publishing) return self->close(std::move(done));
+      return done(RTMPStreamResult::failure({RTMPStreamError::Kind::invalidState, {}}));
+    }
+    self->audioFormat_.reset();
+    self->videoFormat_.reset();
+    self->readyState_ = ReadyState::publish;
+    auto resource = *name;
+    self->waitForAnswer(
+        [weak, resource, type, done = std::move(done)](RTMPStreamResult result) {
+          auto self = weak.lock();
+          if (!self) return;
+          if (!result.ok()) {
+            self->readyState_ = ReadyState::idle;
+            return done(std::move(result));
+          }
+          self->info_.resourceName = resource;
+          self->howToPublish_ = type;
+          self->startPublishing([done, result](RTMPStreamResult) { done(result); });
+        },
+        kPublishStart);
+    RTMPCommandMessage command;
+    command.streamId = self->id_;
+    command.commandName = "publish";
+    command.transactionId = 0;
+    command.arguments = {*name, publishTypeName(type)};
+    self->connection_.doOutput(RTMPChunkType::zero, RTMPChunkStreamId::command, command.toMessage());
+  });
+}
+
+void RTMPStream::waitForAnswer(Completion done, std::optional<std::string> expected) {
+  continuation_ = std::move(done);
+  expectedResponse_ = std::move(expected);
+  requestTimer_.expires_after(std::chrono::milliseconds(connection_.requestTimeout));
+  auto weak = weak_from_this();
+  requestTimer_.async_wait([weak](const boost::system::error_code& error) {
+    auto self = weak.lock();
+    if (error || !self || !self->continuation_) return;
+    self->finishWait(RTMPStreamResult::failure({RTMPStreamError::Kind::requestTimedOut, {}}));
+  });
+}
+
+void RTMPStream::finishWait(RTMPStreamResult result) {
+  requestTimer_.cancel();
+  expectedResponse_.reset();
+  auto done = std::move(continuation_);
+  continuation_ = nullptr;
+  if (done) done(std::move(result));
+}
+
+void RTMPStream::startPublishing(Completion done) {
+  startedAt_ = std::chrono::steady_clock::now();
+  dataTimestamps_.clear();
+  readyState_ = ReadyState::publishing;
+  sendMetadata();
+  videoCodec_.startRunning();
+  audioCodec_.startRunning();
+  done(RTMPStreamResult::success({}));
+}
+
+AMFArray RTMPStream::makeMetadata() const {
+  AMFArray metadata;
+  metadata.dict["duration"] = 0;
+  if (hasVideoInput_) {
+    const auto video = videoCodec_.settings();
+    metadata.dict["width"] = video.videoSize.width;
+    metadata.dict["height"] = video.videoSize.height;
+    metadata.dict["videocodecid"] =
+        video.format() == VideoCodecSettings::Format::hevc ? kHevcCodecID : kAvcCodecID;
+    metadata.dict["videodatarate"] = static_cast<double>(video.bitRate / 1000);
+    if (video.expectedFrameRate) metadata.dict["framerate"] = *video.expectedFrameRate;
+  }
+  if (hasAudioInput_) {
+    const auto audio = audioCodec_.settings();
+    metadata.dict["audiocodecid"] = kAacCodecID;
+    metadata.dict["audiodatarate"] = static_cast<double>(audio.bitRate / 1000);
+    metadata.dict["audiosamplerate"] = audio.sampleRate > 0 ? audio.sampleRate : 48000.0;
+  }
+  return metadata;
+}
+
+void RTMPStream::sendMetadata() {
+  const std::string handler = "@setDataFrame";
+  AMF0Serializer body;
+  body.serialize(handler).serialize("onMetaData").serialize(makeMetadata());
+  const auto previous = dataTimestamps_.find(handler);
+  const bool first = previous == dataTimestamps_.end();
+  RTMPMessage message{RTMPMessageType::amf0Data, id_,
+                      first ? millisecondsSince(startedAt_) : millisecondsSince(previous->second), body.data()};
+  connection_.doOutput(first ? RTMPChunkType::zero : RTMPChunkType::one, RTMPChunkStreamId::data, message);
+  dataTimestamps_[handler] = std::chrono::steady_clock::now();
+}
+
+void RTMPStream::close(Completion done) {
+  auto weak = weak_from_this();
+  connection_.post([weak, done = std::move(done)]() mutable {
+    auto self = weak.lock();
+    if (!self) return;
+    const auto state = self->readyState_.load();
+    if (state != ReadyState::playing && state != ReadyState::publishing) {
+      return done(RTMPStreamResult::failure({RTMPStreamError::Kind::invalidState, {}}));
+    }
+    self->stopEncoders();
+    self->waitForAnswer(std::move(done), state == ReadyState::publishing
+                                             ? std::optional<std::string>(kUnpublishSuccess)
+                                             : std::nullopt);
+    RTMPCommandMessage command;
+    command.streamId = self->id_;
+    command.commandName = "closeStream";
+    self->connection_.doOutput(RTMPChunkType::zero, RTMPChunkStreamId::command, command.toMessage());
+    self->readyState_ = ReadyState::idle;
+  });
+}
+
+void RTMPStream::stopEncoders() {
+  videoCodec_.stopRunning();
+  audioCodec_.stopRunning();
+}
+
+void RTMPStream::connectionClosing() {
+  if (readyState_ == ReadyState::idle) return;
+  stopEncoders();
+  readyState_ = ReadyState::idle;
+  if (continuation_) {
+    RTMPResponse response;
+    response.status = RTMPStatus{"NetConnection.Connect.Closed", "status", {}, {}};
+    finishWait(RTMPStreamResult::failure({RTMPStreamError::Kind::requestFailed, std::move(response)}));
+  }
+}
+
+void RTMPStream::append(PixelBufferRef frame, double presentationTime) {
+  hasVideoInput_ = true;
+  if (readyState_ == ReadyState::publishing) videoCodec_.append(std::move(frame), presentationTime);
+}
+
+void RTMPStream::append(const float* left, const float* right, int frames, double hostTime) {
+  hasAudioInput_ = true;
+  if (readyState_ == ReadyState::publishing) audioCodec_.append(left, right, frames, hostTime);
+}
+
+void RTMPStream::setVideoSettings(const VideoCodecSettings& settings) { videoCodec_.setSettings(settings); }
+
+void RTMPStream::setAudioSettings(const AudioCodecSettings& settings) { audioCodec_.setSettings(settings); }
+
+void RTMPStream::appendEncoded(const EncodedVideoSample& sample) {
+  if (readyState_ != ReadyState::publishing || sample.data.empty() || !sample.format) return;
+  const auto delta = videoTimestamp_.update(sample.dts.value_or(sample.pts));
+  if (!delta) {
+    emit("Video sample dropped: its time does not follow the last one");
+    return;
+  }
+  ++frameCount_;
+  if (!videoFormat_ || *videoFormat_ != *sample.format) {
+    const bool hadFormat = videoFormat_ != nullptr;
+    videoFormat_ = sample.format;
+    if (auto header = videoSequenceHeader(*sample.format)) {
+      info_.byteCount += connection_.doOutput(hadFormat ? RTMPChunkType::one : RTMPChunkType::zero,
+                                              RTMPChunkStreamId::video,
+                                              RTMPMessage{RTMPMessageType::video, id_, 0, std::move(*header)});
+    }
+  }
+  info_.byteCount += connection_.doOutput(RTMPChunkType::one, RTMPChunkStreamId::video,
+                                          RTMPMessage{RTMPMessageType::video, id_, *delta, videoMessageBody(sample)});
+}
+
+void RTMPStream::appendEncoded(const EncodedAudioSample& sample) {
+  if (readyState_ != ReadyState::publishing || sample.data.empty() || !sample.format) return;
+  const auto delta = audioTimestamp_.update(sample.pts);
+  if (!delta) return;
+  if (!audioFormat_ || *audioFormat_ != *sample.format) {
+    const bool hadFormat = audioFormat_ != nullptr;
+    audioFormat_ = sample.format;
+    if (auto header = audioSequenceHeader(*sample.format)) {
+      info_.byteCount += connection_.doOutput(hadFormat ? RTMPChunkType::one : RTMPChunkType::zero,
+                                              RTMPChunkStreamId::audio,
+                                              RTMPMessage{RTMPMessageType::audio, id_, 0, std::move(*header)});
+    }
+  }
+  info_.byteCount += connection_.doOutput(RTMPChunkType::one, RTMPChunkStreamId::audio,
+                                          RTMPMessage{RTMPMessageType::audio, id_, *delta, audioMessageBody(sample)});
+}
+
+void RTMPStream::dispatch(const RTMPMessage& message) {
+  if (message.type != RTMPMessageType::amf0Command && message.type != RTMPMessageType::amf3Command) return;
+  auto command = RTMPCommandMessage::fromMessage(message);
+  if (!command) return;
+  if (command->commandName != "onStatus") {
+    emit("Ignored stream command " + command->commandName);
+    return;
+  }
+  statusReceived(RTMPResponse::from(command->arguments));
+}
+
+void RTMPStream::statusReceived(const RTMPResponse& response) {
+  if (response.status && response.status->level == "status") {
+    if (expectedResponse_ && response.status->code == *expectedResponse_) {
+      finishWait(RTMPStreamResult::success(response));
+    }
+    return;
+  }
+  if (continuation_) finishWait(RTMPStreamResult::failure({RTMPStreamError::Kind::requestFailed, response}));
+}
+
+void RTMPStream::dispatch(const RTMPUserControlEvent&) {}
+
+void RTMPStream::dispatch(const NetworkMonitorEvent& event) {
+  if (event.kind == NetworkMonitorEvent::Kind::reset) return;
+  currentFPS_ = frameCount_;
+  frameCount_ = 0;
+  const std::uint64_t bytes = info_.byteCount;
+  info_.currentBytesPerSecond = bytes - info_.previousByteCount;
+  info_.previousByteCount = bytes;
+}
+
+}  // namespace tavorin

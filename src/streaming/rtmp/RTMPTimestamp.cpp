@@ -1,0 +1,25 @@
+#include "streaming/rtmp/RTMPTimestamp.h"
+
+#include <cmath>
+
+namespace tavorin {
+
+std::optional<std::uint32_t> RTMPTimestamp::update(double seconds) {
+  if (updatedAt >= seconds) return std::nullopt;
+  if (startedAt == 0) {
+    startedAt = seconds;
+    updatedAt = seconds;
+    return 0;
+  }
+  double delta = (seconds - updatedAt) * 1000;
+  double whole = 0;
+  timedeltaFraction += std::modf(delta, &whole);
+  if (timedeltaFraction >= 1) {
+    timedeltaFraction -= 1;
+    whole += 1;
+  }
+  updatedAt = seconds;
+  return static_cast<std::uint32_t>(whole);
+}
+
+}  // namespace tavorin

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <thread>
+#include <vector>
+
+#include "streaming/rtmp/RTMPChunkBuffer.h"
+#include "streaming/rtmp/RTMPChunkReader.h"
+#include "streaming/rtmp/RTMPCommandMessage.h"
+
+namespace tavorin::testing {
+
+// One accepted connection, seen from the server's side, with blocking reads
+// that give up after a few seconds.
+class ScriptedPeer {
+ public:
+  explicit ScriptedPeer(int fd) : fd_(fd) {}
+
+  bool readExactly(std::size_t count, std::vector<std::uint8_t>& into);
+  void write(std::span<const std::uint8_t> bytes);
+  // S0, S1 and S2 for the client's C0+C1, then its C2.
+  bool handshake();
+  // The next whole message, or nothing when the client went quiet or away.
+  std::optional<RTMPMessage> readMessage();
+  // The next command, skipping everything else.
+  std::optional<RTMPCommandMessage> readCommand();
+  void send(const RTMPMessage& message, std::uint32_t chunkStreamId = 3);
+  void sendCommand(const std::string& name, double transactionId, AMFList arguments, std::uint32_t streamId = 0);
+  void closeNow();
+
+ private:
+  int fd_;
+  RTMPChunkReader reader_;
+  RTMPChunkBuffer writer_;
+  std::vector<RTMPMessage> pending_;
+};
+
+// A TCP server on a free loopback port that runs `script` for each
+// connection in turn, on its own thread.
+class ScriptedRTMPServer {
+ public:
+  explicit ScriptedRTMPServer(std::function<void(ScriptedPeer&)> script);
+  ~ScriptedRTMPServer();
+
+  int port() const { return port_; }
+  int connections() const { return connections_; }
+
+ private:
+  int listenFd_ = -1;
+  int port_ = 0;
+  std::atomic<int> connections_{0};
+  std::atomic<bool> stopping_{false};
+  std::thread thread_;
+};
+
+}  // namespace tavorin::testing
