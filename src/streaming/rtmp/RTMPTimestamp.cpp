@@ -11,7 +11,9 @@ std::optional<std::uint32_t> RTMPTimestamp::update(double seconds) {
     updatedAt = seconds;
     return 0;
   }
-  double delta = (seconds - updatedAt) * 1000;
+  // To the microsecond: differences of large host times carry float noise
+  // that would tip a whole half millisecond the wrong way.
+  double delta = std::round((seconds - updatedAt) * 1e6) / 1e3;
   double whole = 0;
   timedeltaFraction += std::modf(delta, &whole);
   if (timedeltaFraction >= 1) {
