@@ -48,12 +48,7 @@ void drawFrame(PixelBuffer& frame, int index) {
 
 }  // namespace
 
-PublishReport publishGenerated(const PublishRequest& request) {
-  PublishReport report;
-  RTMPConnection connection;
-  connection.trustedCertificates = request.trustedCertificates;
-  auto stream = RTMPStream::make(connection);
-
+VideoCodecSettings generatedVideoSettings(const PublishRequest& request) {
   VideoCodecSettings video;
   video.videoSize = {request.width, request.height};
   video.bitRate = request.videoBitRate;
@@ -61,24 +56,17 @@ PublishReport publishGenerated(const PublishRequest& request) {
   video.expectedFrameRate = request.frameRate;
   // No look-ahead: every frame is out of the encoder before the stream closes.
   video.isLowLatencyRateControlEnabled = true;
-  stream->setVideoSettings(video);
+  return video;
+}
+
+AudioCodecSettings generatedAudioSettings() {
   AudioCodecSettings audio;
   audio.bitRate = 128'000;
-  stream->setAudioSettings(audio);
+  return audio;
+}
 
-  auto connected = await<RTMPResult>([&](auto done) { connection.connect(request.serverURL, {}, done); });
-  if (!connected || !connected->ok()) {
-    report.error = connected ? connected->error->describe() : "connect did not finish";
-    return report;
-  }
-  auto published = await<RTMPStreamResult>(
-      [&](auto done) { stream->publish(request.key, RTMPStream::HowToPublish::live, done); });
-  if (!published || !published->ok()) {
-    report.error = published ? published->error->describe() : "publish did not finish";
-    return report;
-  }
-
-  const double cpuStart = processCPUSeconds();
+int feedGenerated(const PublishRequest& request, const std::function<void(PixelBufferRef, double)>& video,
+                  const std::function<void(const float*, int, double)>& audio) {
   std::vector<PixelBufferRef> frames;
   for (int i = 0; i < 3; ++i) frames.push_back(PixelBuffer::make(request.width, request.height));
   constexpr int kAudioBlock = 1024;
@@ -94,16 +82,42 @@ PublishReport publishGenerated(const PublishRequest& request) {
       for (int s = 0; s < kAudioBlock; ++s) {
         tone[s] = 0.25f * static_cast<float>(std::sin(2 * M_PI * 1000 * static_cast<double>(sample + s) / 48000));
       }
-      stream->append(tone.data(), tone.data(), kAudioBlock, start + static_cast<double>(sample) / 48000);
+      audio(tone.data(), kAudioBlock, start + static_cast<double>(sample) / 48000);
       sample += kAudioBlock;
     }
     auto& frame = frames[i % frames.size()];
     // A buffer the encoder still holds is never drawn over.
     if (frame.use_count() > 1) frame = PixelBuffer::make(request.width, request.height);
     drawFrame(*frame, i);
-    stream->append(frame, t);
-    ++report.frames;
+    video(frame, t);
   }
+  return frameCount;
+}
+
+PublishReport publishGenerated(const PublishRequest& request) {
+  PublishReport report;
+  RTMPConnection connection;
+  connection.trustedCertificates = request.trustedCertificates;
+  auto stream = RTMPStream::make(connection);
+  stream->setVideoSettings(generatedVideoSettings(request));
+  stream->setAudioSettings(generatedAudioSettings());
+
+  auto connected = await<RTMPResult>([&](auto done) { connection.connect(request.serverURL, {}, done); });
+  if (!connected || !connected->ok()) {
+    report.error = connected ? connected->error->describe() : "connect did not finish";
+    return report;
+  }
+  auto published = await<RTMPStreamResult>(
+      [&](auto done) { stream->publish(request.key, RTMPStream::HowToPublish::live, done); });
+  if (!published || !published->ok()) {
+    report.error = published ? published->error->describe() : "publish did not finish";
+    return report;
+  }
+
+  const double cpuStart = processCPUSeconds();
+  report.frames = feedGenerated(
+      request, [&](PixelBufferRef frame, double t) { stream->append(std::move(frame), t); },
+      [&](const float* tone, int frames, double t) { stream->append(tone, tone, frames, t); });
   // Let the last frames leave the encoder and the socket.
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   report.cpuSeconds = processCPUSeconds() - cpuStart;

@@ -2,8 +2,13 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
+
+#include "base/PixelBuffer.h"
+#include "streaming/codec/AudioCodecSettings.h"
+#include "streaming/codec/VideoCodecSettings.h"
 
 namespace tavorin::testing {
 
@@ -23,6 +28,15 @@ struct PublishReport {
   int frames = 0;     // video frames handed to the stream
   double cpuSeconds = 0;  // the process's CPU time while publishing
 };
+
+// The encoder settings a generated publish uses.
+VideoCodecSettings generatedVideoSettings(const PublishRequest& request);
+AudioCodecSettings generatedAudioSettings();
+
+// Hands `seconds` of the moving picture and the tone to the sinks in real
+// time, both stamped with host time; the frames handed over.
+int feedGenerated(const PublishRequest& request, const std::function<void(PixelBufferRef, double)>& video,
+                  const std::function<void(const float*, int, double)>& audio);
 
 // Publishes `seconds` of a moving test picture and a 1 kHz tone through
 // RTMPConnection and RTMPStream, in real time, then closes.
