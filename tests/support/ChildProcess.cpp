@@ -6,6 +6,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <sstream>
+#include <stdexcept>
 #include <csignal>
 #include <stdexcept>
 #include <thread>
@@ -60,6 +63,28 @@ std::optional<int> runProcess(const std::vector<std::string>& argv, const std::f
                               double timeoutSeconds) {
   ChildProcess child(argv, stderrFile);
   return child.wait(timeoutSeconds);
+}
+
+std::string findProgram(const std::string& name, const std::string& package) {
+  const char* path = std::getenv("PATH");
+  std::istringstream folders(path ? path : "/usr/bin:/bin");
+  std::string folder;
+  while (std::getline(folders, folder, ':')) {
+    const auto candidate = std::filesystem::path(folder) / name;
+    if (access(candidate.c_str(), X_OK) == 0) return candidate.string();
+  }
+  throw std::runtime_error(name + " is missing (install the Debian package " + package + ")");
+}
+
+std::filesystem::path peerScript(const std::string& name) {
+  const auto script = std::filesystem::path(__FILE__).parent_path().parent_path() / "peers" / name;
+  if (!std::filesystem::exists(script)) throw std::runtime_error("the peer script is missing: " + script.string());
+  return script;
+}
+
+std::string trimmed(std::string text) {
+  while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+  return text;
 }
 
 }  // namespace tavorin::testing

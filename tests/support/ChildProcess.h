@@ -26,6 +26,16 @@ class ChildProcess {
   bool reaped_ = false;
 };
 
+// A program's full path from PATH (posix_spawn wants one); throws naming
+// the Debian package to install when it is missing.
+std::string findProgram(const std::string& name, const std::string& package);
+
+// tests/peers/NAME, the scripts that start the tests' own servers.
+std::filesystem::path peerScript(const std::string& name);
+
+// Without trailing newlines and spaces.
+std::string trimmed(std::string text);
+
 // Runs to the end: the exit code, or nothing on time-out or death by a signal.
 std::optional<int> runProcess(const std::vector<std::string>& argv, const std::filesystem::path& stderrFile,
                               double timeoutSeconds = 30);

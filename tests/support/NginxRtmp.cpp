@@ -9,34 +9,7 @@
 #include "support/ChildProcess.h"
 
 namespace tavorin::testing {
-namespace {
-
-std::filesystem::path peerScript() {
-  const auto script = std::filesystem::path(__FILE__).parent_path().parent_path() / "peers" / "nginx-rtmp";
-  if (!std::filesystem::exists(script)) throw std::runtime_error("the nginx peer script is missing: " + script.string());
-  return script;
-}
-
-// posix_spawn wants a full path.
-std::string findProgram(const std::string& name, const std::string& package) {
-  const char* path = std::getenv("PATH");
-  std::istringstream folders(path ? path : "/usr/bin:/bin");
-  std::string folder;
-  while (std::getline(folders, folder, ':')) {
-    const auto candidate = std::filesystem::path(folder) / name;
-    if (access(candidate.c_str(), X_OK) == 0) return candidate.string();
-  }
-  throw std::runtime_error(name + " is missing (install the Debian package " + package + ")");
-}
-
-std::string trimmed(std::string text) {
-  while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-  return text;
-}
-
-}  // namespace
-
-NginxRtmp::NginxRtmp() : script_(peerScript().string()) { start(); }
+NginxRtmp::NginxRtmp() : script_(peerScript("nginx-rtmp").string()) { start(); }
 
 NginxRtmp::~NginxRtmp() {
   try {

@@ -10,31 +10,10 @@
 #include <stdexcept>
 #include <thread>
 
+#include "support/ChildProcess.h"
+
 namespace tavorin::testing {
 namespace {
-
-std::filesystem::path peerScript() {
-  const auto script = std::filesystem::path(__FILE__).parent_path().parent_path() / "peers" / "pipewire";
-  if (!std::filesystem::exists(script)) throw std::runtime_error("the PipeWire peer script is missing: " + script.string());
-  return script;
-}
-
-// posix_spawn wants a full path.
-std::string findProgram(const std::string& name, const std::string& package) {
-  const char* path = std::getenv("PATH");
-  std::istringstream folders(path ? path : "/usr/bin:/bin");
-  std::string folder;
-  while (std::getline(folders, folder, ':')) {
-    const auto candidate = std::filesystem::path(folder) / name;
-    if (access(candidate.c_str(), X_OK) == 0) return candidate.string();
-  }
-  throw std::runtime_error(name + " is missing (install the Debian package " + package + ")");
-}
-
-std::string trimmed(std::string text) {
-  while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-  return text;
-}
 
 std::uint32_t little32(const std::string& bytes, std::size_t at) {
   std::uint32_t value = 0;
@@ -49,7 +28,7 @@ std::uint16_t little16(const std::string& bytes, std::size_t at) {
 
 }  // namespace
 
-PrivatePipeWire::PrivatePipeWire() : script_(peerScript().string()) {
+PrivatePipeWire::PrivatePipeWire() : script_(peerScript("pipewire").string()) {
   const auto exports = dir_ / "exports";
   runScript({"start", dir_.path().string()}, exports);
   std::istringstream lines(readFile(exports));

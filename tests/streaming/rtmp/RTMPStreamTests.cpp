@@ -95,7 +95,7 @@ TEST(RTMPStreamPublish, ToFfmpegsOwnListener) {
   testing::TempDir dir;
   const int port = 19350 + static_cast<int>(getpid() % 500);
   const auto output = dir / "received.flv";
-  testing::ChildProcess listener({"/usr/bin/ffmpeg", "-hide_banner", "-nostdin", "-loglevel", "error", "-listen", "1", "-i",
+  testing::ChildProcess listener({testing::findProgram("ffmpeg", "ffmpeg"), "-hide_banner", "-nostdin", "-loglevel", "error", "-listen", "1", "-i",
                                   "rtmp://127.0.0.1:" + std::to_string(port) + "/app/key", "-c", "copy",
                                   output.string()},
                                  dir / "ffmpeg.log");
