@@ -4,6 +4,35 @@
 
 namespace tavorin::testing {
 
+namespace {
+
+std::string run(const std::string& command) {
+  std::string output;
+  if (FILE* pipe = popen(command.c_str(), "r")) {
+    char chunk[4096];
+    while (std::size_t n = fread(chunk, 1, sizeof chunk, pipe)) output.append(chunk, n);
+    pclose(pipe);
+  }
+  return output;
+}
+
+}  // namespace
+
+std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream) {
+  std::vector<double> times;
+  const auto text = run(std::string("ffprobe -v error -select_streams ") + stream +
+                        " -show_entries packet=dts_time -of csv=p=0 '" + file.string() + "' 2>/dev/null");
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const auto end = text.find('\n', at);
+    const auto line = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
+    if (!line.empty() && line != "N/A") times.push_back(std::stod(line));
+    if (end == std::string::npos) break;
+    at = end + 1;
+  }
+  return times;
+}
+
 nlohmann::json probe(const std::string& fileOrURL) {
   const std::string command = "ffprobe -v error -show_entries "
                               "stream=codec_type,codec_name,width,height,sample_rate,channels,start_time "

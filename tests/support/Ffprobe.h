@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -14,6 +15,9 @@ inline nlohmann::json probe(const std::filesystem::path& file) { return probe(fi
 
 // The first stream of `type` ("video", "audio"), or null.
 const nlohmann::json* streamOf(const nlohmann::json& info, const std::string& type);
+
+// Decode times in seconds of one stream's packets ("v" or "a"), in file order.
+std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream);
 
 // ffprobe writes numbers as strings.
 inline double number(const nlohmann::json& value) { return std::stod(value.get<std::string>()); }

@@ -1,6 +1,7 @@
 #include "GeneratedPublisher.h"
 
 #include <cmath>
+#include <cstring>
 #include <ctime>
 #include <future>
 #include <thread>
@@ -30,11 +31,20 @@ std::optional<Result> await(Start&& start, double seconds = 20) {
   return future.get();
 }
 
-// A bar that moves across a gradient, so every frame differs.
-void drawFrame(PixelBuffer& frame, int index) {
+// A bar that moves across a gradient over a scrolling band of noise, so
+// every frame differs and the encoder has detail to spend its bit rate on.
+void drawFrame(PixelBuffer& frame, int index, const std::vector<std::uint8_t>& noise) {
   const int bar = (index * 8) % frame.width();
+  const std::size_t rowBytes = static_cast<std::size_t>(frame.width()) * 4;
+  const int noiseTop = frame.height() * 3 / 4;
   for (int y = 0; y < frame.height(); ++y) {
     std::uint8_t* row = frame.row(y);
+    if (y >= noiseTop) {
+      const std::size_t shift = static_cast<std::size_t>(index * 12 % frame.width()) * 4;
+      const std::uint8_t* source = noise.data() + static_cast<std::size_t>(y - noiseTop) * rowBytes * 2;
+      std::memcpy(row, source + shift, rowBytes);
+      continue;
+    }
     for (int x = 0; x < frame.width(); ++x) {
       const bool inBar = x >= bar && x < bar + 40;
       row[x * 4 + 0] = inBar ? 255 : static_cast<std::uint8_t>(x * 255 / frame.width());
@@ -71,6 +81,13 @@ int feedGenerated(const PublishRequest& request, const std::function<void(PixelB
   for (int i = 0; i < 3; ++i) frames.push_back(PixelBuffer::make(request.width, request.height));
   constexpr int kAudioBlock = 1024;
   std::vector<float> tone(kAudioBlock);
+  // Rows twice the frame's width, so a shifted window is always whole.
+  std::vector<std::uint8_t> noise(static_cast<std::size_t>(request.width) * 8 * (request.height - request.height * 3 / 4));
+  std::uint32_t seed = 0x2545F491;
+  for (auto& byte : noise) {
+    seed = seed * 1664525u + 1013904223u;
+    byte = static_cast<std::uint8_t>(seed >> 24);
+  }
   long sample = 0;
   const int frameCount = static_cast<int>(std::lround(request.seconds * request.frameRate));
   const double start = hostTimeNow() + 0.05;
@@ -88,7 +105,7 @@ int feedGenerated(const PublishRequest& request, const std::function<void(PixelB
     auto& frame = frames[i % frames.size()];
     // A buffer the encoder still holds is never drawn over.
     if (frame.use_count() > 1) frame = PixelBuffer::make(request.width, request.height);
-    drawFrame(*frame, i);
+    drawFrame(*frame, i, noise);
     video(frame, t);
   }
   return frameCount;

@@ -16,18 +16,9 @@ namespace tavorin {
 namespace {
 
 using testing::number;
+using testing::packetTimes;
 using testing::probe;
 using testing::streamOf;
-
-std::string run(const std::string& command) {
-  std::string output;
-  if (FILE* pipe = popen(command.c_str(), "r")) {
-    char chunk[4096];
-    while (std::size_t n = fread(chunk, 1, sizeof chunk, pipe)) output.append(chunk, n);
-    pclose(pipe);
-  }
-  return output;
-}
 
 testing::PublishRequest request(const std::string& url, const std::string& key, double seconds) {
   testing::PublishRequest made;
@@ -35,22 +26,6 @@ testing::PublishRequest request(const std::string& url, const std::string& key, 
   made.key = key;
   made.seconds = seconds;
   return made;
-}
-
-// Decode times of one stream's packets as ffprobe reads them, in order.
-std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream) {
-  std::vector<double> times;
-  const auto text = run(std::string("ffprobe -v error -select_streams ") + stream +
-                        " -show_entries packet=dts_time -of csv=p=0 '" + file.string() + "'");
-  std::size_t at = 0;
-  while (at < text.size()) {
-    const auto end = text.find('\n', at);
-    const auto line = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
-    if (!line.empty() && line != "N/A") times.push_back(std::stod(line));
-    if (end == std::string::npos) break;
-    at = end + 1;
-  }
-  return times;
 }
 
 // What every recording of a generated publish must show.
