@@ -45,6 +45,7 @@ int runHeadless(const LaunchOptions& options) {
     return 1;
   }
   environment.glContext = gl;
+  environment.useSecretService = true;
 
   // Without a PipeWire daemon the show runs silent rather than not at all.
   std::string audioError;
@@ -68,6 +69,7 @@ int runHeadless(const LaunchOptions& options) {
   if (options.demo) demo = std::make_unique<DemoShow>(*model, options.takeEvery);
   if (options.recordingsDir) model->recordingsFolderPath = options.recordingsDir->string();
   if (options.record) model->startRecording();
+  for (const auto& url : options.streamURLs) model->goLive(url);
 
   TimerHandle stopTimer;
   if (options.seconds) stopTimer = queue.after(*options.seconds, [&queue] { queue.quit(); });

@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "streaming/StreamURL.h"
+
 namespace tavorin {
 
 namespace {
@@ -57,6 +59,10 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
       std::string dir;
       if (!needValue(dir) || dir.empty()) return {std::nullopt, "--recordings-dir needs a folder"};
       options.recordingsDir = std::filesystem::path(dir);
+    } else if (arg == "--stream") {
+      std::string url;
+      if (!needValue(url) || !splitStreamURL(url)) return {std::nullopt, "--stream needs rtmp(s)://host[:port]/app/key"};
+      options.streamURLs.push_back(url);
     } else {
       return {std::nullopt, "unknown argument \"" + arg + "\""};
     }
@@ -69,7 +75,7 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
 
 std::string usageText() {
   return "usage: tavorin --headless [--show-dir DIR] [--seconds N] [--demo [--take-every S]] [--snapshot FILE.png]\n"
-         "               [--record] [--recordings-dir DIR]\n"
+         "               [--record] [--recordings-dir DIR] [--stream URL]...\n"
          "  --headless          run the show engine without a window\n"
          "  --show-dir DIR      use DIR as the show folder (and for preferences.json)\n"
          "  --seconds N         quit cleanly after N seconds\n"
@@ -77,7 +83,8 @@ std::string usageText() {
          "  --take-every S      seconds between the demo's takes (default 4)\n"
          "  --snapshot FILE     write the newest Program frame as a PNG on quit\n"
          "  --record            record Program from launch and finish the file on quit\n"
-         "  --recordings-dir DIR  record under DIR instead of the recordings folder\n";
+         "  --recordings-dir DIR  record under DIR instead of the recordings folder\n"
+         "  --stream URL        go live to rtmp(s)://host[:port]/app/KEY from launch to quit (repeatable)\n";
 }
 
 }  // namespace tavorin

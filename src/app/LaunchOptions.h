@@ -17,6 +17,7 @@ struct LaunchOptions {
   std::optional<std::filesystem::path> snapshot;  // PNG of the newest Program frame, written on quit
   bool record = false;                            // record Program from launch to quit
   std::optional<std::filesystem::path> recordingsDir;  // replaces the recordings folder
+  std::vector<std::string> streamURLs;  // go live to each rtmp(s)://host/app/key from launch to quit
   bool help = false;
 };
 

@@ -6,6 +6,7 @@
 #include "core/EngineBinding.h"
 #include "core/stores/LayoutMigrations.h"
 #include "core/stores/PreferenceKeys.h"
+#include "platform/secrets/FileSecretStore.h"
 
 namespace tavorin {
 
@@ -27,6 +28,12 @@ CanvasSize readCanvasSize(const Preferences& prefs) {
   auto name = prefs.getString(prefkey::canvasSize);
   if (!name) return CanvasSize::hd1080;
   return enumFromName<CanvasSize>(*name).value_or(CanvasSize::hd1080);
+}
+
+std::unique_ptr<SecretStore> makeStreamSecretStore(bool useService, const std::filesystem::path& file,
+                                                  std::function<void(const std::string&)> log) {
+  if (useService) return makeSecretStore(file, std::move(log));
+  return std::make_unique<FileSecretStore>(file, std::move(log));
 }
 
 }  // namespace
@@ -74,9 +81,17 @@ AppModel::AppModel(AppEnvironment environment)
       savedProgramOutputUID(preferences_.getString(prefkey::programOutputUID)),
       canvasSize(readCanvasSize(preferences_)),
       showOnboarding(false),
-      recordingsFolderPath(preferences_.getString(prefkey::recordingsFolder).value_or("")) {}
+      recordingsFolderPath(preferences_.getString(prefkey::recordingsFolder).value_or("")),
+      secretStore(makeStreamSecretStore(environment.useSecretService, showFolder_.file("secrets.json"),
+                                        [this](const std::string& line) { appendLog(line); })),
+      streamKeys(*secretStore),
+      streamStore(showFolder_, streamKeys),
+      streaming(queue_, [this](const Uuid& id) { return streamKeys.key(id); }) {}
 
-AppModel::~AppModel() = default;
+// The frame clock stops before the sinks it feeds go.
+AppModel::~AppModel() {
+  if (engine) engine->stop();
+}
 
 void AppModel::appendLog(std::string line) {
   if (onLogLine) onLogLine(line);
@@ -94,6 +109,7 @@ void AppModel::start() {
 
   bindSwitcherClosures();
   bindAudioMixer();
+  bindStreaming();
   bindCustomTransitions();
   bindEngine();
   runMigrations();
@@ -222,8 +238,12 @@ void AppModel::bindEngine() {
   };
   applyCanvas(canvasSize.get());
   subscriptions_.push_back(canvasSize.subscribe(applyCanvas));
-  // The Program fan-out: the recorder first, as frames come.
-  engine->onProgramFrame = [this](const PixelBufferRef& frame, double now) { recorder.appendVideo(frame, now); };
+  // The Program fan-out: the recorder first, then the streams of the main canvas.
+  engine->onProgramFrame = [this](const PixelBufferRef& frame, double now) {
+    recorder.appendVideo(frame, now);
+    streaming.feedVideo(frame, now);
+  };
+  engine->onVerticalFrame = [this](const PixelBufferRef& frame, double now) { streaming.feedVerticalVideo(frame, now); };
   engine->start();
   auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
     auto [horizontal, vertical] = thumbnailScenes(layouts);
@@ -339,6 +359,8 @@ void AppModel::subscribeSessionSaver() {
 
 void AppModel::willTerminate() {
   finishRecordingForQuit();
+  // Each stream says goodbye to its server; the engine waits for them as it goes.
+  streaming.stopAll();
   for (auto& writeBack : writeBacks_) writeBack->debounce.flush();
   if (sessionSaver_) sessionSaver_->cancel();
   sessionStore.save(currentSession());

@@ -22,6 +22,10 @@
 #include "core/stores/TransitionStore.h"
 #include "audio/AudioMixerEngine.h"
 #include "outputs/ProgramRecorder.h"
+#include "platform/secrets/SecretStore.h"
+#include "streaming/StreamDestinationStore.h"
+#include "streaming/StreamKeyStore.h"
+#include "streaming/StreamingEngine.h"
 #include "core/stores/Preferences.h"
 #include "core/stores/SessionStore.h"
 #include "core/stores/RecordingsRoot.h"
@@ -46,6 +50,9 @@ struct AppEnvironment {
   AudioBackend* audioBackend = nullptr;
   // Where recordings go when the operator's folder is unset or unusable.
   std::filesystem::path recordingsFallback = defaultRecordingsRoot();
+  // Stream keys go to the desktop's Secret Service when one answers; without
+  // it (and always in tests) to "secrets.json" in the show folder, mode 0600.
+  bool useSecretService = false;
 };
 
 // Owns every engine and store from start to quit, links them once at start,
@@ -140,6 +147,10 @@ class AppModel {
   Published<bool> isCapturingLoop{false};
   Published<bool> isRecordingPaused{false};
   Published<std::optional<std::filesystem::path>> currentRecordingFolder;
+  std::unique_ptr<SecretStore> secretStore;
+  StreamKeyStore streamKeys;
+  StreamDestinationStore streamStore;
+  StreamingEngine streaming;
 
   // Recording: a folder "Tavorin-<date-time>" in the recordings folder with
   // "program.mov" inside. Each logs what happened in the operator's words.
@@ -153,6 +164,12 @@ class AppModel {
   // The folder that recordings and screenshots go to now.
   std::filesystem::path currentRecordingsRoot() const;
 
+  // Streaming: the operator's toggle of a saved destination, and going live
+  // to a URL whose last path segment is the key (the command line's --stream).
+  void toggleStream(const Uuid& id);
+  void goLive(const std::string& urlWithKey);
+  void removeStreamDestination(const Uuid& id);
+
  private:
   // One switcher's write-back of Preview edits into its loaded layout.
   struct LayoutWriteBack;
@@ -163,6 +180,10 @@ class AppModel {
   void finishRecordingForQuit();
   void recordingFinished(std::optional<std::filesystem::path> file, std::filesystem::path folder);
   void loopCaptureFinished(std::optional<std::filesystem::path> file);
+  void bindStreaming();
+  void logStreamStates(const std::map<Uuid, StreamState>& states);
+  std::map<Uuid, StreamState> loggedStreamStates_;
+  std::map<Uuid, std::string> streamNames_;
  public:
   // Hands the current device lists to the mixer: restores the operator's inputs
   // and the Program output, rebinds channels whose device came or went.

@@ -1,0 +1,234 @@
+#include "streaming/StreamSession.h"
+
+#include <chrono>
+
+#include "base/HostTime.h"
+#include "streaming/StreamFailure.h"
+#include "streaming/StreamIngests.h"
+
+namespace tavorin {
+
+namespace {
+
+constexpr double kConnectionCheckUnits = 3;
+// A stop is not held up by a server that does not answer closeStream.
+constexpr double kCloseWaitSeconds = 2;
+
+std::pair<int, int> encodeSize(StreamResolution resolution, bool vertical, int canvasWidth, int canvasHeight) {
+  switch (resolution) {
+    case StreamResolution::source:
+      return {canvasWidth, canvasHeight};
+    case StreamResolution::p1080:
+      return vertical ? std::pair{1080, 1920} : std::pair{1920, 1080};
+    case StreamResolution::p720:
+      return vertical ? std::pair{720, 1280} : std::pair{1280, 720};
+  }
+  return {canvasWidth, canvasHeight};
+}
+
+}  // namespace
+
+StreamSession::StreamSession(StreamDestination destination, std::string key, int canvasWidth, int canvasHeight,
+                             StateHandler onState, Timing timing)
+    : destination_(std::move(destination)),
+      key_(std::move(key)),
+      canvas_(destination_.canvas.value_or(StreamCanvas::main)),
+      timing_(timing),
+      onState_(std::move(onState)) {
+  connection_.timeout = 15;
+  connection_.requestTimeout = 3000;
+  connection_.chunkSize = 8192;
+  connection_.swfUrl.reset();
+  connection_.pageUrl.reset();
+  connection_.capsEx = 0;
+  std::tie(videoWidth_, videoHeight_) =
+      encodeSize(destination_.quality.resolution, canvas_ == StreamCanvas::vertical, canvasWidth, canvasHeight);
+  minFrameInterval_ = 1.0 / std::max(destination_.quality.fps, 1) - 0.002;
+  stream_ = RTMPStream::make(connection_);
+}
+
+StreamSession::~StreamSession() {
+  stop();
+  if (loop_.joinable()) loop_.join();
+  if (pump_.joinable()) pump_.join();
+}
+
+void StreamSession::start() {
+  if (loop_.joinable()) return;
+  pump_ = std::thread([this] { pump(); });
+  loop_ = std::thread([this] { runLoop(); });
+}
+
+void StreamSession::stop() {
+  isPublishing_ = false;
+  {
+    std::lock_guard hold(signal_->lock);
+    signal_->cancelled = true;
+  }
+  signal_->changed.notify_all();
+  feed_.finish();
+}
+
+void StreamSession::finish() {
+  if (loop_.joinable()) loop_.join();
+  if (pump_.joinable()) pump_.join();
+  closeQuietly(kCloseWaitSeconds);
+}
+
+bool StreamSession::isCancelled() const {
+  std::lock_guard hold(signal_->lock);
+  return signal_->cancelled;
+}
+
+bool StreamSession::sleepCancelled(double seconds) {
+  std::unique_lock hold(signal_->lock);
+  return signal_->changed.wait_for(hold, std::chrono::duration<double>(seconds),
+                                   [this] { return signal_->cancelled; });
+}
+
+template <class Result, class Start>
+std::optional<Result> StreamSession::await(Start&& start, bool cancellable, double seconds) {
+  auto answer = std::make_shared<std::optional<Result>>();
+  auto signal = signal_;
+  start([signal, answer](Result result) {
+    {
+      std::lock_guard hold(signal->lock);
+      *answer = std::move(result);
+    }
+    signal->changed.notify_all();
+  });
+  std::unique_lock hold(signal->lock);
+  signal->changed.wait_for(hold, std::chrono::duration<double>(seconds),
+                           [&] { return answer->has_value() || (cancellable && signal->cancelled); });
+  if (!answer->has_value()) return std::nullopt;
+  return std::move(*answer);
+}
+
+std::string StreamSession::urlForAttempt(int attempt) const {
+  // YouTube's backup entry point takes every other try.
+  if (destination_.platform == StreamPlatform::youtube && attempt % 2 == 1) return youtubeBackupURL();
+  return destination_.serverURL;
+}
+
+StreamSession::Attempt StreamSession::connect(int attempt) {
+  const auto& quality = destination_.quality;
+  VideoCodecSettings video;
+  video.videoSize = {videoWidth_, videoHeight_};
+  video.bitRate = static_cast<std::int64_t>(quality.videoBitrateKbps) * 1000;
+  video.profileLevel = "H264_High_AutoLevel";
+  const bool portraitPlatform =
+      destination_.platform == StreamPlatform::tiktok || destination_.platform == StreamPlatform::instagram;
+  video.scalingMode = portraitPlatform ? VideoCodecSettings::ScalingMode::letterbox
+                                       : VideoCodecSettings::ScalingMode::trim;
+  video.bitRateMode = VideoCodecSettings::BitRateMode::average;
+  video.maxKeyFrameIntervalDuration = 2;
+  video.expectedFrameRate = quality.fps;
+  stream_->setVideoSettings(video);
+
+  AudioCodecSettings audio;
+  audio.bitRate = static_cast<std::int64_t>(quality.audioBitrateKbps) * 1000;
+  audio.downmix = true;
+  audio.channelMap.reset();
+  audio.sampleRate = 0;
+  audio.format = AudioCodecSettings::Format::aac;
+  stream_->setAudioSettings(audio);
+
+  std::string name = key_;
+  if (destination_.platform == StreamPlatform::twitch && destination_.bandwidthTest.value_or(false)) {
+    name += "?bandwidthtest=true";
+  }
+  const std::string url = urlForAttempt(attempt);
+  // The connection bounds its own wait (`timeout` twice, with authentication
+  // rounds); this outer bound only guards against an answer that never comes.
+  const double connectBound = static_cast<double>(connection_.timeout) * 4 + 5;
+  auto connected = await<RTMPResult>([&](auto done) { connection_.connect(url, {}, std::move(done)); }, true,
+                                     connectBound);
+  if (isCancelled()) return {true, {}};
+  if (!connected) return {false, "requestTimedOut"};
+  if (!connected->ok()) return {false, connected->error->describe()};
+  const double publishBound = static_cast<double>(connection_.requestTimeout) / 1000 + 5;
+  auto published = await<RTMPStreamResult>(
+      [&](auto done) { stream_->publish(name, RTMPStream::HowToPublish::live, std::move(done)); }, true,
+      publishBound);
+  if (isCancelled()) return {true, {}};
+  if (!published) return {false, "requestTimedOut"};
+  if (!published->ok()) return {false, published->error->describe()};
+  return {};
+}
+
+void StreamSession::report(const StreamState& state) {
+  if (!isCancelled() && onState_) onState_(destination_.id, state);
+}
+
+void StreamSession::closeQuietly(double seconds) {
+  // Either may fail (a connection that never got up): neither matters here.
+  await<RTMPStreamResult>([&](auto done) { stream_->close(std::move(done)); }, false, seconds);
+  connection_.close();
+}
+
+void StreamSession::runLoop() {
+  int attempt = 0;
+  while (true) {
+    const auto outcome = connect(attempt);
+    if (outcome.cancelled) return;
+    if (!outcome.error) {
+      isPublishing_ = true;
+      report(StreamState::live(wallClockNow()));
+      while (true) {
+        if (sleepCancelled(kConnectionCheckUnits * timing_.unit)) return;
+        if (!isPublishing_ || !connection_.connected()) break;
+      }
+      // Dropped after being live: the count starts over.
+      isPublishing_ = false;
+      attempt = 1;
+      report(StreamState::reconnecting(attempt));
+      closeQuietly(0);
+    } else {
+      isPublishing_ = false;
+      const std::string& text = *outcome.error;
+      if (stream_failure::isFatal(text) || attempt >= stream_failure::kRetriesBeforeGivingUp) {
+        std::string message = stream_failure::friendlyText(text);
+        if (attempt >= stream_failure::kRetriesBeforeGivingUp) {
+          message += " — gave up after " + std::to_string(attempt) + " retries";
+        }
+        report(StreamState::error(std::move(message)));
+        closeQuietly(0);
+        return;
+      }
+      ++attempt;
+      report(StreamState::reconnecting(attempt));
+      closeQuietly(0);
+    }
+    if (sleepCancelled(stream_failure::backOff(attempt) * timing_.unit)) return;
+  }
+}
+
+void StreamSession::pump() {
+  StreamFeed::Batch batch;
+  while (feed_.take(batch)) {
+    for (std::size_t i = 0; i < batch.audioCount; ++i) {
+      const auto& chunk = batch.audio[i];
+      if (chunk.buffer.planes.empty()) continue;
+      const float* left = chunk.buffer.planes[0].data();
+      const float* right = chunk.buffer.planes.size() > 1 ? chunk.buffer.planes[1].data() : left;
+      stream_->append(left, right, static_cast<int>(chunk.buffer.frameLength), chunk.when);
+    }
+    for (std::size_t i = 0; i < batch.videoCount; ++i) {
+      stream_->append(std::move(batch.video[i].frame), batch.video[i].time);
+    }
+  }
+}
+
+void StreamSession::feed(PixelBufferRef frame, double time) {
+  if (!isPublishing_) return;
+  if (time - lastVideoTime_ < minFrameInterval_) return;
+  lastVideoTime_ = time;
+  if (feed_.putVideo(std::move(frame), time)) ++videoDropCount_;
+}
+
+void StreamSession::feedAudio(const PcmBuffer& buffer, double when) {
+  if (!isPublishing_) return;
+  feed_.putAudio(buffer, when);
+}
+
+}  // namespace tavorin

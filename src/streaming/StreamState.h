@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+namespace tavorin {
+
+// Where one destination stands. `since` is the wall-clock second it went
+// live; `attempt` the try a reconnection is on; `message` why it gave up.
+struct StreamState {
+  enum class Kind { live, reconnecting, error, idle, connecting };
+
+  Kind kind = Kind::idle;
+  double since = 0;
+  int attempt = 0;
+  std::string message;
+
+  static StreamState live(double since) { return {Kind::live, since, 0, {}}; }
+  static StreamState reconnecting(int attempt) { return {Kind::reconnecting, 0, attempt, {}}; }
+  static StreamState error(std::string message) { return {Kind::error, 0, 0, std::move(message)}; }
+  static StreamState idle() { return {}; }
+  static StreamState connecting() { return {Kind::connecting, 0, 0, {}}; }
+
+  // On air or trying to be: the operator's toggle stops these.
+  bool isActive() const { return kind == Kind::live || kind == Kind::reconnecting || kind == Kind::connecting; }
+  // What the interface shows for the state.
+  std::string label() const;
+
+  bool operator==(const StreamState&) const = default;
+};
+
+}  // namespace tavorin

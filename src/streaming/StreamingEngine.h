@@ -1,0 +1,100 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "audio/PcmBuffer.h"
+#include "base/MainQueue.h"
+#include "base/PixelBuffer.h"
+#include "base/Published.h"
+#include "base/Uuid.h"
+#include "streaming/StreamDestination.h"
+#include "streaming/StreamHealth.h"
+#include "streaming/StreamSession.h"
+#include "streaming/StreamState.h"
+
+namespace tavorin {
+
+// Runs the live streams: one session per destination on air, one state per
+// destination, and every two seconds one health record per live one. The
+// main thread owns the states and the sessions; the frame path and the audio
+// tap reach the sessions through a snapshot list that is swapped, never
+// changed in place, so they copy one reference under the lock and nothing else.
+class StreamingEngine {
+ public:
+  using KeyLookup = std::function<std::optional<std::string>(const Uuid&)>;
+
+  static constexpr double kHealthPeriod = 2.0;
+
+  StreamingEngine(MainQueue& queue, KeyLookup keys);
+  // Stops every session and waits (a few seconds at most) for their streams to close.
+  ~StreamingEngine();
+  StreamingEngine(const StreamingEngine&) = delete;
+  StreamingEngine& operator=(const StreamingEngine&) = delete;
+
+  Published<std::map<Uuid, StreamState>> states;
+  StreamHealthModel health;
+  // The main canvas in pixels.
+  std::function<std::pair<int, int>()> canvasSizeProvider = [] { return std::pair{1920, 1080}; };
+  // Waits of every session started from now on; tests shrink them.
+  StreamSession::Timing timing;
+
+  // Goes live with the key from the key store.
+  void start(const StreamDestination& destination);
+  // Goes live with a key given here (a destination named on the command line).
+  void start(const StreamDestination& destination, const std::string& key);
+  // Stops and forgets the session; the caller sets the state.
+  void stop(const Uuid& id);
+  // The operator's toggle: stops an active destination and marks it idle, starts any other.
+  void toggle(const StreamDestination& destination);
+  void stopAll();
+
+  // The frame clock's presentation time in seconds; render thread.
+  void feedVideo(const PixelBufferRef& frame, double time) { feedCanvas(StreamCanvas::main, frame, time); }
+  void feedVerticalVideo(const PixelBufferRef& frame, double time) {
+    feedCanvas(StreamCanvas::vertical, frame, time);
+  }
+  // Program PCM from the mixer's tap; every session takes it, whatever its canvas.
+  void feedAudio(const PcmBuffer& buffer, double when);
+
+  std::vector<Uuid> liveDestinations() const;
+  bool isAnyActive() const;
+  // The wall-clock second the first of the live destinations went live.
+  std::optional<double> earliestLiveSince() const;
+  bool hasSession(const Uuid& id) const { return sessions_.count(id) > 0; }
+
+ private:
+  using SessionList = std::vector<std::shared_ptr<StreamSession>>;
+
+  void startSession(const StreamDestination& destination, const std::string& key);
+  void stateReported(const Uuid& id, const std::shared_ptr<StreamSession>& session, const StreamState& state);
+  void remove(const Uuid& id);
+  void publishFeedList();
+  void sampleHealth();
+  void feedCanvas(StreamCanvas canvas, const PixelBufferRef& frame, double time);
+  std::shared_ptr<const SessionList> feedSnapshot() const;
+  void reapClosers(bool all);
+
+  MainQueue& queue_;
+  KeyLookup keys_;
+  std::map<Uuid, std::shared_ptr<StreamSession>> sessions_;
+  mutable std::mutex feedLock_;
+  std::shared_ptr<const SessionList> feedSessions_ = std::make_shared<SessionList>();
+  TimerHandle healthTask_;
+  // Stopped sessions closing their streams off the main thread.
+  struct Closer {
+    std::thread thread;
+    std::shared_ptr<std::atomic<bool>> done;
+  };
+  std::vector<Closer> closers_;
+  std::shared_ptr<StreamingEngine*> self_ = std::make_shared<StreamingEngine*>(this);
+};
+
+}  // namespace tavorin

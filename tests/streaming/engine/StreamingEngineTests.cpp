@@ -1,0 +1,235 @@
+#include "streaming/StreamingEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "base/HostTime.h"
+#include "streaming/StreamFailure.h"
+#include "streaming/rtmp/GeneratedPublisher.h"
+#include "support/Ffprobe.h"
+#include "support/ManualMainQueue.h"
+#include "support/NginxRtmp.h"
+
+namespace tavorin {
+namespace {
+
+using testing::packetTimes;
+
+// One state change as the main thread saw it, with the real time it arrived.
+struct Seen {
+  StreamState state;
+  double at = 0;
+};
+
+// An engine on a manual main queue that the test pumps, logging every state change per destination.
+struct EngineRig {
+  testing::ManualMainQueue queue;
+  std::map<Uuid, std::string> keys;
+  StreamingEngine engine{queue, [this](const Uuid& id) -> std::optional<std::string> {
+                           const auto found = keys.find(id);
+                           return found == keys.end() ? std::nullopt : std::optional(found->second);
+                         }};
+  std::map<Uuid, std::vector<Seen>> history;
+  Subscription watch;
+
+  explicit EngineRig(double unit) {
+    engine.timing.unit = unit;
+    engine.canvasSizeProvider = [] { return std::pair{640, 360}; };
+    watch = engine.states.subscribe([this](const std::map<Uuid, StreamState>& states) {
+      for (const auto& [id, state] : states) {
+        auto& seen = history[id];
+        if (seen.empty() || !(seen.back().state == state)) seen.push_back({state, hostTimeNow()});
+      }
+    });
+  }
+
+  StreamState state(const Uuid& id) const {
+    const auto& map = engine.states.get();
+    const auto found = map.find(id);
+    return found == map.end() ? StreamState::idle() : found->second;
+  }
+
+  // Runs the main queue until `done` holds or `seconds` pass.
+  template <class Predicate>
+  bool pumpUntil(Predicate done, double seconds) {
+    const double end = hostTimeNow() + seconds;
+    while (hostTimeNow() < end) {
+      queue.runUntilIdle();
+      if (done()) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    queue.runUntilIdle();
+    return done();
+  }
+
+  void pumpFor(double seconds) {
+    pumpUntil([] { return false; }, seconds);
+  }
+};
+
+StreamDestination destination(const std::string& serverURL, int fps = 30) {
+  StreamDestination made;
+  made.name = "Test";
+  made.platform = StreamPlatform::custom;
+  made.serverURL = serverURL;
+  made.quality = {StreamResolution::source, fps, 800, 128};
+  return made;
+}
+
+bool isLive(const StreamState& state) { return state.kind == StreamState::Kind::live; }
+
+// Feeds the generated picture at `frameRate` and the tone to the engine's
+// main canvas, as the frame clock and the audio tap would, on a thread of its own.
+std::thread feedEngine(StreamingEngine& engine, double seconds, int frameRate) {
+  return std::thread([&engine, seconds, frameRate] {
+    testing::PublishRequest request;
+    request.seconds = seconds;
+    request.frameRate = frameRate;
+    testing::feedGenerated(
+        request, [&](PixelBufferRef frame, double t) { engine.feedVideo(frame, t); },
+        [&](const float* tone, int frames, double t) {
+          auto buffer = PcmBuffer::make(2, static_cast<std::uint32_t>(frames));
+          std::copy(tone, tone + frames, buffer.planes[0].begin());
+          std::copy(tone, tone + frames, buffer.planes[1].begin());
+          engine.feedAudio(buffer, t);
+        });
+  });
+}
+
+// The widest gap between packets of one stream in a recording, in seconds.
+double widestGap(const std::vector<double>& times) {
+  double widest = 0;
+  for (std::size_t i = 1; i < times.size(); ++i) widest = std::max(widest, times[i] - times[i - 1]);
+  return widest;
+}
+
+TEST(StreamingEngine, ThreeDestinationsAndOneServerDies) {
+  testing::NginxRtmp first, second, third;
+  EngineRig rig(0.25);
+  std::vector<StreamDestination> destinations = {destination(first.url("live")), destination(second.url("live2")),
+                                                 destination(third.url("live3"))};
+  for (const auto& d : destinations) {
+    rig.keys[d.id] = "show";
+    rig.engine.start(d);
+  }
+  ASSERT_TRUE(rig.pumpUntil(
+      [&] {
+        return isLive(rig.state(destinations[0].id)) && isLive(rig.state(destinations[1].id)) &&
+               isLive(rig.state(destinations[2].id));
+      },
+      15));
+
+  // The program runs at 60 frames a second; every destination wants 30.
+  const double feedSeconds = 10;
+  auto feeder = feedEngine(rig.engine, feedSeconds, 60);
+  rig.pumpFor(2.2);
+  rig.queue.advance(StreamingEngine::kHealthPeriod);
+  rig.pumpFor(2.0);
+  rig.queue.advance(StreamingEngine::kHealthPeriod);
+  const auto health = rig.engine.health.health.get();
+  ASSERT_EQ(health.size(), 3u);
+  for (const auto& [id, figures] : health) {
+    EXPECT_GT(figures.kbps, 100) << "bytes flow while live";
+    EXPECT_NEAR(figures.encoderFPS, 30, 4);
+  }
+
+  second.stop();
+  ASSERT_TRUE(rig.pumpUntil([&] { return rig.state(destinations[1].id).kind == StreamState::Kind::reconnecting; }, 5));
+  EXPECT_EQ(rig.state(destinations[1].id), StreamState::reconnecting(1));
+  rig.pumpFor(1.5);
+  second.restart();
+  EXPECT_TRUE(rig.pumpUntil([&] { return isLive(rig.state(destinations[1].id)); }, 8)) << "live again after the restart";
+  rig.pumpFor(1.5);
+  feeder.join();
+  rig.engine.stopAll();
+  rig.pumpFor(0.5);
+
+  // The other two never left the air, and their recordings have no gap.
+  for (int i : {0, 2}) {
+    EXPECT_EQ(rig.history[destinations[i].id].size(), 2u) << "connecting, then live, nothing else";
+    const auto recording = (i == 0 ? first : third).recording(i == 0 ? "live" : "live3", "show");
+    const auto video = packetTimes(recording, "v");
+    const auto audio = packetTimes(recording, "a");
+    ASSERT_FALSE(video.empty());
+    ASSERT_FALSE(audio.empty());
+    EXPECT_LT(widestGap(video), 0.1) << recording;
+    EXPECT_LT(widestGap(audio), 0.1) << recording;
+    // A 30 fps destination on a 60 fps program takes every second frame.
+    EXPECT_NEAR(static_cast<double>(video.size()) / feedSeconds, 30, 3);
+  }
+  // The resumed stream plays back from the restarted server.
+  const auto resumed = testing::probe(second.recording("live2", "show"));
+  EXPECT_TRUE(testing::streamOf(resumed, "video") && testing::streamOf(resumed, "audio")) << resumed.dump();
+}
+
+TEST(StreamingEngine, RejectedKeyEndsAtOnceAndNoKeyNeverStarts) {
+  testing::NginxRtmp nginx;
+  // Someone is already on air with the key: nginx turns the second publisher away by name.
+  testing::PublishRequest holder;
+  holder.serverURL = nginx.url("live");
+  holder.key = "taken";
+  holder.seconds = 6;
+  auto other = std::async(std::launch::async, [&] { return testing::publishGenerated(holder); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+
+  EngineRig rig(0.05);
+  const auto rejected = destination(nginx.url("live"));
+  rig.keys[rejected.id] = "taken";
+  rig.engine.start(rejected);
+  ASSERT_TRUE(rig.pumpUntil([&] { return rig.state(rejected.id).kind == StreamState::Kind::error; }, 10));
+  EXPECT_EQ(rig.state(rejected.id).message, "Stream key rejected — check the key");
+  EXPECT_EQ(rig.history[rejected.id].size(), 2u) << "connecting, then error: no retry";
+  EXPECT_FALSE(rig.engine.hasSession(rejected.id));
+
+  const auto keyless = destination(nginx.url("live"));
+  rig.engine.start(keyless);
+  EXPECT_EQ(rig.state(keyless.id), StreamState::error("No stream key — edit the destination to add one"));
+  other.wait();
+}
+
+TEST(StreamingEngine, RefusedServerRetriesOnTheScheduleThenGivesUp) {
+  // A port nobody listens on: every attempt is refused at once.
+  testing::NginxRtmp nginx;
+  const std::string url = nginx.url("live");
+  nginx.stop();
+  const double unit = 0.05;
+  EngineRig rig(unit);
+  const auto dead = destination(url);
+  rig.keys[dead.id] = "show";
+  rig.engine.start(dead);
+  ASSERT_TRUE(rig.pumpUntil([&] { return rig.state(dead.id).kind == StreamState::Kind::error; }, 30));
+  EXPECT_EQ(rig.state(dead.id).message, "Connection refused — check the URL/port — gave up after 8 retries");
+
+  const auto& seen = rig.history[dead.id];
+  ASSERT_EQ(seen.size(), 10u) << "connecting, reconnecting 1 to 8, error";
+  for (int attempt = 1; attempt <= 8; ++attempt) {
+    EXPECT_EQ(seen[attempt].state, StreamState::reconnecting(attempt));
+    // Each wait is the back-off of the try it leads to; the attempts themselves are quick.
+    const double waited = seen[attempt + 1].at - seen[attempt].at;
+    const double expected = stream_failure::backOff(attempt) * unit;
+    EXPECT_GE(waited, expected * 0.95) << "after try " << attempt;
+    EXPECT_LT(waited, expected + 0.3) << "after try " << attempt;
+  }
+}
+
+TEST(StreamingEngine, StopDuringBackOffReportsNothingMore) {
+  testing::NginxRtmp nginx;
+  const std::string url = nginx.url("live");
+  nginx.stop();
+  EngineRig rig(0.5);
+  const auto dead = destination(url);
+  rig.keys[dead.id] = "show";
+  rig.engine.toggle(dead);
+  ASSERT_TRUE(rig.pumpUntil([&] { return rig.state(dead.id).kind == StreamState::Kind::reconnecting; }, 10));
+  rig.engine.toggle(dead);
+  EXPECT_EQ(rig.state(dead.id), StreamState::idle());
+  rig.pumpFor(1.5);
+  EXPECT_EQ(rig.state(dead.id), StreamState::idle()) << "the stopped loop reports nothing";
+  EXPECT_FALSE(rig.engine.isAnyActive());
+}
+
+}  // namespace
+}  // namespace tavorin
