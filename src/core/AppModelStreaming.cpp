@@ -12,7 +12,7 @@ void AppModel::bindStreaming() {
     return std::pair{static_cast<int>(pixels.width), static_cast<int>(pixels.height)};
   };
   // The sessions gate the feed themselves: nothing is queued while none is on air.
-  audioMixer.setStreamAudioSink([this](const PcmBuffer& block, double time) { streaming.feedAudio(block, time); });
+  audioMixer.setStreamAudioSink(streaming.audioSink());
   subscriptions_.push_back(
       streaming.states.subscribe([this](const std::map<Uuid, StreamState>& states) { logStreamStates(states); }));
 }

@@ -122,25 +122,24 @@ void StreamingEngine::reapClosers(bool all) {
 void StreamingEngine::publishFeedList() {
   auto list = std::make_shared<SessionList>();
   for (const auto& [id, session] : sessions_) list->push_back(session);
-  std::lock_guard hold(feedLock_);
-  feedSessions_ = std::move(list);
-}
-
-std::shared_ptr<const StreamingEngine::SessionList> StreamingEngine::feedSnapshot() const {
-  std::lock_guard hold(feedLock_);
-  return feedSessions_;
+  std::lock_guard hold(feeds_->lock);
+  feeds_->sessions = std::move(list);
 }
 
 void StreamingEngine::feedCanvas(StreamCanvas canvas, const PixelBufferRef& frame, double time) {
-  const auto sessions = feedSnapshot();
+  const auto sessions = feeds_->snapshot();
   for (const auto& session : *sessions) {
     if (session->canvas() == canvas) session->feed(frame, time);
   }
 }
 
-void StreamingEngine::feedAudio(const PcmBuffer& buffer, double when) {
-  const auto sessions = feedSnapshot();
+void StreamingEngine::feedAudioTo(FeedList& feeds, const PcmBuffer& buffer, double when) {
+  const auto sessions = feeds.snapshot();
   for (const auto& session : *sessions) session->feedAudio(buffer, when);
+}
+
+std::function<void(const PcmBuffer&, double)> StreamingEngine::audioSink() const {
+  return [feeds = feeds_](const PcmBuffer& buffer, double when) { feedAudioTo(*feeds, buffer, when); };
 }
 
 void StreamingEngine::sampleHealth() {

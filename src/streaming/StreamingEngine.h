@@ -62,7 +62,10 @@ class StreamingEngine {
     feedCanvas(StreamCanvas::vertical, frame, time);
   }
   // Program PCM from the mixer's tap; every session takes it, whatever its canvas.
-  void feedAudio(const PcmBuffer& buffer, double when);
+  void feedAudio(const PcmBuffer& buffer, double when) { feedAudioTo(*feeds_, buffer, when); }
+  // The same as a sink that stays safe to call after the engine is gone: the
+  // tap may hold a copy for one more block while the model shuts down.
+  std::function<void(const PcmBuffer&, double)> audioSink() const;
 
   std::vector<Uuid> liveDestinations() const;
   bool isAnyActive() const;
@@ -76,17 +79,28 @@ class StreamingEngine {
   void startSession(const StreamDestination& destination, const std::string& key);
   void stateReported(const Uuid& id, const std::shared_ptr<StreamSession>& session, const StreamState& state);
   void remove(const Uuid& id);
+  // The sessions as the media paths see them. `lock` is held only to copy or
+  // swap the list reference.
+  struct FeedList {
+    std::mutex lock;
+    std::shared_ptr<const SessionList> sessions = std::make_shared<SessionList>();
+
+    std::shared_ptr<const SessionList> snapshot() {
+      std::lock_guard hold(lock);
+      return sessions;
+    }
+  };
+
   void publishFeedList();
   void sampleHealth();
   void feedCanvas(StreamCanvas canvas, const PixelBufferRef& frame, double time);
-  std::shared_ptr<const SessionList> feedSnapshot() const;
+  static void feedAudioTo(FeedList& feeds, const PcmBuffer& buffer, double when);
   void reapClosers(bool all);
 
   MainQueue& queue_;
   KeyLookup keys_;
   std::map<Uuid, std::shared_ptr<StreamSession>> sessions_;
-  mutable std::mutex feedLock_;
-  std::shared_ptr<const SessionList> feedSessions_ = std::make_shared<SessionList>();
+  std::shared_ptr<FeedList> feeds_ = std::make_shared<FeedList>();
   TimerHandle healthTask_;
   // Stopped sessions closing their streams off the main thread.
   struct Closer {
