@@ -16,20 +16,17 @@ extern "C" {
 }
 
 #include "base/HostTime.h"
+#include "HarnessFigures.h"
 #include "streaming/StreamingEngine.h"
 #include "streaming/rtmp/GeneratedPublisher.h"
 #include "support/ManualMainQueue.h"
 #include "support/NginxRtmp.h"
 
 using namespace tavorin;
+using bench::cpuNow;
+using bench::median;
 
 namespace {
-
-double cpuNow() {
-  timespec now{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + now.tv_nsec * 1e-9;
-}
 
 testing::PublishRequest pictureOf(double seconds) {
   testing::PublishRequest request;
@@ -86,11 +83,6 @@ double liveCost(testing::NginxRtmp& nginx, int count, double seconds, int round)
   const double used = cpuNow() - start;
   engine.stopAll();
   return used / seconds;
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
 }
 
 }  // namespace

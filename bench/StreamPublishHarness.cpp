@@ -15,20 +15,17 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include "HarnessFigures.h"
 #include "streaming/codec/AudioCodec.h"
 #include "streaming/codec/VideoCodec.h"
 #include "streaming/rtmp/GeneratedPublisher.h"
 #include "support/NginxRtmp.h"
 
 using namespace tavorin;
+using bench::cpuNow;
+using bench::median;
 
 namespace {
-
-double cpuNow() {
-  timespec now{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + now.tv_nsec * 1e-9;
-}
 
 // The picture and tone alone, handed to nobody.
 double feedOnly(const testing::PublishRequest& request) {
@@ -57,11 +54,6 @@ double encodeOnly(const testing::PublishRequest& request, std::size_t& bytes) {
   video.stopRunning();
   audio.stopRunning();
   return used;
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
 }
 
 }  // namespace
