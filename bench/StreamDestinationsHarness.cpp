@@ -23,7 +23,6 @@ extern "C" {
 #include "support/NginxRtmp.h"
 
 using namespace tavorin;
-using bench::cpuNow;
 using bench::median;
 
 namespace {
@@ -76,11 +75,11 @@ double liveCost(testing::NginxRtmp& nginx, int count, double seconds, int round)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   if (!allLive()) return -1;
-  const double start = cpuNow();
+  const double start = processCPUSeconds();
   std::thread feeder([&] { feed(&engine, seconds); });
   feeder.join();
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  const double used = cpuNow() - start;
+  const double used = processCPUSeconds() - start;
   engine.stopAll();
   return used / seconds;
 }
@@ -96,10 +95,10 @@ int main(int argc, char** argv) {
   std::vector<double> generator;
   std::vector<std::vector<double>> perDestination(3);
   for (int round = 0; round < rounds; ++round) {
-    double start = cpuNow();
+    double start = processCPUSeconds();
     feed(nullptr, seconds);
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    const double picture = (cpuNow() - start) / seconds;
+    const double picture = (processCPUSeconds() - start) / seconds;
     generator.push_back(picture);
     for (int c = 0; c < 3; ++c) {
       const double cost = liveCost(nginx, counts[c], seconds, round);

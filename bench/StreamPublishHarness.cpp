@@ -22,17 +22,16 @@ extern "C" {
 #include "support/NginxRtmp.h"
 
 using namespace tavorin;
-using bench::cpuNow;
 using bench::median;
 
 namespace {
 
 // The picture and tone alone, handed to nobody.
 double feedOnly(const testing::PublishRequest& request) {
-  const double start = cpuNow();
+  const double start = processCPUSeconds();
   testing::feedGenerated(request, [](PixelBufferRef, double) {}, [](const float*, int, double) {});
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  return cpuNow() - start;
+  return processCPUSeconds() - start;
 }
 
 // The encoders alone, fed and timed as the publisher feeds and times them.
@@ -45,12 +44,12 @@ double encodeOnly(const testing::PublishRequest& request, std::size_t& bytes) {
   audio.setOutputHandler([&bytes](const EncodedAudioSample& sample) { bytes += sample.data.size(); });
   video.startRunning();
   audio.startRunning();
-  const double start = cpuNow();
+  const double start = processCPUSeconds();
   testing::feedGenerated(
       request, [&](PixelBufferRef frame, double t) { video.append(std::move(frame), t); },
       [&](const float* tone, int frames, double t) { audio.append(tone, tone, frames, t); });
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  const double used = cpuNow() - start;
+  const double used = processCPUSeconds() - start;
   video.stopRunning();
   audio.stopRunning();
   return used;

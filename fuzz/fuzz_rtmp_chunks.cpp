@@ -12,6 +12,7 @@
 
 #include "streaming/rtmp/RTMPChunkBuffer.h"
 #include "streaming/rtmp/RTMPChunkReader.h"
+#include "streaming/rtmp/RTMPControlMessage.h"
 
 namespace {
 
@@ -34,10 +35,7 @@ Bytes chunked(const RTMPMessage& message, std::uint32_t chunkSize, std::uint32_t
 }
 
 Bytes setChunkSize(std::uint32_t size) {
-  const RTMPMessage message{RTMPMessageType::chunkSize, 0, 0,
-                            {static_cast<std::uint8_t>(size >> 24), static_cast<std::uint8_t>(size >> 16),
-                             static_cast<std::uint8_t>(size >> 8), static_cast<std::uint8_t>(size)}};
-  return chunked(message, RTMPChunkBuffer::kDefaultChunkSize, 2);
+  return chunked(makeSetChunkSizeMessage(size), RTMPChunkBuffer::kDefaultChunkSize, 2);
 }
 
 Outcome readInBlocks(std::span<const std::uint8_t> stream, std::uint32_t seed) {

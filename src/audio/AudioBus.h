@@ -24,7 +24,6 @@ class AudioBus {
 
   // While stopped only.
   void setFeeds(std::vector<std::shared_ptr<AudioLiveFeed>> feeds) { feeds_ = std::move(feeds); }
-  const std::vector<std::shared_ptr<AudioLiveFeed>>& feeds() const { return feeds_; }
   void setTap(std::unique_ptr<AudioTap> tap) { tap_ = std::move(tap); }
 
   void setOutputVolume(float volume) { outputVolume_.store(volume, std::memory_order_relaxed); }

@@ -72,7 +72,7 @@ bool AudioJitterBuffer::read(float* left, float* right, std::uint32_t frameCount
     for (std::uint32_t i = 0; i < n; ++i) {
       float g = lastGain_ + step * static_cast<float>(i);
       if (rampInLeft_ > 0) {
-        g = g * (1.0f + static_cast<float>(rampInLeft_) / -240.0f);
+        g *= 1.0f - static_cast<float>(rampInLeft_) / kRampFrames;
         --rampInLeft_;
       }
       const std::int64_t slot = (tail + i) & mask_;

@@ -141,11 +141,10 @@ class AudioMixerEngine {
     AudioSink stream;
     AudioSink replay;
   };
-  // The stored routing of one channel.
+  // The stored routing of one channel; its stored cue is never restored.
   struct Routing {
     float level = 1.0f;
     bool air = true;
-    bool cue = false;
     bool monitor = true;
     bool afv = false;
     std::optional<std::string> name;

@@ -45,7 +45,6 @@ std::optional<AudioMixerEngine::Routing> AudioMixerEngine::savedRouting(const st
   Routing routing;
   routing.level = *number(*it, "level");
   routing.air = *flag(*it, "air");
-  routing.cue = *flag(*it, "cue");
   routing.monitor = flag(*it, "monitor").value_or(true);
   routing.afv = *flag(*it, "afv");
   if (it->contains("name")) routing.name = (*it)["name"].get<std::string>();

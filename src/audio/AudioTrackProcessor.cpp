@@ -35,12 +35,12 @@ void AudioTrackProcessor::log(const std::string& message) const {
 }
 
 void AudioTrackProcessor::logCaptureFormat(const PcmFormat& format, std::uint32_t frames, double pts) {
-  char text[96];
-  std::snprintf(text, sizeof text, "%d Hz · %d ch · %s", format.sampleRate, format.channels,
-                formatName(format.sampleFormat));
-  if (diagFormat_ != text) {
+  if (diagFormat_ != format) {
+    char text[96];
+    std::snprintf(text, sizeof text, "%d Hz · %d ch · %s", format.sampleRate, format.channels,
+                  formatName(format.sampleFormat));
     log("[" + id + "] capture format: " + text);
-    diagFormat_ = text;
+    diagFormat_ = format;
     diagPTSEnd_ = -1;
   }
   if (pts < 0 || format.sampleRate <= 0) return;
@@ -81,12 +81,9 @@ void AudioTrackProcessor::process(PcmBuffer& buffer) {
   if (auto tap = recordTap_.load(std::memory_order_acquire)) (*tap)(buffer, hostTimeNow());
   meterLevel.store(tavorin::meterLevel(buffer), std::memory_order_relaxed);
   programFeed_->ring.write(buffer);
-  Feeds monitors;
-  {
-    std::lock_guard guard(feedsLock_);
-    monitors = monitorFeeds_;
-  }
-  for (const auto& [bus, feed] : monitors) feed->ring.write(buffer);
+  // Ring writes never block or allocate: they run under the lock, not on a copy of the map.
+  std::lock_guard guard(feedsLock_);
+  for (const auto& [bus, feed] : monitorFeeds_) feed->ring.write(buffer);
 }
 
 std::shared_ptr<AudioLiveFeed> AudioTrackProcessor::monitorFeed(const std::string& busID) {

@@ -65,7 +65,6 @@ class AudioTrackProcessor {
   FilterChain filterChain;
   // Latest level, post-filter and pre-fader; the meter tick halves it.
   std::atomic<float> meterLevel{0};
-  int timelineGaps() const { return diagGaps_; }
 
  protected:
   void log(const std::string& message) const;
@@ -81,7 +80,7 @@ class AudioTrackProcessor {
   // Capture thread only.
   std::unique_ptr<AudioConverter> converter_;
   double diagPTSEnd_ = -1;
-  std::string diagFormat_;
+  std::optional<PcmFormat> diagFormat_;
   int diagGaps_ = 0;
 };
 

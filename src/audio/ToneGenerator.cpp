@@ -27,8 +27,9 @@ void ToneGenerator::run() {
   clock_gettime(CLOCK_MONOTONIC, &next);
   const double step = 2 * std::numbers::pi * frequency_ / kCommonSampleRate;
   double phase = 0;
+  // Every block overwrites all of it, whatever the channel's filters did to the last.
+  PcmBuffer block = PcmBuffer::make(kCommonChannels, kBlockFrames);
   while (running_.load()) {
-    PcmBuffer block = PcmBuffer::make(kCommonChannels, kBlockFrames);
     for (std::uint32_t i = 0; i < kBlockFrames; ++i) {
       const float sample = amplitude_ * static_cast<float>(std::sin(phase));
       block.planes[0][i] = block.planes[1][i] = sample;

@@ -27,17 +27,28 @@ bool writeAll(int fd, std::string_view data) {
 
 }  // namespace
 
-bool writeFileAtomically(const std::filesystem::path& path, std::string_view contents) {
-  if (!path.has_filename()) return false;
+bool writeFileAtomically(const std::filesystem::path& path, std::string_view contents, FileAccess access) {
+  if (!path.has_filename()) {
+    errno = EINVAL;
+    return false;
+  }
   // A unique name beside the target: rename is only atomic within one file system.
   const auto temp = path.parent_path() / ("." + path.filename().string() + "." + Uuid::make().toString() + ".tmp");
-  // Mode 0666 lets the umask decide, as for any file the user creates.
-  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  const bool ownerOnly = access == FileAccess::ownerOnly;
+  const mode_t mode = ownerOnly ? S_IRUSR | S_IWUSR : 0666;
+  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
   if (fd < 0) return false;
-  bool ok = writeAll(fd, contents) && ::fsync(fd) == 0;
-  ok = (::close(fd) == 0) && ok;
+  // The umask may only narrow the mode; fchmod makes a private file exactly 0600.
+  bool ok = (!ownerOnly || ::fchmod(fd, mode) == 0) && writeAll(fd, contents) && ::fsync(fd) == 0;
+  int failure = ok ? 0 : errno;
+  if (::close(fd) != 0 && ok) {
+    failure = errno;
+    ok = false;
+  }
   if (ok && ::rename(temp.c_str(), path.c_str()) == 0) return true;
+  if (ok) failure = errno;
   ::unlink(temp.c_str());
+  errno = failure;
   return false;
 }
 

@@ -187,11 +187,8 @@ void AppModel::bindCustomTransitions() {
   auto lookup = [this](const Uuid& id) { return transitionStore.find(id); };
   switcher.customTransitionLookup = lookup;
   verticalSwitcher.customTransitionLookup = lookup;
-  // Sounds play through the sound-effects channel of the mixer; until the show
-  // has one, a transition plays without its sounds and that is no error.
-  auto playSound = [](const TransitionSound&) {};
-  switcher.playTransitionSound = playSound;
-  studioSwitcher.playTransitionSound = playSound;
+  // playTransitionSound stays unset: until the mixer has a sound-effects channel
+  // a transition plays without its sounds, and that is no error.
   for (SwitcherEngine* s : {&switcher, &verticalSwitcher, &studioSwitcher}) {
     s->prepareTransitionSources = [this](const CustomTransition& custom) {
       for (const auto& track : custom.tracks) {

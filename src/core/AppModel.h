@@ -170,6 +170,12 @@ class AppModel {
   void goLive(const std::string& urlWithKey);
   void removeStreamDestination(const Uuid& id);
 
+  // Hands the current device lists to the mixer: restores the operator's inputs
+  // and the Program output, rebinds channels whose device came or went.
+  void refreshAudioDevices();
+  // The machine's default output, when there is an audio service and it has one.
+  std::optional<AudioOutputDevice> defaultAudioOutput() const;
+
  private:
   // One switcher's write-back of Preview edits into its loaded layout.
   struct LayoutWriteBack;
@@ -182,16 +188,6 @@ class AppModel {
   void loopCaptureFinished(std::optional<std::filesystem::path> file);
   void bindStreaming();
   void logStreamStates(const std::map<Uuid, StreamState>& states);
-  std::map<Uuid, StreamState> loggedStreamStates_;
-  std::map<Uuid, std::string> streamNames_;
- public:
-  // Hands the current device lists to the mixer: restores the operator's inputs
-  // and the Program output, rebinds channels whose device came or went.
-  void refreshAudioDevices();
-  // The machine's default output, when there is an audio service and it has one.
-  std::optional<AudioOutputDevice> defaultAudioOutput() const;
-
- private:
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
   std::function<void(float)> makePoseUpdate(const CustomTransition& custom);
   void bindEngine();
@@ -204,6 +200,9 @@ class AppModel {
   void restoreStudioMode();
   void subscribeSessionSaver();
 
+  // What the log last said of each stream, and the names of the command line's streams.
+  std::map<Uuid, StreamState> loggedStreamStates_;
+  std::map<Uuid, std::string> streamNames_;
   std::vector<std::unique_ptr<LayoutWriteBack>> writeBacks_;
   std::unique_ptr<Debouncer> sessionSaver_;
   std::vector<Subscription> subscriptions_;
@@ -212,6 +211,7 @@ class AppModel {
   // the writer never posts to a queue that is gone.
   std::future<void> screenshotWrite_;
   TimerHandle loopCaptureTimer_;
+  bool recordingStopping_ = false;
   // Tasks posted to the main queue hold this weakly and do nothing once the model is gone.
   std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
 };

@@ -23,8 +23,7 @@ std::filesystem::path AppModel::currentRecordingsRoot() const {
 void AppModel::startRecording() {
   if (isRecording.get() || isCapturingLoop.get()) return;
   if (auto stored = preferences_.getString(prefkey::recordQuality)) {
-    if (*stored == "proRes422") recordQuality = ProgramRecorder::Quality::proRes422;
-    if (*stored == "hevcHigh") recordQuality = ProgramRecorder::Quality::hevcHigh;
+    recordQuality = enumFromName<ProgramRecorder::Quality>(*stored).value_or(recordQuality);
   }
   const auto folder = currentRecordingsRoot() / ("Tavorin-" + fileTimeStamp());
   std::error_code made;
@@ -57,7 +56,9 @@ void AppModel::startRecording() {
 }
 
 void AppModel::stopRecording() {
-  if (!isRecording.get()) return;
+  // A second stop while the file closes would be answered at once with no file.
+  if (!isRecording.get() || recordingStopping_) return;
+  recordingStopping_ = true;
   const auto folder = currentRecordingFolder.get().value_or(std::filesystem::path());
   std::weak_ptr<AppModel*> weakSelf = self_;
   MainQueue& queue = queue_;
@@ -69,6 +70,7 @@ void AppModel::stopRecording() {
 }
 
 void AppModel::recordingFinished(std::optional<std::filesystem::path> file, std::filesystem::path folder) {
+  recordingStopping_ = false;
   audioMixer.setProgramAudioSink(nullptr);
   isRecording = false;
   isRecordingPaused = false;
@@ -81,7 +83,8 @@ void AppModel::recordingFinished(std::optional<std::filesystem::path> file, std:
 }
 
 void AppModel::finishRecordingForQuit() {
-  if (!isRecording.get() && !isCapturingLoop.get()) return;
+  // A stop already under way closes the file; the recorder waits for it as it goes.
+  if ((!isRecording.get() && !isCapturingLoop.get()) || recordingStopping_) return;
   const auto folder = currentRecordingFolder.get().value_or(std::filesystem::path());
   // Quitting waits for the file to be closed: nothing recorded is lost.
   std::promise<std::optional<std::filesystem::path>> done;

@@ -71,8 +71,7 @@ void AppModel::goLive(const std::string& urlWithKey) {
 }
 
 void AppModel::removeStreamDestination(const Uuid& id) {
-  streaming.stop(id);
-  streaming.states.modify([&](auto& states) { states.erase(id); });
+  streaming.forget(id);
   streamStore.remove(id);
 }
 

@@ -1,6 +1,7 @@
 #include "outputs/MovieEncoder.h"
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
 extern "C" {
@@ -16,8 +17,8 @@ namespace tavorin {
 
 namespace {
 
-constexpr int kTimeScale = 600;
-constexpr int kSampleRate = 48000;
+constexpr int kTimeScale = MovieEncoder::videoTimeScale;
+constexpr int kSampleRate = MovieEncoder::audioSampleRate;
 constexpr std::int64_t kVideoBitRate = 40'000'000;
 constexpr std::int64_t kAudioBitRate = 256'000;
 
@@ -156,7 +157,7 @@ bool MovieEncoder::open(const std::filesystem::path& file, int width, int height
   AVDictionary* options = nullptr;
   // Fragments are cut by hand every 2 s, at a key frame (see writePacket).
   av_dict_set(&options, "movflags", "empty_moov+default_base_moof+frag_custom", 0);
-  av_dict_set(&options, "video_track_timescale", "600", 0);
+  av_dict_set(&options, "video_track_timescale", std::to_string(kTimeScale).c_str(), 0);
   const int code = avformat_write_header(format_, &options);
   av_dict_free(&options);
   if (code < 0) {

@@ -22,6 +22,9 @@ namespace tavorin {
 class MovieEncoder {
  public:
   enum class VideoCodec { hevcHigh, proRes422 };
+  // The clocks of the two tracks' time stamps.
+  static constexpr int videoTimeScale = 600;
+  static constexpr int audioSampleRate = 48000;
 
   MovieEncoder() = default;
   ~MovieEncoder();
@@ -31,9 +34,9 @@ class MovieEncoder {
   // False with `error` set when no encoder opens or the file cannot be made.
   bool open(const std::filesystem::path& file, int width, int height, int frameRate, VideoCodec codec,
             bool withAudio, std::string* error);
-  // `pts` in 1/600 s from the start of the movie.
+  // `pts` in 1/videoTimeScale s from the start of the movie.
   bool writeVideo(const PixelBuffer& frame, std::int64_t pts);
-  // `pts` in samples at 48 kHz from the start of the movie.
+  // `pts` in samples at audioSampleRate from the start of the movie.
   bool writeAudio(const float* left, const float* right, std::uint32_t frames, std::int64_t pts);
   // Flushes the encoders and closes the file; false when anything failed on the way.
   bool close();

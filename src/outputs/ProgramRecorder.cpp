@@ -9,8 +9,8 @@ namespace tavorin {
 
 namespace {
 
-constexpr int kTimeScale = 600;
-constexpr int kSampleRate = 48000;
+constexpr int kTimeScale = MovieEncoder::videoTimeScale;
+constexpr int kSampleRate = MovieEncoder::audioSampleRate;
 // Frames waiting for the encoder beyond this are dropped: the clock never waits.
 constexpr std::size_t kMaxQueuedFrames = 8;
 
@@ -164,16 +164,6 @@ void ProgramRecorder::run(std::shared_ptr<MovieEncoder> encoder) {
     if (!wroteVideo) std::filesystem::remove(file, ignored);
   }
   if (completion) completion(good ? std::optional<std::filesystem::path>(file) : std::nullopt);
-}
-
-bool ProgramRecorder::isRecording() const {
-  std::lock_guard guard(lock_);
-  return isRecording_;
-}
-
-bool ProgramRecorder::isPaused() const {
-  std::lock_guard guard(lock_);
-  return isPaused_;
 }
 
 std::string ProgramRecorder::videoEncoderName() const {

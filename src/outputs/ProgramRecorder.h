@@ -10,8 +10,10 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "base/EnumNames.h"
 #include "base/PixelBuffer.h"
 
 namespace tavorin {
@@ -47,8 +49,6 @@ class ProgramRecorder {
   // nothing was recording. Runs on the recording's thread once the file is closed.
   void finish(Completion completion);
 
-  bool isRecording() const;
-  bool isPaused() const;
   // The encoder the last start chose ("libx264", "hevc_nvenc", "prores_ks", …).
   std::string videoEncoderName() const;
 
@@ -80,6 +80,12 @@ class ProgramRecorder {
   bool withAudio_ = false;
   std::string videoEncoderName_;
   std::filesystem::path file_;
+};
+
+template <>
+struct EnumNames<ProgramRecorder::Quality> {
+  static constexpr std::pair<ProgramRecorder::Quality, std::string_view> table[] = {
+      {ProgramRecorder::Quality::hevcHigh, "hevcHigh"}, {ProgramRecorder::Quality::proRes422, "proRes422"}};
 };
 
 }  // namespace tavorin

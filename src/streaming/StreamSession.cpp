@@ -214,7 +214,7 @@ void StreamSession::pump() {
       stream_->append(left, right, static_cast<int>(chunk.buffer.frameLength), chunk.when);
     }
     for (std::size_t i = 0; i < batch.videoCount; ++i) {
-      stream_->append(std::move(batch.video[i].frame), batch.video[i].time);
+      if (!stream_->append(std::move(batch.video[i].frame), batch.video[i].time)) ++videoDropCount_;
     }
   }
 }

@@ -56,11 +56,7 @@ class StreamSession {
   void feed(PixelBufferRef frame, double time);
   void feedAudio(const PcmBuffer& buffer, double when);
 
-  const StreamDestination& destination() const { return destination_; }
   StreamCanvas canvas() const { return canvas_; }
-  int videoWidth() const { return videoWidth_; }
-  int videoHeight() const { return videoHeight_; }
-  bool isPublishing() const { return isPublishing_; }
   std::uint64_t byteCount() const { return stream_->info().byteCount; }
   std::uint16_t currentFPS() const { return stream_->currentFPS(); }
   int videoDropCount() const { return videoDropCount_; }
@@ -113,6 +109,7 @@ class StreamSession {
 
   std::atomic<bool> isPublishing_{false};
   double lastVideoTime_ = -1e300;  // frame path only
+  // Frames lost because the session fell behind: in its feed or at a full encoder.
   std::atomic<int> videoDropCount_{0};
 
   std::shared_ptr<Signal> signal_ = std::make_shared<Signal>();

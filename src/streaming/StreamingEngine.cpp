@@ -15,12 +15,7 @@ StreamingEngine::~StreamingEngine() {
 
 void StreamingEngine::start(const StreamDestination& destination) {
   if (sessions_.count(destination.id)) return;
-  const auto key = keys_ ? keys_(destination.id) : std::nullopt;
-  if (!key || key->empty()) {
-    states.modify([&](auto& map) { map[destination.id] = StreamState::error("No stream key — edit the destination to add one"); });
-    return;
-  }
-  startSession(destination, *key);
+  start(destination, keys_ ? keys_(destination.id).value_or("") : "");
 }
 
 void StreamingEngine::start(const StreamDestination& destination, const std::string& key) {
@@ -78,6 +73,11 @@ void StreamingEngine::toggle(const StreamDestination& destination) {
   } else {
     start(destination);
   }
+}
+
+void StreamingEngine::forget(const Uuid& id) {
+  stop(id);
+  states.modify([&](auto& map) { map.erase(id); });
 }
 
 void StreamingEngine::stopAll() {

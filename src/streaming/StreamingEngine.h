@@ -54,6 +54,8 @@ class StreamingEngine {
   void stop(const Uuid& id);
   // The operator's toggle: stops an active destination and marks it idle, starts any other.
   void toggle(const StreamDestination& destination);
+  // A destination deleted by the operator: stopped, and its state gone with it.
+  void forget(const Uuid& id);
   void stopAll();
 
   // The frame clock's presentation time in seconds; render thread.

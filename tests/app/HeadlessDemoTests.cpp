@@ -2,6 +2,7 @@
 
 #include "platform/media/ImageDecoder.h"
 #include "support/ChildProcess.h"
+#include "support/Ffprobe.h"
 #include "support/TempDir.h"
 
 namespace tavorin {
@@ -29,16 +30,12 @@ TEST(HeadlessDemo, RunsTakesRecordsAndWritesTheProgramSnapshot) {
 
   // The recording was finished on quit: one folder, one movie of the canvas size.
   ASSERT_EQ(testing::entriesIn(recordings), 1u);
-  const auto movie = std::filesystem::directory_iterator(recordings)->path() / "program.mov";
-  const auto probed = show.path() / "probe.txt";
-  ASSERT_EQ(runProcess({"/bin/sh", "-c", "ffprobe -v error -select_streams v -show_entries stream=width,height "
-                        "-show_entries format=duration -of csv=p=0 '" + movie.string() + "' > '" +
-                        probed.string() + "'"},
-                       log, 30),
-            std::optional<int>(0));
-  const std::string facts = readFile(probed);
-  EXPECT_EQ(facts.substr(0, facts.find('\n')), "1920,1080") << facts;
-  EXPECT_GT(std::stod(facts.substr(facts.find('\n') + 1)), 2.0) << facts;
+  const auto info = testing::probe(std::filesystem::directory_iterator(recordings)->path() / "program.mov");
+  const auto* video = testing::streamOf(info, "video");
+  ASSERT_TRUE(video) << info.dump();
+  EXPECT_EQ((*video)["width"], 1920);
+  EXPECT_EQ((*video)["height"], 1080);
+  EXPECT_GT(testing::number(info["format"]["duration"]), 2.0) << info.dump();
 
   DecodedImage image = decodeImageFile(snapshot);
   ASSERT_TRUE(image.buffer) << image.error;

@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <sstream>
-#include <stdexcept>
 #include <csignal>
 #include <stdexcept>
 #include <thread>

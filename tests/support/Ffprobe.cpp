@@ -6,13 +6,16 @@ namespace tavorin::testing {
 
 namespace {
 
-std::string run(const std::string& command) {
+// The command's standard output; `succeeded` says whether it exited with 0.
+std::string run(const std::string& command, bool* succeeded = nullptr) {
   std::string output;
+  int status = -1;
   if (FILE* pipe = popen(command.c_str(), "r")) {
     char chunk[4096];
     while (std::size_t n = fread(chunk, 1, sizeof chunk, pipe)) output.append(chunk, n);
-    pclose(pipe);
+    status = pclose(pipe);
   }
+  if (succeeded) *succeeded = status == 0;
   return output;
 }
 
@@ -37,12 +40,9 @@ nlohmann::json probe(const std::string& fileOrURL) {
   const std::string command = "ffprobe -v error -show_entries "
                               "stream=codec_type,codec_name,width,height,sample_rate,channels,start_time "
                               "-show_entries format=duration -of json '" + fileOrURL + "' 2>/dev/null";
-  std::string output;
-  if (FILE* pipe = popen(command.c_str(), "r")) {
-    char chunk[4096];
-    while (std::size_t n = fread(chunk, 1, sizeof chunk, pipe)) output.append(chunk, n);
-    if (pclose(pipe) != 0) return nullptr;
-  }
+  bool succeeded = false;
+  const std::string output = run(command, &succeeded);
+  if (!succeeded) return nullptr;
   return output.empty() ? nlohmann::json() : nlohmann::json::parse(output, nullptr, false);
 }
 

@@ -46,13 +46,7 @@ PrivatePipeWire::PrivatePipeWire() : script_(peerScript("pipewire").string()) {
     } else {
       continue;
     }
-    const char* previous = std::getenv(name.c_str());
-    savedEnvironment_.emplace_back(name, previous ? std::optional<std::string>(previous) : std::nullopt);
-    if (value) {
-      setenv(name.c_str(), value->c_str(), 1);
-    } else {
-      unsetenv(name.c_str());
-    }
+    environment_.set(name, value);
   }
 }
 
@@ -61,13 +55,6 @@ PrivatePipeWire::~PrivatePipeWire() {
     runScript({"stop", dir_.path().string()});
   } catch (const std::exception&) {
     // Stopping is best effort; the temp folder goes anyway.
-  }
-  for (auto it = savedEnvironment_.rbegin(); it != savedEnvironment_.rend(); ++it) {
-    if (it->second) {
-      setenv(it->first.c_str(), it->second->c_str(), 1);
-    } else {
-      unsetenv(it->first.c_str());
-    }
   }
 }
 

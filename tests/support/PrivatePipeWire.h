@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/ChildProcess.h"
+#include "support/ScopedEnvironment.h"
 #include "support/TempDir.h"
 
 namespace tavorin::testing {
@@ -52,8 +53,8 @@ class PrivatePipeWire {
 
   TempDir dir_;
   std::string script_;
-  // What the exports replaced, put back on destruction.
-  std::vector<std::pair<std::string, std::optional<std::string>>> savedEnvironment_;
+  // The exports, undone once the daemons are stopped.
+  ScopedEnvironment environment_;
   int players_ = 0;
   int recordings_ = 0;
 };

@@ -1,7 +1,5 @@
 #include "audio/dsp/FilterChain.h"
 
-#include <map>
-
 #include "audio/dsp/CompressorDSP.h"
 #include "audio/dsp/EQDSP.h"
 #include "audio/dsp/GateDSP.h"
@@ -29,22 +27,21 @@ void FilterChain::prepare(double sampleRate, int channels) {
 }
 
 void FilterChain::apply(const std::vector<AudioFilterConfig>& configs) {
-  std::lock_guard guard(lock_);
-  std::map<Uuid, std::unique_ptr<AudioDSP>> present;
-  for (Entry& entry : entries_) present.emplace(entry.id, std::move(entry.dsp));
-
+  // Every stage is prepared afresh anyway, so none is worth keeping: the new
+  // list is built off the lock and the capture thread waits only for the swap.
   std::vector<Entry> next;
   next.reserve(configs.size());
   for (const AudioFilterConfig& config : configs) {
-    // Taken out of the map, so that an id listed twice gets a stage of its own.
-    std::unique_ptr<AudioDSP> dsp;
-    if (auto it = present.find(config.id); it != present.end()) dsp = std::move(it->second), present.erase(it);
-    if (!dsp) dsp = makeDSP(config.kind);
+    std::unique_ptr<AudioDSP> dsp = makeDSP(config.kind);
     dsp->prepare(sampleRate_, channels_);
     dsp->update(effectiveParams(config));
-    next.push_back({config.id, config.enabled, std::move(dsp)});
+    next.push_back({config.enabled, std::move(dsp)});
   }
-  entries_ = std::move(next);
+  {
+    std::lock_guard guard(lock_);
+    entries_.swap(next);
+  }
+  // `next` now holds the old stages; they are freed here, off the lock.
 }
 
 void FilterChain::process(float* const* planes, int channels, std::uint32_t frames) {

@@ -18,9 +18,9 @@ std::unique_ptr<AudioDSP> makeDSP(AudioFilterKind kind);
 class FilterChain {
  public:
   void prepare(double sampleRate, int channels);
-  // Rebuilds the stage list from `configs`: a stage is kept while its id stays,
-  // and every stage, kept or new, is prepared afresh, so any change restarts
-  // all envelopes, filter memories and noise estimates of the channel.
+  // Rebuilds the stage list from `configs` with every stage made and prepared
+  // afresh, so any change restarts all envelopes, filter memories and noise
+  // estimates of the channel.
   void apply(const std::vector<AudioFilterConfig>& configs);
   // planes[c][0..frames) for c < channels. Allocates nothing unless a block is
   // larger than any before it (the noise reducer's FIFOs then grow once).
@@ -28,7 +28,6 @@ class FilterChain {
 
  private:
   struct Entry {
-    Uuid id;
     bool enabled = true;
     std::unique_ptr<AudioDSP> dsp;
   };

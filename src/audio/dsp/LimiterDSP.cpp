@@ -14,7 +14,7 @@ void LimiterDSP::prepare(double sampleRate, int channels) {
 
 void LimiterDSP::update(const FilterParams& params) {
   ceiling_ = paramOr(params, "ceilingDb", -1);
-  attack_ = static_cast<float>(std::exp(-1 / (fs_ * 0.0005)));
+  attack_ = static_cast<float>(onePoleCoefficient(0.5, fs_));
   release_ = static_cast<float>(onePoleCoefficient(paramOr(params, "releaseMs", 80), fs_));
 }
 

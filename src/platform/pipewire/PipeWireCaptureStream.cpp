@@ -7,11 +7,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
-#include <cstring>
 #include <optional>
 
+#include "platform/pipewire/AudioStreamSetup.h"
 #include "platform/pipewire/StreamState.h"
 
 namespace tavorin {
@@ -129,35 +128,21 @@ bool PipeWireCaptureStream::start(std::string* error) {
   std::string failure;
   loop_.locked([&] {
     if (stream_) return;
-    pw_properties* props = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture",
-                                             PW_KEY_MEDIA_ROLE, "Production", nullptr);
-    if (!targetNodeName_.empty()) {
-      pw_properties_set(props, PW_KEY_TARGET_OBJECT, targetNodeName_.c_str());
-      pw_properties_set(props, PW_KEY_NODE_DONT_RECONNECT, "true");
-    }
-    if (captureSink_) pw_properties_set(props, PW_KEY_STREAM_CAPTURE_SINK, "true");
-    stream_ = pw_stream_new(loop_.core(), streamName_.c_str(), props);
-    if (!stream_) {
-      failure = "cannot create the capture stream " + streamName_ + ": " + std::strerror(errno);
-      return;
-    }
-    pw_stream_add_listener(stream_, &streamListener_, &events, this);
-    format_ = StreamFormat{};
-
     std::uint8_t podBuffer[1024];
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(podBuffer, sizeof podBuffer);
-    const spa_pod* params[1] = {buildEnumFormat(builder)};
+    AudioStreamSetup setup;
+    setup.streamName = streamName_;
+    setup.targetNodeName = targetNodeName_;
+    setup.direction = PW_DIRECTION_INPUT;
+    setup.flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS);
+    setup.format = buildEnumFormat(builder);
+    pw_properties* props = pw_properties_new(nullptr, nullptr);
+    if (captureSink_) pw_properties_set(props, PW_KEY_STREAM_CAPTURE_SINK, "true");
 
+    format_ = StreamFormat{};
     state_ = PipeWirePlaybackStream::State::connecting;
-    const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS);
-    const int result = pw_stream_connect(stream_, PW_DIRECTION_INPUT, PW_ID_ANY, flags, params, 1);
-    if (result < 0) {
-      failure = "cannot connect the capture stream " + streamName_ + ": " + std::strerror(-result);
-      spa_hook_remove(&streamListener_);
-      pw_stream_destroy(stream_);
-      stream_ = nullptr;
-      state_ = PipeWirePlaybackStream::State::error;
-    }
+    failure = connectAudioStream(loop_, setup, props, events, this, stream_, streamListener_);
+    if (!failure.empty()) state_ = PipeWirePlaybackStream::State::error;
   });
   if (failure.empty()) return true;
   if (error) *error = failure;
@@ -165,13 +150,7 @@ bool PipeWireCaptureStream::start(std::string* error) {
 }
 
 void PipeWireCaptureStream::stop() {
-  loop_.locked([&] {
-    if (!stream_) return;
-    spa_hook_remove(&streamListener_);
-    pw_stream_disconnect(stream_);
-    pw_stream_destroy(stream_);
-    stream_ = nullptr;
-  });
+  loop_.locked([&] { destroyAudioStream(stream_, streamListener_); });
   state_ = PipeWirePlaybackStream::State::idle;
 }
 

@@ -4,10 +4,9 @@
 #include <spa/param/audio/format-utils.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <thread>
 
+#include "platform/pipewire/AudioStreamSetup.h"
 #include "platform/pipewire/StreamState.h"
 
 namespace tavorin {
@@ -77,20 +76,6 @@ bool PipeWirePlaybackStream::start(std::string* error) {
   loop_.locked([&] {
     if (stream_) return;
     const std::string latency = std::to_string(quantumFrames_) + "/" + std::to_string(outputRate);
-    pw_properties* props = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Playback",
-                                             PW_KEY_MEDIA_ROLE, "Production", PW_KEY_NODE_LATENCY, latency.c_str(),
-                                             nullptr);
-    if (!targetNodeName_.empty()) {
-      pw_properties_set(props, PW_KEY_TARGET_OBJECT, targetNodeName_.c_str());
-      pw_properties_set(props, PW_KEY_NODE_DONT_RECONNECT, "true");
-    }
-    stream_ = pw_stream_new(loop_.core(), streamName_.c_str(), props);
-    if (!stream_) {
-      failure = "cannot create the playback stream " + streamName_ + ": " + std::strerror(errno);
-      return;
-    }
-    pw_stream_add_listener(stream_, &streamListener_, &events, this);
-
     spa_audio_info_raw info{};
     info.format = SPA_AUDIO_FORMAT_F32P;
     info.rate = outputRate;
@@ -99,19 +84,20 @@ bool PipeWirePlaybackStream::start(std::string* error) {
     info.position[1] = SPA_AUDIO_CHANNEL_FR;
     std::uint8_t podBuffer[1024];
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(podBuffer, sizeof podBuffer);
-    const spa_pod* params[1] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &info)};
+    AudioStreamSetup setup;
+    setup.streamName = streamName_;
+    setup.targetNodeName = targetNodeName_;
+    setup.direction = PW_DIRECTION_OUTPUT;
+    setup.flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
+                                               PW_STREAM_FLAG_RT_PROCESS);
+    setup.format = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &info);
 
     state_ = State::connecting;
     rendering_ = true;
-    const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
-                                                    PW_STREAM_FLAG_RT_PROCESS);
-    const int result = pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY, flags, params, 1);
-    if (result < 0) {
-      failure = "cannot connect the playback stream " + streamName_ + ": " + std::strerror(-result);
+    failure = connectAudioStream(loop_, setup, pw_properties_new(PW_KEY_NODE_LATENCY, latency.c_str(), nullptr),
+                                 events, this, stream_, streamListener_);
+    if (!failure.empty()) {
       rendering_ = false;
-      spa_hook_remove(&streamListener_);
-      pw_stream_destroy(stream_);
-      stream_ = nullptr;
       state_ = State::error;
     }
   });
@@ -123,13 +109,7 @@ bool PipeWirePlaybackStream::start(std::string* error) {
 void PipeWirePlaybackStream::stop() {
   rendering_ = false;
   while (renderersInside_.load() > 0) std::this_thread::yield();
-  loop_.locked([&] {
-    if (!stream_) return;
-    spa_hook_remove(&streamListener_);
-    pw_stream_disconnect(stream_);
-    pw_stream_destroy(stream_);
-    stream_ = nullptr;
-  });
+  loop_.locked([&] { destroyAudioStream(stream_, streamListener_); });
   state_ = State::idle;
 }
 

@@ -1,20 +1,16 @@
 #include "platform/secrets/FileSecretStore.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include <nlohmann/json.hpp>
 
 #include "base/AtomicFile.h"
-#include "base/Uuid.h"
 
 namespace tavorin {
 
@@ -23,18 +19,6 @@ namespace {
 constexpr mode_t privateMode = S_IRUSR | S_IWUSR;
 
 std::string systemError() { return std::strerror(errno); }
-
-bool writeAll(int fd, std::string_view data) {
-  while (!data.empty()) {
-    const ssize_t n = ::write(fd, data.data(), data.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    data.remove_prefix(static_cast<std::size_t>(n));
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -108,21 +92,8 @@ bool FileSecretStore::store(const Contents& contents) {
   }
   std::error_code error;
   if (file_.has_parent_path()) std::filesystem::create_directories(file_.parent_path(), error);
-
-  // Written beside the target and renamed over it; private from the first byte,
-  // since the general atomic writer leaves the mode to the umask.
-  const auto temp = file_.parent_path() / ("." + file_.filename().string() + "." + Uuid::make().toString() + ".tmp");
-  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, privateMode);
-  if (fd < 0) {
-    report("Cannot write the secrets file " + file_.string() + ": " + systemError());
-    return false;
-  }
-  bool ok = ::fchmod(fd, privateMode) == 0 && writeAll(fd, text) && ::fsync(fd) == 0;
-  const std::string failure = ok ? std::string() : systemError();
-  ok = (::close(fd) == 0) && ok;
-  if (ok && ::rename(temp.c_str(), file_.c_str()) == 0) return true;
-  report("Cannot write the secrets file " + file_.string() + ": " + (failure.empty() ? systemError() : failure));
-  ::unlink(temp.c_str());
+  if (writeFileAtomically(file_, text, FileAccess::ownerOnly)) return true;
+  report("Cannot write the secrets file " + file_.string() + ": " + systemError());
   return false;
 }
 

@@ -1,5 +1,7 @@
 #include "streaming/rtmp/RTMPChunkReader.h"
 
+#include "streaming/rtmp/RTMPControlMessage.h"
+
 namespace tavorin {
 
 std::vector<RTMPMessage> RTMPChunkReader::read(std::span<const std::uint8_t> bytes) {
@@ -15,10 +17,7 @@ std::vector<RTMPMessage> RTMPChunkReader::read(std::span<const std::uint8_t> byt
       std::optional<RTMPMessage> message = header.makeMessage();
       if (!message) continue;
       if (message->type == RTMPMessageType::chunkSize) {
-        const auto& p = message->payload;
-        if (p.size() < 4) throw RTMPChunkError::invalidChunkSize(0);
-        const std::uint32_t size = (std::uint32_t{p[0]} << 24) | (std::uint32_t{p[1]} << 16) |
-                                   (std::uint32_t{p[2]} << 8) | p[3];
+        const std::uint32_t size = controlMessageValue(*message).value_or(0);
         if (size == 0 || size > kMaxChunkSize) throw RTMPChunkError::invalidChunkSize(size);
         buffer_.setChunkSize(size);
       }

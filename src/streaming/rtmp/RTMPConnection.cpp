@@ -172,7 +172,7 @@ void RTMPConnection::listen(std::span<const std::uint8_t> block) {
   try {
     messages = reader_.read(block);
   } catch (const RTMPChunkError& error) {
-    emit(std::string("Received unknow chunk type =") + error.what());
+    emit(std::string("Unreadable chunk stream: ") + error.what());
     closeConnection();
     return;
   }
@@ -288,11 +288,9 @@ void RTMPConnection::commandReceived(const RTMPCommandMessage& command) {
       if (id == kConnectTransaction) {
         connected_ = true;
         connectTimer_.cancel();
+        // Announced at the old size; every chunk after it uses the new one.
+        doOutput(RTMPChunkType::zero, RTMPChunkStreamId::control, makeSetChunkSizeMessage(chunkSize));
         outputBuffer_.setChunkSize(chunkSize);
-        // At the old size still, and short enough for one chunk at any size.
-        auto message = makeSetChunkSizeMessage(chunkSize);
-        socket_->send(RTMPChunkBuffer().putMessage(RTMPChunkType::zero,
-                                                   static_cast<std::uint32_t>(RTMPChunkStreamId::control), message));
       }
       waiting.mapped()(RTMPResult::success(std::move(response)));
     } else {

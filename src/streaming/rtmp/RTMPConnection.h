@@ -41,8 +41,6 @@ class RTMPConnection {
   enum class ObjectEncoding { amf0 = 0, amf3 = 3 };
   using Completion = std::function<void(RTMPResult)>;
 
-  static constexpr std::uint16_t defaultPort = 1935;
-  static constexpr std::uint16_t defaultSecurePort = 443;
   static constexpr int capabilities = 239;
   // A server that keeps refusing credentials is not asked forever: the
   // adobe exchange needs two rounds.

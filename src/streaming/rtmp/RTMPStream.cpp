@@ -28,11 +28,6 @@ const char* publishTypeName(RTMPStream::HowToPublish type) {
   return "live";
 }
 
-std::uint32_t millisecondsSince(std::chrono::steady_clock::time_point then) {
-  return static_cast<std::uint32_t>(
-      std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - then).count());
-}
-
 }  // namespace
 
 std::shared_ptr<RTMPStream> RTMPStream::make(RTMPConnection& connection) {
@@ -150,8 +145,6 @@ void RTMPStream::finishWait(RTMPStreamResult result) {
 }
 
 void RTMPStream::startPublishing(Completion done) {
-  startedAt_ = std::chrono::steady_clock::now();
-  dataTimestamps_.clear();
   readyState_ = ReadyState::publishing;
   sendMetadata();
   videoCodec_.startRunning();
@@ -181,15 +174,11 @@ AMFArray RTMPStream::makeMetadata() const {
 }
 
 void RTMPStream::sendMetadata() {
-  const std::string handler = "@setDataFrame";
   AMF0Serializer body;
-  body.serialize(handler).serialize("onMetaData").serialize(makeMetadata());
-  const auto previous = dataTimestamps_.find(handler);
-  const bool first = previous == dataTimestamps_.end();
-  RTMPMessage message{RTMPMessageType::amf0Data, id_,
-                      first ? millisecondsSince(startedAt_) : millisecondsSince(previous->second), body.data()};
-  connection_.doOutput(first ? RTMPChunkType::zero : RTMPChunkType::one, RTMPChunkStreamId::data, message);
-  dataTimestamps_[handler] = std::chrono::steady_clock::now();
+  body.serialize("@setDataFrame").serialize("onMetaData").serialize(makeMetadata());
+  // Sent once, as publishing starts: the first message of its chunk stream, at time 0.
+  connection_.doOutput(RTMPChunkType::zero, RTMPChunkStreamId::data,
+                       RTMPMessage{RTMPMessageType::amf0Data, id_, 0, body.data()});
 }
 
 void RTMPStream::close(Completion done) {
@@ -197,14 +186,11 @@ void RTMPStream::close(Completion done) {
   connection_.post([weak, done = std::move(done)]() mutable {
     auto self = weak.lock();
     if (!self) return;
-    const auto state = self->readyState_.load();
-    if (state != ReadyState::playing && state != ReadyState::publishing) {
+    if (self->readyState_ != ReadyState::publishing) {
       return done(RTMPStreamResult::failure({RTMPStreamError::Kind::invalidState, {}}));
     }
     self->stopEncoders();
-    self->waitForAnswer(std::move(done), state == ReadyState::publishing
-                                             ? std::optional<std::string>(kUnpublishSuccess)
-                                             : std::nullopt);
+    self->waitForAnswer(std::move(done), kUnpublishSuccess);
     RTMPCommandMessage command;
     command.streamId = self->id_;
     command.commandName = "closeStream";
@@ -229,9 +215,10 @@ void RTMPStream::connectionClosing() {
   }
 }
 
-void RTMPStream::append(PixelBufferRef frame, double presentationTime) {
+bool RTMPStream::append(PixelBufferRef frame, double presentationTime) {
   hasVideoInput_ = true;
-  if (readyState_ == ReadyState::publishing) videoCodec_.append(std::move(frame), presentationTime);
+  if (readyState_ != ReadyState::publishing) return true;
+  return videoCodec_.append(std::move(frame), presentationTime);
 }
 
 void RTMPStream::append(const float* left, const float* right, int frames, double hostTime) {

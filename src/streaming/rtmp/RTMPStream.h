@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,7 +29,7 @@ namespace tavorin {
 // connection's context; the encoders hand their output over to it there.
 class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_from_this<RTMPStream> {
  public:
-  enum class ReadyState { idle, play, playing, publish, publishing };
+  enum class ReadyState { idle, publish, publishing };
   enum class HowToPublish { record, append, appendWithGap, live };
   using Completion = std::function<void(RTMPStreamResult)>;
 
@@ -50,8 +49,13 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   void publish(std::optional<std::string> name, HowToPublish type, Completion done);
   void close(Completion done);
 
-  // Raw media, from any thread. Frames go by reference to the encoder's queue.
-  void append(PixelBufferRef frame, double presentationTime);
+  // Frames waiting for the encoder at most: an encoder that cannot keep up
+  // loses frames instead of piling them up.
+  static constexpr int kVideoQueueLimit = 15;
+
+  // Raw media, from any thread. Frames go by reference to the encoder's
+  // queue; false when the queue was full and the frame is dropped.
+  bool append(PixelBufferRef frame, double presentationTime);
   void append(const float* left, const float* right, int frames, double hostTime);
   void setVideoSettings(const VideoCodecSettings& settings);
   void setAudioSettings(const AudioCodecSettings& settings);
@@ -93,8 +97,6 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   std::uint16_t frameCount_ = 0;
   Info info_;
   HowToPublish howToPublish_ = HowToPublish::live;
-  std::chrono::steady_clock::time_point startedAt_ = std::chrono::steady_clock::now();
-  std::map<std::string, std::chrono::steady_clock::time_point> dataTimestamps_;
   Completion continuation_;
   std::optional<std::string> expectedResponse_;
   boost::asio::steady_timer requestTimer_;
@@ -104,7 +106,7 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   std::shared_ptr<const VideoFormatDescription> videoFormat_;
 
   // The outgoing side: both encoders and what they were last given.
-  VideoCodec videoCodec_;
+  VideoCodec videoCodec_{kVideoQueueLimit};
   AudioCodec audioCodec_;
   std::atomic<bool> hasVideoInput_{false};
   std::atomic<bool> hasAudioInput_{false};

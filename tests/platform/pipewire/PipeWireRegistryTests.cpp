@@ -4,43 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 
 #include "platform/pipewire/PipeWireLoop.h"
-#include "platform/pipewire/WaitFor.h"
+#include "support/WaitFor.h"
 #include "support/PrivatePipeWire.h"
+#include "support/ScopedEnvironment.h"
 
 namespace tavorin {
 namespace {
 
 using testing::PrivatePipeWire;
+using testing::ScopedEnvironment;
 using testing::waitFor;
-
-// Sets or clears environment variables for one test and puts them back afterwards.
-class ScopedEnvironment {
- public:
-  ~ScopedEnvironment() {
-    for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
-      if (it->second) {
-        setenv(it->first.c_str(), it->second->c_str(), 1);
-      } else {
-        unsetenv(it->first.c_str());
-      }
-    }
-  }
-  void set(const std::string& name, const std::optional<std::string>& value) {
-    const char* previous = std::getenv(name.c_str());
-    saved_.emplace_back(name, previous ? std::optional<std::string>(previous) : std::nullopt);
-    if (value) {
-      setenv(name.c_str(), value->c_str(), 1);
-    } else {
-      unsetenv(name.c_str());
-    }
-  }
-
- private:
-  std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
-};
 
 TEST(PipeWireRegistry, ListsDevicesWithDescriptionsAndDefaultsAndSeesThemGo) {
   PrivatePipeWire pipewire;

@@ -10,7 +10,7 @@
 #include "platform/pipewire/PipeWireCaptureStream.h"
 #include "platform/pipewire/PipeWireLoop.h"
 #include "platform/pipewire/PipeWirePlaybackStream.h"
-#include "platform/pipewire/WaitFor.h"
+#include "support/WaitFor.h"
 #include "support/PrivatePipeWire.h"
 
 namespace tavorin {

@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "support/WaitFor.h"
+
 namespace tavorin::testing {
 namespace {
 
@@ -40,38 +42,22 @@ bool defaultCollectionUnlocked(GDBusConnection* connection) {
   return unlocked;
 }
 
-template <class Ready>
-bool waitFor(Ready ready, double seconds) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-  while (std::chrono::steady_clock::now() < deadline) {
-    if (ready()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return false;
-}
-
 }  // namespace
 
-PrivateSessionBus::PrivateSessionBus(bool withKeyring) {
-  try {
-    start(withKeyring);
-  } catch (...) {
-    // The daemons go with their ChildProcess; the environment must go back by hand.
-    restoreEnvironment();
-    throw;
-  }
-}
+// A start that throws leaves nothing behind: the daemons go with their
+// ChildProcess and the environment with `environment_`.
+PrivateSessionBus::PrivateSessionBus(bool withKeyring) { start(withKeyring); }
 
 void PrivateSessionBus::start(bool withKeyring) {
   const auto runtime = dir_ / "runtime";
   for (const char* name : {"runtime", "data", "config", "home"}) std::filesystem::create_directories(dir_ / name);
   ::chmod(runtime.c_str(), 0700);
   address_ = "unix:path=" + (runtime / "bus").string();
-  setEnvironment("XDG_RUNTIME_DIR", runtime.string());
-  setEnvironment("XDG_DATA_HOME", (dir_ / "data").string());
-  setEnvironment("XDG_CONFIG_HOME", (dir_ / "config").string());
-  setEnvironment("HOME", (dir_ / "home").string());
-  setEnvironment("DBUS_SESSION_BUS_ADDRESS", address_);
+  environment_.set("XDG_RUNTIME_DIR", runtime.string());
+  environment_.set("XDG_DATA_HOME", (dir_ / "data").string());
+  environment_.set("XDG_CONFIG_HOME", (dir_ / "config").string());
+  environment_.set("HOME", (dir_ / "home").string());
+  environment_.set("DBUS_SESSION_BUS_ADDRESS", address_);
 
   // The system's session configuration would let the bus start an installed
   // keyring on the first call; with an empty service folder only what the test
@@ -120,42 +106,6 @@ PrivateSessionBus::~PrivateSessionBus() {
   if (bus_) {
     bus_->signal(SIGTERM);
     bus_->wait(5);
-  }
-  restoreEnvironment();
-}
-
-void PrivateSessionBus::restoreEnvironment() {
-  for (auto it = savedEnvironment_.rbegin(); it != savedEnvironment_.rend(); ++it) {
-    if (it->second) {
-      setenv(it->first.c_str(), it->second->c_str(), 1);
-    } else {
-      unsetenv(it->first.c_str());
-    }
-  }
-  savedEnvironment_.clear();
-}
-
-void PrivateSessionBus::setEnvironment(const std::string& name, const std::string& value) {
-  const char* previous = std::getenv(name.c_str());
-  savedEnvironment_.emplace_back(name, previous ? std::optional<std::string>(previous) : std::nullopt);
-  setenv(name.c_str(), value.c_str(), 1);
-}
-
-ScopedEnvironment::ScopedEnvironment(std::string name, const std::optional<std::string>& value)
-    : name_(std::move(name)) {
-  if (const char* previous = std::getenv(name_.c_str())) previous_ = previous;
-  if (value) {
-    setenv(name_.c_str(), value->c_str(), 1);
-  } else {
-    unsetenv(name_.c_str());
-  }
-}
-
-ScopedEnvironment::~ScopedEnvironment() {
-  if (previous_) {
-    setenv(name_.c_str(), previous_->c_str(), 1);
-  } else {
-    unsetenv(name_.c_str());
   }
 }
 

@@ -2,12 +2,10 @@
 
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "support/ChildProcess.h"
+#include "support/ScopedEnvironment.h"
 #include "support/TempDir.h"
 
 namespace tavorin::testing {
@@ -28,27 +26,13 @@ class PrivateSessionBus {
 
  private:
   void start(bool withKeyring);
-  void restoreEnvironment();
-  void setEnvironment(const std::string& name, const std::string& value);
 
+  // Declared first so it goes last, after the daemons.
+  ScopedEnvironment environment_;
   TempDir dir_;
   std::string address_;
   std::unique_ptr<ChildProcess> bus_;
   std::unique_ptr<ChildProcess> keyring_;
-  std::vector<std::pair<std::string, std::optional<std::string>>> savedEnvironment_;
-};
-
-// Sets an environment variable (or unsets it for nothing) until the object goes.
-class ScopedEnvironment {
- public:
-  ScopedEnvironment(std::string name, const std::optional<std::string>& value);
-  ~ScopedEnvironment();
-  ScopedEnvironment(const ScopedEnvironment&) = delete;
-  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
- private:
-  std::string name_;
-  std::optional<std::string> previous_;
 };
 
 }  // namespace tavorin::testing

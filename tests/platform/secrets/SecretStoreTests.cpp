@@ -39,7 +39,8 @@ TEST(MakeSecretStore, FallsBackToThePrivateFileWithoutABusAndSaysSoOnce) {
   TempDir dir;
   const auto fallback = dir / "secrets.json";
   {
-    ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (dir / "no-such-bus").string());
+    ScopedEnvironment environment;
+    environment.set("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (dir / "no-such-bus").string());
     auto picked = pick(fallback);
     ASSERT_NE(dynamic_cast<FileSecretStore*>(picked.store.get()), nullptr);
     EXPECT_LT(picked.seconds, 1.0);
@@ -49,9 +50,10 @@ TEST(MakeSecretStore, FallsBackToThePrivateFileWithoutABusAndSaysSoOnce) {
     EXPECT_EQ(FileSecretStore(fallback, nullptr).password("svc", "a"), "secret");
   }
   // No address and no bus socket in the runtime folder: GLib's X11 autolaunch must not be tried.
-  ScopedEnvironment address("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
-  ScopedEnvironment runtime("XDG_RUNTIME_DIR", dir.path().string());
-  ScopedEnvironment display("DISPLAY", std::nullopt);
+  ScopedEnvironment environment;
+  environment.set("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
+  environment.set("XDG_RUNTIME_DIR", dir.path().string());
+  environment.set("DISPLAY", std::nullopt);
   auto picked = pick(fallback);
   EXPECT_NE(dynamic_cast<FileSecretStore*>(picked.store.get()), nullptr);
   EXPECT_LT(picked.seconds, 1.0);

@@ -132,7 +132,7 @@ PublishReport publishGenerated(const PublishRequest& request) {
   }
 
   const double cpuStart = processCPUSeconds();
-  report.frames = feedGenerated(
+  feedGenerated(
       request, [&](PixelBufferRef frame, double t) { stream->append(std::move(frame), t); },
       [&](const float* tone, int frames, double t) { stream->append(tone, tone, frames, t); });
   // Let the last frames leave the encoder and the socket.

@@ -24,8 +24,7 @@ struct PublishRequest {
 };
 
 struct PublishReport {
-  std::string error;  // empty when the stream went out and closed
-  int frames = 0;     // video frames handed to the stream
+  std::string error;      // empty when the stream went out and closed
   double cpuSeconds = 0;  // the process's CPU time while publishing
 };
 

@@ -5,6 +5,7 @@
 
 #include "streaming/rtmp/RTMPChunkBuffer.h"
 #include "streaming/rtmp/RTMPChunkReader.h"
+#include "streaming/rtmp/RTMPControlMessage.h"
 
 namespace tavorin {
 namespace {
@@ -24,12 +25,6 @@ Bytes pattern(std::size_t size, std::uint32_t seed) {
   return out;
 }
 
-RTMPMessage setChunkSize(std::uint32_t size) {
-  return RTMPMessage{RTMPMessageType::chunkSize, 0, 0,
-                     {static_cast<std::uint8_t>(size >> 24), static_cast<std::uint8_t>(size >> 16),
-                      static_cast<std::uint8_t>(size >> 8), static_cast<std::uint8_t>(size)}};
-}
-
 // Feeds the bytes in blocks of the given size, as a socket might deliver them.
 std::vector<RTMPMessage> readInBlocks(RTMPChunkReader& reader, const Bytes& bytes, std::size_t blockSize) {
   std::vector<RTMPMessage> messages;
@@ -42,7 +37,7 @@ std::vector<RTMPMessage> readInBlocks(RTMPChunkReader& reader, const Bytes& byte
 
 TEST(RTMPChunkBuffer, SmallMessageHasExactBytes) {
   const RTMPChunkBuffer output;
-  EXPECT_EQ(output.putMessage(RTMPChunkType::zero, 2, setChunkSize(4096)),
+  EXPECT_EQ(output.putMessage(RTMPChunkType::zero, 2, makeSetChunkSizeMessage(4096)),
             (std::vector<Bytes>{{0x02, 0x00, 0x00, 0x00, 0x00, 0x00, 0x04, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
                                  0x10, 0x00}}));
 
@@ -103,7 +98,7 @@ TEST(RTMPChunkBuffer, TimestampsAreCutTo24Bits) {
 TEST(RTMPChunkReader, LargeMessagesRoundTripAcrossChunkSizes) {
   for (std::uint32_t chunkSize : {1u, 128u, 4000u, 8192u, 70000u}) {
     RTMPChunkBuffer output;
-    Bytes wire = flatten(output.putMessage(RTMPChunkType::zero, 2, setChunkSize(chunkSize)));
+    Bytes wire = flatten(output.putMessage(RTMPChunkType::zero, 2, makeSetChunkSizeMessage(chunkSize)));
     output.setChunkSize(chunkSize);
     const RTMPMessage big{RTMPMessageType::video, 1, 33, pattern(2 * std::size_t{chunkSize} + 500, chunkSize)};
     const RTMPMessage next{RTMPMessageType::video, 1, 66, pattern(chunkSize + 1, 7)};
@@ -187,7 +182,7 @@ TEST(RTMPChunkReader, ForbiddenChunkSizesAreErrors) {
     SCOPED_TRACE(size);
     RTMPChunkReader reader;
     try {
-      reader.read(flatten(output.putMessage(RTMPChunkType::zero, 2, setChunkSize(size))));
+      reader.read(flatten(output.putMessage(RTMPChunkType::zero, 2, makeSetChunkSizeMessage(size))));
       ADD_FAILURE() << "no error";
     } catch (const RTMPChunkError& error) {
       EXPECT_EQ(error.kind(), RTMPChunkError::Kind::invalidChunkSize);
@@ -215,7 +210,7 @@ TEST(RTMPChunkReader, SurvivesGarbage) {
 TEST(RTMPChunkReader, ResetForgetsChunkSizeAndPartialInput) {
   RTMPChunkBuffer output;
   RTMPChunkReader reader;
-  reader.read(flatten(output.putMessage(RTMPChunkType::zero, 2, setChunkSize(4096))));
+  reader.read(flatten(output.putMessage(RTMPChunkType::zero, 2, makeSetChunkSizeMessage(4096))));
   reader.read(Bytes{0x05, 0x00});  // a chunk cut short
   reader.reset();
   EXPECT_EQ(reader.chunkSize(), 128u);

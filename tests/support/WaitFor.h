@@ -6,7 +6,7 @@
 
 namespace tavorin::testing {
 
-// PipeWire answers on its own threads: poll until `condition` holds, false after `timeoutSeconds`.
+// For answers that come on other threads (daemons, services): poll until `condition` holds, false after `timeoutSeconds`.
 inline bool waitFor(const std::function<bool()>& condition, double timeoutSeconds = 5.0) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(timeoutSeconds);
   while (!condition()) {
