@@ -22,7 +22,7 @@
 #include "compositor/GLCompositor.h"
 #include "compositor/PlanSnapshot.h"
 #include "compositor/SourceTextureCache.h"
-#include "core/AppModel.h"
+#include "app/AppModel.h"
 #include "platform/gl/GLContext.h"
 #include "platform/loop/GLibMainQueue.h"
 
@@ -90,11 +90,11 @@ const MixerScene* layoutNamed(AppModel& model, const std::string& name) {
 Figures singleCanvas(GLContext& gl, AppModel& model, const MixerScene& scene, int frames) {
   GLCompositor compositor(gl, 1920, 1080);
   SourceTextureCache cache;
-  const auto sources = model.sourceMap.snapshot();
+  const auto sources = model.frameSlots.snapshot();
   auto lookup = [&sources](const std::string& id) -> PixelBufferRef {
     auto it = sources->find(id);
     if (it == sources->end()) return nullptr;
-    auto frame = it->second->latestFrame();
+    auto frame = it->second->latest();
     return frame ? frame->pixelBuffer : nullptr;
   };
   double t = hostTimeNow();

@@ -9,8 +9,8 @@
 
 #include <cairo.h>
 
-#include "core/AppModel.h"
-#include "core/model/TransitionKind.h"
+#include "app/AppModel.h"
+#include "model/TransitionKind.h"
 
 namespace tavorin {
 

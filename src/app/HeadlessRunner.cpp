@@ -6,9 +6,9 @@
 
 #include "app/DemoShow.h"
 #include "audio/PipeWireAudioBackend.h"
-#include "core/AppModel.h"
-#include "core/stores/Preferences.h"
-#include "core/stores/ShowFolder.h"
+#include "app/AppModel.h"
+#include "stores/Preferences.h"
+#include "stores/ShowFolder.h"
 #include "platform/gl/GLContext.h"
 #include "platform/gl/GLFailure.h"
 #include "platform/loop/GLibMainQueue.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <optional>
 
-#include "audio/PcmBuffer.h"
+#include "base/PcmBuffer.h"
 #include "audio/PcmFormat.h"
 
 struct SwrContext;

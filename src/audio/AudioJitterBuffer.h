@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "audio/PcmBuffer.h"
+#include "base/PcmBuffer.h"
 
 namespace tavorin {
 

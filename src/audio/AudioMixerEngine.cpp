@@ -5,8 +5,6 @@
 #include <cmath>
 
 #include "audio/DeviceAudioChannel.h"
-#include "core/stores/PreferenceKeys.h"
-#include "core/stores/Preferences.h"
 
 namespace tavorin {
 
@@ -23,16 +21,16 @@ std::string trimmed(const std::string& text) {
 
 }  // namespace
 
-AudioMixerEngine::AudioMixerEngine(MainQueue& queue, Preferences& preferences, AudioBackend* backend,
+AudioMixerEngine::AudioMixerEngine(MainQueue& queue, MixerSettings settings, AudioBackend* backend,
                                    std::filesystem::path logFile)
-    : queue_(queue), preferences_(preferences), backend_(backend), log_(std::move(logFile)) {
+    : queue_(queue), settings_(std::move(settings)), backend_(backend), log_(std::move(logFile)) {
   programBus_.setTap(std::make_unique<AudioTap>([this](const PcmBuffer& block, double time) { fanOut(block, time); }));
   loadMonitors();
-  loadFilters();
-  channelOrder_ = preferences_.getStringList(prefkey::channelOrder).value_or(std::vector<std::string>{});
-  recordAllAudio = preferences_.getBool(prefkey::recordAllAudio).value_or(false);
-  const auto recordIDs = preferences_.getStringList(prefkey::recordAudioIDs).value_or(std::vector<std::string>{});
-  recordAudioIDs = std::set<std::string>(recordIDs.begin(), recordIDs.end());
+  channelFilters = settings_.channelFilters;
+  recordAllAudio = settings_.recordAllAudio;
+  recordAudioIDs = settings_.recordAudioIDs;
+  programMasterGain = settings_.programMasterGain;
+  applyProgramVolume();
   if (backend_) {
     // A new device list is always news; a stream losing its device may be
     // the echo of a rebuild of our own.
@@ -169,8 +167,8 @@ void AudioMixerEngine::removeChannel(const std::string& id) {
   channels.modify([&](std::vector<ChannelInfo>& list) {
     std::erase_if(list, [&](const ChannelInfo& c) { return c.id == id; });
   });
-  std::erase(channelOrder_, id);
-  saveChannelOrder();
+  std::erase(settings_.channelOrder, id);
+  reportSettings();
   if (offlineChannels->contains(id)) offlineChannels.modify([&](std::set<std::string>& s) { s.erase(id); });
   rebuildAll();
 }
@@ -208,15 +206,16 @@ void AudioMixerEngine::restoreInputs(const std::vector<std::string>& savedIDs,
 }
 
 void AudioMixerEngine::sortChannels() {
-  if (channelOrder_.empty()) return;
+  const auto& order = settings_.channelOrder;
+  if (order.empty()) return;
   channels.modify([&](std::vector<ChannelInfo>& list) {
     std::vector<ChannelInfo> sorted;
-    for (const std::string& id : channelOrder_) {
+    for (const std::string& id : order) {
       auto it = std::find_if(list.begin(), list.end(), [&](const ChannelInfo& c) { return c.id == id; });
       if (it != list.end()) sorted.push_back(*it);
     }
     for (const ChannelInfo& c : list) {
-      if (std::find(channelOrder_.begin(), channelOrder_.end(), c.id) == channelOrder_.end()) sorted.push_back(c);
+      if (std::find(order.begin(), order.end(), c.id) == order.end()) sorted.push_back(c);
     }
     list = std::move(sorted);
   });
@@ -294,9 +293,9 @@ void AudioMixerEngine::moveChannel(const std::string& id, const std::string& bef
     auto at = std::find_if(list.begin(), list.end(), [&](const ChannelInfo& c) { return c.id == before; });
     list.insert(at, std::move(moved));
   });
-  channelOrder_.clear();
-  for (const ChannelInfo& c : channels.get()) channelOrder_.push_back(c.id);
-  saveChannelOrder();
+  settings_.channelOrder.clear();
+  for (const ChannelInfo& c : channels.get()) settings_.channelOrder.push_back(c.id);
+  reportSettings();
 }
 
 void AudioMixerEngine::followProgram(const std::set<std::string>& sourceIDs) {
@@ -324,7 +323,8 @@ void AudioMixerEngine::applyProgramVolume() { programBus_.setOutputVolume(progra
 void AudioMixerEngine::setProgramMasterGain(float gain) {
   programMasterGain = gain;
   applyProgramVolume();
-  if (onMasterChanged) onMasterChanged();
+  settings_.programMasterGain = gain;
+  reportSettings();
 }
 
 void AudioMixerEngine::setProgramMuted(bool on) {
@@ -474,15 +474,16 @@ void AudioMixerEngine::setFilterParam(const std::string& key, double value, cons
 
 void AudioMixerEngine::setRecordAllAudio(bool on) {
   recordAllAudio = on;
-  preferences_.setBool(prefkey::recordAllAudio, on);
+  settings_.recordAllAudio = on;
+  reportSettings();
 }
 
 void AudioMixerEngine::toggleRecordAudio(const std::string& id) {
   recordAudioIDs.modify([&](std::set<std::string>& ids) {
     if (!ids.erase(id)) ids.insert(id);
   });
-  preferences_.setStringList(prefkey::recordAudioIDs,
-                             std::vector<std::string>(recordAudioIDs->begin(), recordAudioIDs->end()));
+  settings_.recordAudioIDs = recordAudioIDs.get();
+  reportSettings();
 }
 
 // Rebuilds

@@ -17,13 +17,12 @@
 #include "audio/AudioTrackProcessor.h"
 #include "audio/ChannelInfo.h"
 #include "audio/MonitorBus.h"
-#include "audio/dsp/AudioFilterConfig.h"
+#include "model/AudioFilterConfig.h"
+#include "model/MixerSettings.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
 
 namespace tavorin {
-
-class Preferences;
 
 // The audio mixer: channels, the Program bus and any number of monitor buses,
 // each bus on its own output device and clock, fed by every channel through
@@ -39,8 +38,8 @@ class AudioMixerEngine {
   static constexpr const char* kHeadphonesID = "monitor.headphones";
 
   // `backend` may be null (no audio service): channels and routing still work
-  // and no bus plays.
-  AudioMixerEngine(MainQueue& queue, Preferences& preferences, AudioBackend* backend, std::filesystem::path logFile);
+  // and no bus plays. `settings` is what the mixer kept last time.
+  AudioMixerEngine(MainQueue& queue, MixerSettings settings, AudioBackend* backend, std::filesystem::path logFile);
   ~AudioMixerEngine();
   AudioMixerEngine(const AudioMixerEngine&) = delete;
   AudioMixerEngine& operator=(const AudioMixerEngine&) = delete;
@@ -51,7 +50,8 @@ class AudioMixerEngine {
   Published<std::vector<MonitorInfo>> monitors;
   Published<float> programMasterGain{1.0f};
   Published<bool> programMuted{false};
-  std::function<void()> onMasterChanged;
+  // Every change of what the mixer keeps between runs, with the whole record.
+  std::function<void(const MixerSettings&)> onSettingsChanged;
   // After the mixer has rebound its inputs to a new device list.
   std::function<void()> onDevicesChanged;
   Published<AudioMeters> meters;
@@ -141,14 +141,6 @@ class AudioMixerEngine {
     AudioSink stream;
     AudioSink replay;
   };
-  // The stored routing of one channel; its stored cue is never restored.
-  struct Routing {
-    float level = 1.0f;
-    bool air = true;
-    bool monitor = true;
-    bool afv = false;
-    std::optional<std::string> name;
-  };
 
   void registerChannel(std::shared_ptr<AudioTrackProcessor> processor, ChannelInfo info);
   void applyRouting();
@@ -167,22 +159,20 @@ class AudioMixerEngine {
   std::optional<AudioOutputDevice> outputForUID(const std::string& uid) const;
 
   // Persistence.
+  void reportSettings();
   void loadMonitors();
   void saveMonitors();
-  std::optional<Routing> savedRouting(const std::string& id) const;
+  std::optional<ChannelRouting> savedRouting(const std::string& id) const;
   void saveRouting();
-  void saveChannelOrder();
-  void loadFilters();
   void changeFilters(const std::string& channel, const std::function<void(std::vector<AudioFilterConfig>&)>& fn);
 
   MainQueue& queue_;
-  Preferences& preferences_;
+  MixerSettings settings_;
   AudioBackend* backend_;
   AudioLog log_;
   AudioBus programBus_;
   std::vector<MonitorBus> monitorBuses_;
   std::map<std::string, std::shared_ptr<AudioTrackProcessor>> processors_;
-  std::vector<std::string> channelOrder_;
   std::optional<std::string> programSavedUID_;
   bool rebuildPending_ = false;
   double suppressConfigChangesUntil_ = 0;

@@ -6,7 +6,7 @@
 #include <memory>
 #include <thread>
 
-#include "audio/PcmBuffer.h"
+#include "base/PcmBuffer.h"
 
 namespace tavorin {
 
@@ -15,7 +15,7 @@ namespace tavorin {
 // 1024 frames with the host time of their first frame.
 class AudioTap {
  public:
-  static constexpr std::uint32_t kBlockFrames = 1024;
+  static constexpr std::uint32_t kBlockFrames = kProgramBlockFrames;
   using Consumer = std::function<void(const PcmBuffer& block, double time)>;
 
   explicit AudioTap(Consumer consumer);

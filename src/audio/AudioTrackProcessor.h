@@ -10,7 +10,7 @@
 
 #include "audio/AudioConverter.h"
 #include "audio/AudioLiveFeed.h"
-#include "audio/PcmBuffer.h"
+#include "base/PcmBuffer.h"
 #include "audio/PcmFormat.h"
 #include "audio/dsp/FilterChain.h"
 

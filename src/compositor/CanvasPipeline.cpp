@@ -7,13 +7,13 @@ CanvasPipeline::CanvasPipeline(int width, int height, std::size_t minimumBuffers
 
 void CanvasPipeline::invalidate() { valid_ = false; }
 
-void CanvasPipeline::gatherFrames(const RenderPlan& plan, const SourceMap::Map& sources) {
+void CanvasPipeline::gatherFrames(const RenderPlan& plan, const FrameSlotMap::Map& sources) {
   frames_.clear();
   generations_.clear();
   for (const RenderLayer& layer : plan.layers) {
     PixelBufferRef frame;
     if (auto it = sources.find(layer.sourceID); it != sources.end() && it->second) {
-      if (std::optional<Frame> latest = it->second->latestFrame()) frame = std::move(latest->pixelBuffer);
+      if (std::optional<Frame> latest = it->second->latest()) frame = std::move(latest->pixelBuffer);
     }
     generations_.push_back(frame ? frame->generation() : 0);
     frames_.push_back(std::move(frame));
@@ -29,7 +29,7 @@ void CanvasPipeline::collectFinished() {
 }
 
 PixelBufferRef CanvasPipeline::produce(GLCompositor& compositor, const RenderPlan& plan,
-                                       const SourceMap::Map& sources, SourceTextureCache& cache,
+                                       const FrameSlotMap::Map& sources, SourceTextureCache& cache,
                                        const MaskProvider& maskProvider) {
   drew_ = false;
   if (plan.layers.empty() || !target_.complete()) {

@@ -8,7 +8,7 @@
 #include "compositor/GLCompositor.h"
 #include "compositor/RenderTarget.h"
 #include "compositor/SourceTextureCache.h"
-#include "sources/SourceMap.h"
+#include "base/FrameSlotMap.h"
 
 namespace tavorin {
 
@@ -26,7 +26,7 @@ class CanvasPipeline {
   // Draws the plan (or skips it) and returns the newest composed buffer,
   // which may be the previous tick's while the GPU finishes this one. Null
   // for an empty plan or before a first frame is ready.
-  PixelBufferRef produce(GLCompositor& compositor, const RenderPlan& plan, const SourceMap::Map& sources,
+  PixelBufferRef produce(GLCompositor& compositor, const RenderPlan& plan, const FrameSlotMap::Map& sources,
                          SourceTextureCache& cache, const MaskProvider& maskProvider);
 
   // The target of the last drawing, for a second pass over the same picture.
@@ -40,7 +40,7 @@ class CanvasPipeline {
   void invalidate();
 
  private:
-  void gatherFrames(const RenderPlan& plan, const SourceMap::Map& sources);
+  void gatherFrames(const RenderPlan& plan, const FrameSlotMap::Map& sources);
   void collectFinished();
 
   RenderTarget target_;

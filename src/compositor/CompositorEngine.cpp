@@ -25,7 +25,7 @@ void ensure(std::unique_ptr<CanvasPipeline>& pipeline, int width, int height, st
 
 }  // namespace
 
-CompositorEngine::CompositorEngine(GLContext& context, SourceMap& sourceMap)
+CompositorEngine::CompositorEngine(GLContext& context, const FrameSlotMap& sourceMap)
     : sources(sourceMap), maskProvider(noMask), context_(context) {
   context_.makeCurrent();
   compositor_ = std::make_unique<GLCompositor>(context_, canvasWidth_.load(), canvasHeight_.load());

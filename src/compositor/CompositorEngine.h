@@ -16,10 +16,10 @@
 #include "compositor/MonitorRenderer.h"
 #include "compositor/SourceTextureCache.h"
 #include "compositor/TickTimings.h"
-#include "core/model/MixerScene.h"
-#include "core/model/RenderLayer.h"
+#include "model/MixerScene.h"
+#include "model/RenderLayer.h"
 #include "platform/gl/GLContext.h"
-#include "sources/SourceMap.h"
+#include "base/FrameSlotMap.h"
 
 namespace tavorin {
 
@@ -38,8 +38,8 @@ class CompositorEngine {
 
   // Builds the GPU programs with `context` current on the calling thread and
   // releases it. Throws GLFailure when a program does not build. `sources`
-  // is the show's map of sources, kept by its owner.
-  CompositorEngine(GLContext& context, SourceMap& sources);
+  // holds the newest frame of each of the show's sources, kept by its owner.
+  CompositorEngine(GLContext& context, const FrameSlotMap& sources);
   ~CompositorEngine();
   CompositorEngine(const CompositorEngine&) = delete;
   CompositorEngine& operator=(const CompositorEngine&) = delete;
@@ -73,8 +73,8 @@ class CompositorEngine {
   std::uint64_t tickCount() const { return tickCount_.load(std::memory_order_relaxed); }
   const TickTimings& tickTimings() const { return timings_; }
 
-  // Every source that layers may name.
-  SourceMap& sources;
+  // The newest frame of every source that layers may name.
+  const FrameSlotMap& sources;
 
   // Providers and sinks: assigned before start(), never changed while the clock runs.
   PlanProvider programPlanProvider;
@@ -112,7 +112,7 @@ class CompositorEngine {
   // Render thread only.
   std::unique_ptr<CanvasPipeline> program_, preview_, vertical_, verticalPreview_, studio_, vcam_;
   std::map<Uuid, std::unique_ptr<CanvasPipeline>> thumbnails_;
-  std::shared_ptr<const SourceMap::Map> tickSources_;
+  std::shared_ptr<const FrameSlotMap::Map> tickSources_;
   double lastRenderTime_ = 0;
   int fpsCount_ = 0;
   double fpsWindowStart_ = 0;

@@ -11,7 +11,7 @@
 #include "compositor/PolygonMaskCache.h"
 #include "compositor/QuadRenderer.h"
 #include "compositor/RenderTarget.h"
-#include "core/model/RenderLayer.h"
+#include "model/RenderLayer.h"
 #include "platform/gl/GLContext.h"
 
 namespace tavorin {

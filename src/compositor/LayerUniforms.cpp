@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "compositor/QuadGeometry.h"
-#include "core/model/LayerFit.h"
+#include "model/LayerFit.h"
 
 namespace tavorin {
 

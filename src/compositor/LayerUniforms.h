@@ -1,7 +1,7 @@
 #pragma once
 
 #include "compositor/QuadUniforms.h"
-#include "core/model/RenderLayer.h"
+#include "model/RenderLayer.h"
 
 namespace tavorin {
 

@@ -4,7 +4,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "core/model/Geometry.h"
+#include "model/Geometry.h"
 #include "platform/gl/GLObjects.h"
 
 namespace tavorin {

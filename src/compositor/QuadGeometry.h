@@ -1,7 +1,7 @@
 #pragma once
 
 #include "compositor/QuadUniforms.h"
-#include "core/model/Geometry.h"
+#include "model/Geometry.h"
 
 namespace tavorin {
 

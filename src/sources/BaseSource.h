@@ -2,11 +2,12 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
+#include <memory>
 #include <optional>
 #include <string>
 
-#include "core/model/Frame.h"
+#include "base/Frame.h"
+#include "base/FrameSlot.h"
 #include "sources/SourceKind.h"
 
 namespace tavorin {
@@ -33,12 +34,14 @@ class BaseSource {
   bool isRunning() const { return running_.load(std::memory_order_relaxed); }
 
   // A retained copy of the newest frame; nothing before the first.
-  std::optional<Frame> latestFrame() const;
+  std::optional<Frame> latestFrame() const { return slot_->latest(); }
   // Wall-clock stamp (wallClockNow) of the last publish; 0 before the first.
-  double lastFrameAt() const;
+  double lastFrameAt() const { return slot_->lastPublishedAt(); }
   // The only way a frame enters a source: replaces the slot, copies no pixels.
   // Any thread.
-  void publish(Frame frame);
+  void publish(Frame frame) { slot_->publish(std::move(frame)); }
+  // The slot the frame clock reads, shared with the frame-slot map.
+  std::shared_ptr<const FrameSlot> frameSlot() const { return slot_; }
 
   // Begins producing. Slow work runs off the main thread; `done` comes back on it.
   virtual void start(StartDone done) = 0;
@@ -79,11 +82,7 @@ class BaseSource {
   const SourceKind kind_;
   std::string displayName_;
   std::atomic<bool> running_{false};
-
-  // Guards the slot only, and is held only for a copy or a swap.
-  mutable std::mutex lock_;
-  std::optional<Frame> latestFrame_;
-  double lastFrameAt_ = 0;
+  const std::shared_ptr<FrameSlot> slot_ = std::make_shared<FrameSlot>();
 };
 
 }  // namespace tavorin

@@ -4,7 +4,7 @@
 #include <map>
 #include <memory>
 
-#include "core/stores/SavedSource.h"
+#include "model/SavedSource.h"
 #include "sources/BaseSource.h"
 
 namespace tavorin {

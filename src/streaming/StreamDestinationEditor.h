@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "streaming/StreamDestination.h"
+#include "model/StreamDestination.h"
 
 // What the destination editor decides, apart from how it is drawn: the
 // defaults a platform switch brings, the choices offered and the advice shown.

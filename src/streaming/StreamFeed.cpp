@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "audio/AudioTap.h"
-
 namespace tavorin {
 
 namespace {
 
 void reserveBlock(StreamFeed::AudioChunk& chunk) {
   chunk.buffer.planes.resize(kCommonChannels);
-  for (auto& plane : chunk.buffer.planes) plane.reserve(AudioTap::kBlockFrames);
+  for (auto& plane : chunk.buffer.planes) plane.reserve(kProgramBlockFrames);
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <mutex>
 
-#include "audio/PcmBuffer.h"
+#include "base/PcmBuffer.h"
 #include "base/PixelBuffer.h"
 
 namespace tavorin {

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "streaming/StreamDestination.h"
+#include "model/StreamDestination.h"
 
 // The ingest entry points this build offers by default. The platforms move
 // their ingests now and then; these are the only places that name them.

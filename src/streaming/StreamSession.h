@@ -10,9 +10,9 @@
 #include <string>
 #include <thread>
 
-#include "audio/PcmBuffer.h"
+#include "base/PcmBuffer.h"
 #include "base/PixelBuffer.h"
-#include "streaming/StreamDestination.h"
+#include "model/StreamDestination.h"
 #include "streaming/StreamFeed.h"
 #include "streaming/StreamState.h"
 #include "streaming/rtmp/RTMPConnection.h"

@@ -10,12 +10,12 @@
 #include <utility>
 #include <vector>
 
-#include "audio/PcmBuffer.h"
+#include "base/PcmBuffer.h"
 #include "base/MainQueue.h"
 #include "base/PixelBuffer.h"
 #include "base/Published.h"
 #include "base/Uuid.h"
-#include "streaming/StreamDestination.h"
+#include "model/StreamDestination.h"
 #include "streaming/StreamHealth.h"
 #include "streaming/StreamSession.h"
 #include "streaming/StreamState.h"

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "switcher/LayerInterpolation.h"
-#include "core/model/StackOrder.h"
+#include "model/LayerInterpolation.h"
+#include "model/StackOrder.h"
 
 namespace tavorin {
 

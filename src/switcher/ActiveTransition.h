@@ -4,10 +4,10 @@
 #include <optional>
 #include <vector>
 
-#include "core/model/MixerScene.h"
-#include "core/model/RenderLayer.h"
-#include "core/model/TransitionKind.h"
-#include "switcher/CustomTransition.h"
+#include "model/MixerScene.h"
+#include "model/RenderLayer.h"
+#include "model/TransitionKind.h"
+#include "model/CustomTransition.h"
 
 namespace tavorin {
 

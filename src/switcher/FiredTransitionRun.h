@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "base/Uuid.h"
-#include "core/model/RenderLayer.h"
-#include "switcher/CustomTransition.h"
+#include "model/RenderLayer.h"
+#include "model/CustomTransition.h"
 
 namespace tavorin {
 

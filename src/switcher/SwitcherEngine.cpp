@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/model/LayerFit.h"
+#include "model/LayerFit.h"
 #include "switcher/VideoFilterDefaults.h"
 
 namespace tavorin {
@@ -337,6 +337,21 @@ void SwitcherEngine::setStudioMode(bool on) {
   }
   store.setFireInPreview(!on && role == Role::main);
   publishSnapshot();
+}
+
+std::set<std::string> SwitcherEngine::sourceIDsInUse() const {
+  std::set<std::string> ids;
+  auto addScene = [&](const MixerScene& scene) {
+    for (const auto& layer : scene.layers) ids.insert(layer.sourceID);
+  };
+  auto addTracks = [&](const CustomTransition& custom) {
+    for (const auto& track : custom.tracks) ids.insert(track.sourceID);
+  };
+  if (role != Role::studio) addScene(programScene.get());
+  addScene(previewScene.get());
+  if (currentActiveCustom) addTracks(*currentActiveCustom);
+  for (const auto& [id, run] : firedRunsByID_) addTracks(run.custom);
+  return ids;
 }
 
 void SwitcherEngine::applyAudioFollow() {

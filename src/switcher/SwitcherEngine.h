@@ -12,15 +12,15 @@
 #include "base/MainQueue.h"
 #include "base/Published.h"
 #include "base/Uuid.h"
-#include "core/model/Geometry.h"
-#include "core/model/LayerState.h"
-#include "core/model/MixerScene.h"
-#include "core/model/TransitionKind.h"
-#include "core/model/VideoFilterConfig.h"
-#include "switcher/CustomTransition.h"
+#include "model/Geometry.h"
+#include "model/LayerState.h"
+#include "model/MixerScene.h"
+#include "model/TransitionKind.h"
+#include "model/VideoFilterConfig.h"
+#include "model/CustomTransition.h"
 #include "switcher/FiredTransitionRun.h"
 #include "switcher/SwitcherSnapshotStore.h"
-#include "switcher/TransitionSound.h"
+#include "model/TransitionSound.h"
 
 namespace tavorin {
 
@@ -135,6 +135,9 @@ class SwitcherEngine {
   void setStudioMode(bool on);
   // Hands the sources on Program to audio-follow-video.
   void applyAudioFollow();
+  // Every source this canvas draws or is about to: its scenes (the studio
+  // canvas shows its Preview only) and the tracks of its running transitions.
+  std::set<std::string> sourceIDsInUse() const;
 
   // Layer edits, on Preview unless an argument says Program.
   Uuid addLayer(const std::string& sourceID, bool toPreview = true);

@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
-#include "core/model/LayerState.h"
-#include "core/model/MixerScene.h"
-#include "core/model/RenderLayer.h"
+#include "model/LayerState.h"
+#include "model/MixerScene.h"
+#include "model/RenderLayer.h"
 #include "switcher/ActiveTransition.h"
 #include "switcher/FiredTransitionRun.h"
 

@@ -6,8 +6,8 @@
 
 #include "base/Published.h"
 #include "base/Uuid.h"
-#include "core/model/LayerState.h"
-#include "switcher/CustomTransition.h"
+#include "model/LayerState.h"
+#include "model/CustomTransition.h"
 
 namespace tavorin {
 

@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "core/model/VideoFilterConfig.h"
+#include "model/VideoFilterConfig.h"
 
 namespace tavorin {
 

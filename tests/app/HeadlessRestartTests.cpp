@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "core/model/SceneJson.h"
+#include "model/SceneJson.h"
 #include "support/ChildProcess.h"
 #include "support/TempDir.h"
 

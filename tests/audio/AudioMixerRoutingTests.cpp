@@ -8,8 +8,6 @@
 
 #include "audio/AudioConverter.h"
 #include "audio/AudioMixerEngine.h"
-#include "core/stores/PreferenceKeys.h"
-#include "core/stores/Preferences.h"
 #include "support/ManualMainQueue.h"
 #include "support/TempDir.h"
 
@@ -35,13 +33,14 @@ class MixerRouting : public ::testing::Test {
   MixerRouting() { reopen(); }
   void reopen() {
     mixer.reset();
-    mixer = std::make_unique<AudioMixerEngine>(queue, preferences, nullptr, dir / "audio.log");
+    mixer = std::make_unique<AudioMixerEngine>(queue, settings, nullptr, dir / "audio.log");
+    mixer->onSettingsChanged = [this](const MixerSettings& changed) { settings = changed; };
   }
   void feed(const std::string& id, float value) { mixer->processor(id)->ingest(constant(value)); }
 
   testing::TempDir dir;
   testing::ManualMainQueue queue;
-  Preferences preferences{dir / "preferences.json"};
+  MixerSettings settings;
   std::unique_ptr<AudioMixerEngine> mixer;
 };
 
@@ -104,6 +103,9 @@ TEST_F(MixerRouting, AudioFollowsVideoOnlyForChannelsWithAVideoSource) {
 }
 
 TEST_F(MixerRouting, RoutingOrderAndMonitorsSurviveARestartButCuesDoNot) {
+  ASSERT_EQ(mixer->monitors->size(), 1u);
+  EXPECT_EQ(mixer->monitors.get()[0].id, AudioMixerEngine::kHeadphonesID) << "with nothing stored";
+  EXPECT_FALSE(mixer->monitors.get()[0].removable);
   mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
   mixer->addSourceChannel("b", "B", "mic", false, std::nullopt);
   mixer->setLevel("a", 1.5f);
@@ -130,23 +132,6 @@ TEST_F(MixerRouting, RoutingOrderAndMonitorsSurviveARestartButCuesDoNot) {
   EXPECT_EQ(mixer->monitors.get()[0].name, "Stage");
   EXPECT_FLOAT_EQ(mixer->monitors.get()[0].gain, 0.25f);
   EXPECT_TRUE(mixer->monitors.get()[0].removable);
-}
-
-TEST_F(MixerRouting, OlderOrBrokenStoredRoutingReadsSafely) {
-  preferences.setJSON(prefkey::channelRouting,
-                      nlohmann::json::parse(R"({"a": {"level": 0.5, "air": false, "cue": true, "afv": false}})"));
-  reopen();
-  mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
-  EXPECT_TRUE(mixer->channels.get()[0].monitor) << "older entries have no monitor flag";
-  EXPECT_FALSE(mixer->channels.get()[0].air);
-
-  preferences.setJSON(prefkey::channelRouting, nlohmann::json::parse(R"({"a": {"level": 0.5, "air": false,
-      "cue": false, "afv": false}, "b": {"level": "loud"}})"));
-  reopen();
-  mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
-  EXPECT_TRUE(mixer->channels.get()[0].air) << "one bad entry makes the whole table unreadable";
-  EXPECT_EQ(mixer->monitors.get()[0].id, AudioMixerEngine::kHeadphonesID);
-  EXPECT_FALSE(mixer->monitors.get()[0].removable);
 }
 
 TEST_F(MixerRouting, ChannelFiltersRunBeforeTheBusesAndAreRestored) {

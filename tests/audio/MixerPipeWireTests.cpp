@@ -10,7 +10,6 @@
 
 #include "audio/AudioMixerEngine.h"
 #include "audio/PipeWireAudioBackend.h"
-#include "core/stores/Preferences.h"
 #include "support/ManualMainQueue.h"
 #include "support/PrivatePipeWire.h"
 #include "support/TempDir.h"
@@ -38,7 +37,7 @@ class MixerOnPipeWire : public ::testing::Test {
     std::string error;
     backend = makePipeWireAudioBackend(queue, &error);
     ASSERT_TRUE(backend) << error;
-    mixer = std::make_unique<AudioMixerEngine>(queue, preferences, backend.get(), dir / "audio.log");
+    mixer = std::make_unique<AudioMixerEngine>(queue, settings, backend.get(), dir / "audio.log");
     mixer->setProgramAudioSink([this](const PcmBuffer& block, double) {
       std::lock_guard guard(lock);
       tap.insert(tap.end(), block.planes[0].begin(), block.planes[0].end());
@@ -75,7 +74,7 @@ class MixerOnPipeWire : public ::testing::Test {
   testing::PrivatePipeWire pipewire;
   testing::TempDir dir;
   testing::ManualMainQueue queue;
-  Preferences preferences{dir / "preferences.json"};
+  MixerSettings settings;
   std::unique_ptr<AudioBackend> backend;
   std::unique_ptr<AudioMixerEngine> mixer;
   std::mutex lock;

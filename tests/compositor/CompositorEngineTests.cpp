@@ -3,7 +3,6 @@
 
 #include "compositor/CompositorEngine.h"
 #include "compositor/CompositorTestSupport.h"
-#include "sources/StaticSource.h"
 
 namespace tavorin::testing {
 namespace {
@@ -12,8 +11,8 @@ class EngineTest : public ::testing::Test {
  protected:
   EngineTest() : context(testContext()), engine(context, sources) {
     context.makeCurrent();
-    auto still = std::make_shared<StaticSource>("image:red", "Red", solidFrame(64, 36, kRed));
-    engine.sources.set("image:red", still);
+    red->publish(Frame{solidFrame(64, 36, kRed), 0});
+    sources.set("image:red", red);
     engine.onProgramFrame = [this](const PixelBufferRef& buffer, double) { programFrames.push_back(buffer); };
     engine.vcamSink = [this](const PixelBufferRef& buffer, double) { cameraFrames.push_back(buffer); };
   }
@@ -23,7 +22,8 @@ class EngineTest : public ::testing::Test {
   }
 
   GLContext& context;
-  SourceMap sources;
+  FrameSlotMap sources;
+  std::shared_ptr<FrameSlot> red = std::make_shared<FrameSlot>();
   CompositorEngine engine;
   std::vector<PixelBufferRef> programFrames;
   std::vector<PixelBufferRef> cameraFrames;
@@ -61,7 +61,7 @@ TEST_F(EngineTest, UnchangedPictureIsHandedOnWithoutDrawing) {
   EXPECT_EQ(cameraFrames.back(), programFrames.back());
 
   // A new frame from the source is drawn.
-  engine.sources.find("image:red")->publish(Frame{solidFrame(64, 36, kBlue), 0});
+  red->publish(Frame{solidFrame(64, 36, kBlue), 0});
   engine.onRefresh(1.2);
   ASSERT_EQ(programFrames.size(), 3u);
   EXPECT_NE(programFrames[2]->generation(), programFrames[1]->generation());

@@ -147,6 +147,8 @@ TEST_F(FiredTransitions, AuditionChangesNeitherSceneAndScrubShowsTheStudioCanvas
   studio.previewScene = sceneOf({"slides"});
   studio.playOverProgram(sweep(1));
   EXPECT_TRUE(studio.isTransitioning.get());
+  EXPECT_TRUE(studio.sourceIDsInUse().contains("slides"));
+  EXPECT_FALSE(studio.sourceIDsInUse().contains("cam")) << "the studio Program keeps nothing awake";
   RenderPlan plan = studio.store.studioPlan(queue.now() + 0.7);  // past the cut: still Program
   EXPECT_EQ(plan.layers.front().sourceID, "cam");
   queue.advance(1);

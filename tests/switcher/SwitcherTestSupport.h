@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/model/MixerScene.h"
+#include "model/MixerScene.h"
 
 namespace tavorin::switcher_testing {
 

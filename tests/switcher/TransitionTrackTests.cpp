@@ -1,4 +1,4 @@
-#include "switcher/TransitionTrack.h"
+#include "model/TransitionTrack.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "audio/dsp/AudioFilterConfig.h"
+#include "model/AudioFilterConfig.h"
 
 namespace tavorin {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "audio/dsp/AudioDSP.h"
-#include "audio/dsp/AudioFilterConfig.h"
+#include "model/AudioFilterConfig.h"
 
 namespace tavorin {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "audio/dsp/AudioFilterConfigJson.h"
+#include "model/AudioFilterConfigJson.h"
 #include "audio/dsp/DspTestSignals.h"
 
 namespace tavorin {

@@ -1,0 +1,430 @@
+#include "app/AppModel.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "app/EngineBinding.h"
+#include "stores/LayoutMigrations.h"
+#include "stores/PreferenceKeys.h"
+#include "platform/secrets/FileSecretStore.h"
+
+namespace tavorin {
+
+namespace {
+
+std::vector<Uuid> layerStructure(const MixerScene& scene) {
+  std::vector<Uuid> ids;
+  ids.reserve(scene.layers.size());
+  for (const auto& layer : scene.layers) ids.push_back(layer.id);
+  return ids;
+}
+
+AppModel::EditCanvas readEditCanvas(const Preferences& prefs) {
+  return prefs.getString(prefkey::editCanvas) == "vertical" ? AppModel::EditCanvas::vertical
+                                                             : AppModel::EditCanvas::horizontal;
+}
+
+CanvasSize readCanvasSize(const Preferences& prefs) {
+  auto name = prefs.getString(prefkey::canvasSize);
+  if (!name) return CanvasSize::hd1080;
+  return enumFromName<CanvasSize>(*name).value_or(CanvasSize::hd1080);
+}
+
+std::unique_ptr<SecretStore> makeStreamSecretStore(bool useService, const std::filesystem::path& file,
+                                                  std::function<void(const std::string&)> log) {
+  if (useService) return makeSecretStore(file, std::move(log));
+  return std::make_unique<FileSecretStore>(file, std::move(log));
+}
+
+}  // namespace
+
+// Writes Preview edits of a switcher back into the layout it loaded: at once when
+// layers come or go, 0.2 s after the last change otherwise, and at once when the
+// layout is left.
+struct AppModel::LayoutWriteBack {
+  explicit LayoutWriteBack(MainQueue& queue) : debounce(queue, 0.2, [this] { fire(); }) {}
+
+  void fire() {
+    auto layoutID = std::exchange(pendingLayoutID, std::nullopt);
+    if (layoutID && storeLater) storeLater(*layoutID);
+  }
+
+  std::function<void(const Uuid&)> storeLater;
+  Debouncer debounce;
+  std::optional<Uuid> pendingLayoutID;
+};
+
+AppModel::AppModel(AppEnvironment environment)
+    : queue_(environment.queue),
+      audioBackend_(environment.audioBackend),
+      showFolder_(environment.showFolder),
+      preferences_(environment.preferencesFile),
+      recordingsFallback_(environment.recordingsFallback),
+      mixerSettings_(preferences_),
+      audioMixer(queue_, mixerSettings_.load(), environment.audioBackend, showFolder_.file("audio.log")),
+      switcher(SwitcherEngine::Role::main, queue_),
+      verticalSwitcher(SwitcherEngine::Role::vertical, queue_),
+      studioSwitcher(SwitcherEngine::Role::studio, queue_),
+      engine(environment.glContext ? std::make_unique<CompositorEngine>(*environment.glContext, frameSlots) : nullptr),
+      sourceLifecycle(
+          queue_, frameSlots,
+          [this] {
+            std::set<std::string> ids;
+            for (SwitcherEngine* s : {&switcher, &verticalSwitcher, &studioSwitcher}) ids.merge(s->sourceIDsInUse());
+            return ids;
+          },
+          [this](std::string line) { appendLog(std::move(line)); }),
+      layoutStore(showFolder_, "layouts.json"),
+      transitionStore(showFolder_),
+      editCanvas(readEditCanvas(preferences_)),
+      layoutSyncHorizontal(preferences_.boolOr(prefkey::layoutSyncH, true)),
+      layoutSyncVertical(preferences_.boolOr(prefkey::layoutSyncV, true)),
+      pendingTakeTransition(std::nullopt),
+      verticalScratchPinned(false),
+      verticalTakePending(false),
+      sourcesStore(showFolder_),
+      sessionStore(showFolder_),
+      savedAudioInputIDs(preferences_.getStringList(prefkey::audioInputIDs).value_or(std::vector<std::string>{})),
+      savedProgramOutputUID(preferences_.getString(prefkey::programOutputUID)),
+      canvasSize(readCanvasSize(preferences_)),
+      showOnboarding(false),
+      recordingsFolderPath(preferences_.getString(prefkey::recordingsFolder).value_or("")),
+      secretStore(makeStreamSecretStore(environment.useSecretService, showFolder_.file("secrets.json"),
+                                        [this](const std::string& line) { appendLog(line); })),
+      streamKeys(*secretStore),
+      streamStore(showFolder_, streamKeys),
+      streaming(queue_, [this](const Uuid& id) { return streamKeys.key(id); }) {}
+
+// The frame clock stops before the sinks it feeds go.
+AppModel::~AppModel() {
+  if (engine) engine->stop();
+}
+
+void AppModel::appendLog(std::string line) {
+  if (onLogLine) onLogLine(line);
+  log.modify([&](std::vector<std::string>& lines) {
+    lines.push_back(std::move(line));
+    if (lines.size() > kLogLimit) lines.erase(lines.begin(), lines.end() - kLogLimit);
+  });
+}
+
+void AppModel::start() {
+  if (started_) return;
+  started_ = true;
+
+  if (!preferences_.getBool(prefkey::onboardingDone).value_or(false)) showOnboarding = true;
+
+  bindSwitcherClosures();
+  bindAudioMixer();
+  bindStreaming();
+  bindCustomTransitions();
+  bindEngine();
+  runMigrations();
+  subscribeSelectionExclusivity();
+  subscribeLayoutWriteBack(switcher, lastLayerStructure, false);
+  subscribeLayoutWriteBack(verticalSwitcher, lastVerticalLayerStructure, true);
+  restoreSession();
+  restoreStudioMode();
+  subscribeSessionSaver();
+  subscribeSourceUse();
+  sourceLifecycle.start();
+  std::weak_ptr<AppModel*> weakSelf = self_;
+  queue_.post([weakSelf] {
+    if (auto self = weakSelf.lock()) (*self)->restoreSources();
+  });
+}
+
+void AppModel::bindSwitcherClosures() {
+  switcher.canvasPixelSize = [this]() -> std::optional<Size> { return pixelSize(canvasSize.get()); };
+  studioSwitcher.canvasPixelSize = switcher.canvasPixelSize;
+  verticalSwitcher.canvasPixelSize = []() -> std::optional<Size> { return kVerticalCanvasPixels; };
+  auto sourcePixelSize = [this](const std::string& sourceID) -> std::optional<Size> {
+    const auto frame = frameSlots.latestFrame(sourceID);
+    if (!frame || !frame->pixelBuffer) return std::nullopt;
+    return Size{static_cast<double>(frame->pixelBuffer->width()), static_cast<double>(frame->pixelBuffer->height())};
+  };
+  for (SwitcherEngine* engine : {&switcher, &verticalSwitcher, &studioSwitcher}) {
+    engine->sourcePixelSize = sourcePixelSize;
+  }
+}
+
+void AppModel::bindAudioMixer() {
+  switcher.audioFollow = [this](const std::set<std::string>& sourceIDs) { audioMixer.followProgram(sourceIDs); };
+  audioMixer.onSettingsChanged = [this](const MixerSettings& settings) { mixerSettings_.save(settings); };
+  auto channelIDs = std::make_shared<std::vector<std::string>>();
+  subscriptions_.push_back(audioMixer.channels.subscribe([this, channelIDs](const std::vector<ChannelInfo>& list) {
+    std::vector<std::string> ids;
+    for (const ChannelInfo& c : list) ids.push_back(c.id);
+    if (ids == *channelIDs) return;
+    *channelIDs = ids;
+    switcher.applyAudioFollow();
+    preferences_.setStringList(prefkey::audioInputIDs, ids);
+  }));
+  auto outputUID = std::make_shared<std::optional<std::string>>();
+  subscriptions_.push_back(audioMixer.programOutput.subscribe([this, outputUID](const std::optional<AudioOutputDevice>& device) {
+    if (!device || device->uid == *outputUID) return;
+    *outputUID = device->uid;
+    preferences_.setString(prefkey::programOutputUID, device->uid);
+  }));
+  audioMixer.onDevicesChanged = [this] { refreshAudioDevices(); };
+  refreshAudioDevices();
+}
+
+void AppModel::refreshAudioDevices() {
+  if (!audioBackend_) return;
+  audioMixer.restoreInputs(savedAudioInputIDs, audioBackend_->inputDevices());
+  if (!audioMixer.programOutput.get() && savedProgramOutputUID) {
+    for (const AudioOutputDevice& device : audioBackend_->outputDevices()) {
+      if (device.uid == *savedProgramOutputUID) audioMixer.setProgramOutput(device);
+    }
+  }
+  audioMixer.restoreMonitors();
+}
+
+std::optional<AudioOutputDevice> AppModel::defaultAudioOutput() const {
+  if (!audioBackend_) return std::nullopt;
+  const auto uid = audioBackend_->defaultOutputUID();
+  for (const AudioOutputDevice& device : audioBackend_->outputDevices()) {
+    if (!uid || device.uid == *uid) return device;
+  }
+  return std::nullopt;
+}
+
+void AppModel::bindCustomTransitions() {
+  auto lookup = [this](const Uuid& id) { return transitionStore.find(id); };
+  switcher.customTransitionLookup = lookup;
+  verticalSwitcher.customTransitionLookup = lookup;
+  // playTransitionSound stays unset: until the mixer has a sound-effects channel
+  // a transition plays without its sounds, and that is no error.
+  for (SwitcherEngine* s : {&switcher, &verticalSwitcher, &studioSwitcher}) {
+    s->prepareTransitionSources = [this](const CustomTransition& custom) {
+      for (const auto& track : custom.tracks) {
+        if (auto source = sourceLifecycle.find(track.sourceID)) source->replayFromStart();
+      }
+      sourceLifecycle.scheduleReconcile();
+    };
+    s->makePoseUpdate = [this](const CustomTransition& custom) { return makePoseUpdate(custom); };
+  }
+}
+
+std::function<void(float)> AppModel::makePoseUpdate(const CustomTransition& custom) {
+  struct Posed {
+    std::weak_ptr<BaseSource> source;
+    TransitionTrack track;
+  };
+  std::vector<Posed> posed;
+  for (const auto& track : custom.tracks) {
+    if (!track.posesText()) continue;
+    auto source = sourceLifecycle.find(track.sourceID);
+    if (source && source->takesTextPose()) posed.push_back({source, track});
+  }
+  if (posed.empty()) return {};
+  // Called on the render thread: the pose itself is set on the main queue.
+  return [&queue = queue_, posed = std::move(posed)](float p) {
+    for (const Posed& entry : posed) {
+      const auto pose = entry.track.pose(p);
+      if (!pose) continue;
+      queue.post([source = entry.source, pose = *pose] {
+        if (auto s = source.lock()) s->setTextPose(pose.yawDeg, pose.pitchDeg);
+      });
+    }
+  };
+}
+
+void AppModel::bindEngine() {
+  if (!engine) return;
+  for (SwitcherEngine* s : {&switcher, &verticalSwitcher, &studioSwitcher}) {
+    subscriptions_.push_back(bindToEngine(*s, *engine));
+  }
+  auto applyCanvas = [this](const CanvasSize& size) {
+    const Size pixels = pixelSize(size);
+    engine->setCanvas(static_cast<int>(pixels.width), static_cast<int>(pixels.height));
+  };
+  applyCanvas(canvasSize.get());
+  subscriptions_.push_back(canvasSize.subscribe(applyCanvas));
+  // The Program fan-out: the recorder first, then the streams of the main canvas.
+  engine->onProgramFrame = [this](const PixelBufferRef& frame, double now) {
+    recorder.appendVideo(frame, now);
+    streaming.feedVideo(frame, now);
+  };
+  engine->onVerticalFrame = [this](const PixelBufferRef& frame, double now) { streaming.feedVerticalVideo(frame, now); };
+  engine->start();
+  auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
+    auto [horizontal, vertical] = thumbnailScenes(layouts);
+    engine->setAuxScenes(std::move(horizontal), std::move(vertical));
+  };
+  applyThumbnails(layoutStore.layouts.get());
+  subscriptions_.push_back(layoutStore.layouts.subscribe(applyThumbnails));
+}
+
+void AppModel::subscribeSourceUse() {
+  auto reconcile = [this](const auto&) { sourceLifecycle.scheduleReconcile(); };
+  for (SwitcherEngine* s : {&switcher, &verticalSwitcher, &studioSwitcher}) {
+    subscriptions_.push_back(s->programScene.subscribe(reconcile));
+    subscriptions_.push_back(s->previewScene.subscribe(reconcile));
+    subscriptions_.push_back(s->isTransitioning.subscribe(reconcile));
+    subscriptions_.push_back(s->firedTransitionIDs.subscribe(reconcile));
+  }
+}
+
+void AppModel::restoreSources() {
+  const auto entries = sourcesStore.saved.get();
+  for (const auto& entry : entries) {
+    if (sourceLifecycle.find(entry.id)) continue;
+    // A source that can't be built now stays stored and returns when what it needs does.
+    if (auto source = sourceFactory.make(entry)) sourceLifecycle.addSource(std::move(source));
+  }
+}
+
+void AppModel::removeSource(const std::string& id) {
+  sourceLifecycle.removeSource(id);
+  sourcesStore.remove(id);
+}
+
+void AppModel::runMigrations() {
+  // The deck store arrives with the show deck; until then there are no decks,
+  // and the migrations only record that they ran.
+  const std::vector<Uuid> deckIDs;
+  runLayoutMigrations(showFolder_, deckIDs, preferences_);
+}
+
+void AppModel::subscribeSelectionExclusivity() {
+  auto clearOthers = [this](SwitcherEngine& selected) {
+    for (SwitcherEngine* other : {&switcher, &verticalSwitcher, &studioSwitcher}) {
+      if (other != &selected && other->selectedLayerID.get()) other->selectedLayerID = std::nullopt;
+    }
+  };
+  subscriptions_.push_back(switcher.selectedLayerID.subscribe([this, clearOthers](const std::optional<Uuid>& id) {
+    if (id) clearOthers(switcher);
+  }));
+  subscriptions_.push_back(
+      verticalSwitcher.selectedLayerID.subscribe([this, clearOthers](const std::optional<Uuid>& id) {
+        if (id) clearOthers(verticalSwitcher);
+      }));
+}
+
+void AppModel::subscribeLayoutWriteBack(SwitcherEngine& source, std::vector<Uuid>& lastStructure, bool vertical) {
+  auto storeInto = [this, vertical](const Uuid& layoutID, const MixerScene& scene) {
+    if (vertical) {
+      layoutStore.setVertical(layoutID, scene);
+    } else {
+      layoutStore.replace(layoutID, scene);
+    }
+  };
+
+  auto writeBack = std::make_unique<LayoutWriteBack>(queue_);
+  LayoutWriteBack* state = writeBack.get();
+  state->storeLater = [&source, storeInto](const Uuid& layoutID) {
+    // Only while the same layout is still loaded: leaving it already stored the scene.
+    if (source.loadedLayoutID.get() == layoutID) storeInto(layoutID, source.previewScene.get());
+  };
+  writeBacks_.push_back(std::move(writeBack));
+
+  subscriptions_.push_back(source.previewScene.subscribe([&source, &lastStructure, state, storeInto](const MixerScene& scene) {
+    auto layoutID = source.loadedLayoutID.get();
+    if (!layoutID) return;
+    auto structure = layerStructure(scene);
+    if (structure != lastStructure) {
+      storeInto(*layoutID, scene);
+      lastStructure = std::move(structure);
+    }
+    state->pendingLayoutID = layoutID;
+    state->debounce.trigger();
+  }));
+
+  source.onLeavingLoadedLayout = [storeInto](const Uuid& layoutID, const MixerScene& scene) { storeInto(layoutID, scene); };
+}
+
+void AppModel::restoreSession() {
+  auto session = sessionStore.load();
+  if (!session) return;
+  switcher.programScene = session->program;
+  switcher.previewScene = session->preview;
+  switcher.selectedTransition = enumFromName<TransitionKind>(session->transition).value_or(TransitionKind::crossfade);
+  switcher.transitionDuration = session->duration;
+  switcher.lockAspectRatio = session->lockAspect;
+  switcher.publishSnapshot();
+  switcher.applyAudioFollow();
+}
+
+void AppModel::restoreStudioMode() {
+  if (auto studio = preferences_.getBool(prefkey::studioMode)) switcher.setStudioMode(*studio);
+}
+
+SessionState AppModel::currentSession() const {
+  SessionState state;
+  state.program = switcher.programScene.get();
+  state.preview = switcher.previewScene.get();
+  state.transition = std::string(enumName(switcher.selectedTransition.get()));
+  state.duration = switcher.transitionDuration.get();
+  state.lockAspect = switcher.lockAspectRatio.get();
+  return state;
+}
+
+void AppModel::subscribeSessionSaver() {
+  sessionSaver_ = std::make_unique<Debouncer>(queue_, 0.5, [this] { sessionStore.save(currentSession()); });
+  auto trigger = [this](const auto&) { sessionSaver_->trigger(); };
+  subscriptions_.push_back(switcher.programScene.subscribe(trigger));
+  subscriptions_.push_back(switcher.previewScene.subscribe(trigger));
+  subscriptions_.push_back(switcher.selectedTransition.subscribe(trigger));
+  subscriptions_.push_back(switcher.transitionDuration.subscribe(trigger));
+  subscriptions_.push_back(switcher.lockAspectRatio.subscribe(trigger));
+}
+
+void AppModel::willTerminate() {
+  finishRecordingForQuit();
+  // Each stream says goodbye to its server; the engine waits for them as it goes.
+  streaming.stopAll();
+  for (auto& writeBack : writeBacks_) writeBack->debounce.flush();
+  if (sessionSaver_) sessionSaver_->cancel();
+  sessionStore.save(currentSession());
+}
+
+void AppModel::take(SwitcherEngine& target, std::optional<TransitionKind> kind) {
+  const bool isMain = &target == &switcher;
+  // A pending take transition belongs to the next plain take of the main canvas
+  // and is cleared by any take.
+  std::optional<CustomTransition> pendingCustom;
+  if (!kind && isMain && pendingTakeTransition.get() && switcher.customTransitionLookup) {
+    pendingCustom = switcher.customTransitionLookup(*pendingTakeTransition.get());
+  }
+  pendingTakeTransition = std::nullopt;
+
+  auto takeOn = [&](SwitcherEngine& engine) {
+    if (pendingCustom) {
+      engine.takeCustom(*pendingCustom);
+    } else if (!kind) {
+      engine.take();
+    } else {
+      engine.take(*kind, *kind == TransitionKind::cut ? 0.0 : engine.transitionDuration.get());
+    }
+  };
+  takeOn(target);
+  if (isMain && verticalTakePending.get()) {
+    verticalTakePending = false;
+    takeOn(verticalSwitcher);
+  }
+}
+
+void AppModel::cut(SwitcherEngine& target) { take(target, TransitionKind::cut); }
+
+void AppModel::loadLayout(const MixerScene& scene) {
+  const bool verticalOnly = scene.layers.empty() && scene.verticalLayers.has_value();
+  if (layoutSyncHorizontal.get() && !verticalOnly) switcher.loadLayout(scene);
+  if (layoutSyncVertical.get()) {
+    if (auto view = scene.verticalScene()) {
+      if (view->transition != scene.transition) view->transition = scene.transition;
+      if (switcher.studioMode.get()) {
+        verticalSwitcher.stageLayout(*view);
+        verticalTakePending = true;
+      } else {
+        verticalSwitcher.loadLayout(*view);
+      }
+    } else {
+      verticalSwitcher.loadedLayoutID = std::nullopt;
+    }
+  }
+  verticalScratchPinned = false;
+}
+
+}  // namespace tavorin

@@ -1,0 +1,222 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Debouncer.h"
+#include "base/MainQueue.h"
+#include "base/Published.h"
+#include "base/Uuid.h"
+#include "compositor/CompositorEngine.h"
+#include "model/CanvasSize.h"
+#include "sources/SourceLifecycle.h"
+#include "model/MixerScene.h"
+#include "model/SessionState.h"
+#include "model/TransitionKind.h"
+#include "stores/LayoutStore.h"
+#include "stores/MixerSettingsStore.h"
+#include "stores/TransitionStore.h"
+#include "audio/AudioMixerEngine.h"
+#include "outputs/ProgramRecorder.h"
+#include "platform/secrets/SecretStore.h"
+#include "stores/StreamDestinationStore.h"
+#include "stores/StreamKeyStore.h"
+#include "streaming/StreamingEngine.h"
+#include "stores/Preferences.h"
+#include "stores/SessionStore.h"
+#include "stores/RecordingsRoot.h"
+#include "stores/ShowFolder.h"
+#include "stores/SourcesStore.h"
+#include "sources/SourceFactory.h"
+#include "switcher/SwitcherEngine.h"
+
+namespace tavorin {
+
+// Where the show lives and which main queue it runs on. The command line may
+// replace both folders so tests and scripts never touch the user's data.
+struct AppEnvironment {
+  std::filesystem::path showFolder;
+  std::filesystem::path preferencesFile;
+  MainQueue& queue;
+  // The process's GPU context; without one there is no frame clock (tests of
+  // the model alone).
+  GLContext* glContext = nullptr;
+  // The machine's audio devices; without them the mixer mixes but nothing plays.
+  AudioBackend* audioBackend = nullptr;
+  // Where recordings go when the operator's folder is unset or unusable.
+  std::filesystem::path recordingsFallback = defaultRecordingsRoot();
+  // Stream keys go to the desktop's Secret Service when one answers; without
+  // it (and always in tests) to "secrets.json" in the show folder, mode 0600.
+  bool useSecretService = false;
+};
+
+// Owns every engine and store from start to quit, links them once at start,
+// and is the facade of the operator's commands. Main thread only.
+class AppModel {
+  // Declared first: the fields below are built from them.
+  MainQueue& queue_;
+  AudioBackend* audioBackend_;
+  ShowFolder showFolder_;
+  Preferences preferences_;
+  std::filesystem::path recordingsFallback_;
+  MixerSettingsStore mixerSettings_;
+
+ public:
+  enum class EditCanvas { horizontal, vertical };
+
+  static constexpr std::size_t kLogLimit = 200;
+
+  explicit AppModel(AppEnvironment environment);
+  ~AppModel();
+  AppModel(const AppModel&) = delete;
+  AppModel& operator=(const AppModel&) = delete;
+
+  // The start-up steps, in order; call once after construction.
+  void start();
+  // The quit path: writes the session (and any layout edit still waiting to be written).
+  void willTerminate();
+
+  // Appends one operator-visible line; at most kLogLimit lines are kept.
+  void appendLog(std::string line);
+
+  // Operator commands.
+  void take(SwitcherEngine& target, std::optional<TransitionKind> kind = std::nullopt);
+  void cut(SwitcherEngine& target);
+  void loadLayout(const MixerScene& scene);
+  // A deck tile's layout with a custom transition of its own: taken at once in
+  // direct mode, or by the next take in studio mode.
+  void loadLayout(const Uuid& id, std::optional<Uuid> takeTransition);
+  void fireTransition(const Uuid& id);
+  // A scene of the black still ("still:black", made when missing) cut to Program.
+  void punchBlack();
+  // The holding card of the first still picture, in or out through a take.
+  void punchBRB();
+  // "Tavorin-shot-<date-time>.png" of the newest Program frame in the recordings folder.
+  void screenshotProgram();
+  void restartAudio() { audioMixer.restartAudio(); }
+  // Sources: the lifecycle's own operations, and removal, which also forgets the stored entry.
+  bool addSource(std::shared_ptr<BaseSource> source) { return sourceLifecycle.addSource(std::move(source)); }
+  void removeSource(const std::string& id);
+  void restartSource(const std::string& id) { sourceLifecycle.restartSource(id); }
+  bool isParked(const std::string& id) const { return sourceLifecycle.isParked(id); }
+
+  SessionState currentSession() const;
+  const ShowFolder& showFolder() const { return showFolder_; }
+  MainQueue& queue() const { return queue_; }
+
+  // Echo of every log line as it is logged; the headless runner sends it to stderr.
+  std::function<void(const std::string&)> onLogLine;
+
+  // Fields, in construction order.
+  Published<std::vector<std::string>> log;
+  AudioMixerEngine audioMixer;
+  SwitcherEngine switcher;
+  SwitcherEngine verticalSwitcher;
+  SwitcherEngine studioSwitcher;
+  // The frame clock's map of the sources' newest frames; the lifecycle keeps it in step with `sources`.
+  FrameSlotMap frameSlots;
+  std::unique_ptr<CompositorEngine> engine;
+  SourceFactory sourceFactory;
+  SourceLifecycle sourceLifecycle;
+  Published<SourceLifecycle::SourceList>& sources = sourceLifecycle.sources;
+  Published<std::set<std::string>>& studioWakeIDs = sourceLifecycle.studioWakeIDs;
+  LayoutStore layoutStore;
+  TransitionStore transitionStore;
+  Published<EditCanvas> editCanvas;
+  Published<bool> layoutSyncHorizontal;
+  Published<bool> layoutSyncVertical;
+  Published<std::optional<Uuid>> pendingTakeTransition;
+  Published<bool> verticalScratchPinned;
+  Published<bool> verticalTakePending;
+  SourcesStore sourcesStore;
+  SessionStore sessionStore;
+  std::vector<Uuid> lastLayerStructure;
+  std::vector<Uuid> lastVerticalLayerStructure;
+  std::vector<std::string> savedAudioInputIDs;
+  std::optional<std::string> savedProgramOutputUID;
+  Published<CanvasSize> canvasSize;
+  Published<bool> showOnboarding;
+  Published<std::string> recordingsFolderPath;
+  ProgramRecorder recorder;
+  ProgramRecorder::Quality recordQuality = ProgramRecorder::Quality::hevcHigh;
+  Published<bool> isRecording{false};
+  Published<bool> isCapturingLoop{false};
+  Published<bool> isRecordingPaused{false};
+  Published<std::optional<std::filesystem::path>> currentRecordingFolder;
+  std::unique_ptr<SecretStore> secretStore;
+  StreamKeyStore streamKeys;
+  StreamDestinationStore streamStore;
+  StreamingEngine streaming;
+
+  // Recording: a folder "Tavorin-<date-time>" in the recordings folder with
+  // "program.mov" inside. Each logs what happened in the operator's words.
+  void startRecording();
+  void stopRecording();
+  void toggleRecording() { isRecording.get() ? stopRecording() : startRecording(); }
+  void setRecordingPaused(bool on);
+  // Records `seconds` of Program, without sound, as "loop-<uuid>.mov" in the
+  // clips folder and adds it to the show as a clip. Refused while recording.
+  void startLoopCapture(double seconds);
+  // The folder that recordings and screenshots go to now.
+  std::filesystem::path currentRecordingsRoot() const;
+
+  // Streaming: the operator's toggle of a saved destination, and going live
+  // to a URL whose last path segment is the key (the command line's --stream).
+  void toggleStream(const Uuid& id);
+  void goLive(const std::string& urlWithKey);
+  void removeStreamDestination(const Uuid& id);
+
+  // Hands the current device lists to the mixer: restores the operator's inputs
+  // and the Program output, rebinds channels whose device came or went.
+  void refreshAudioDevices();
+  // The machine's default output, when there is an audio service and it has one.
+  std::optional<AudioOutputDevice> defaultAudioOutput() const;
+
+ private:
+  // One switcher's write-back of Preview edits into its loaded layout.
+  struct LayoutWriteBack;
+
+  void bindSwitcherClosures();
+  void bindCustomTransitions();
+  void bindAudioMixer();
+  void finishRecordingForQuit();
+  void recordingFinished(std::optional<std::filesystem::path> file, std::filesystem::path folder);
+  void loopCaptureFinished(std::optional<std::filesystem::path> file);
+  void bindStreaming();
+  void logStreamStates(const std::map<Uuid, StreamState>& states);
+  // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
+  std::function<void(float)> makePoseUpdate(const CustomTransition& custom);
+  void bindEngine();
+  // Rebuilds the stored sources that are not in the show yet, in stored order.
+  void restoreSources();
+  void runMigrations();
+  void subscribeSelectionExclusivity();
+  void subscribeLayoutWriteBack(SwitcherEngine& source, std::vector<Uuid>& lastStructure, bool vertical);
+  void restoreSession();
+  void restoreStudioMode();
+  void subscribeSessionSaver();
+  // Scene and transition changes tell the lifecycle to look again at what is in use.
+  void subscribeSourceUse();
+
+  // What the log last said of each stream, and the names of the command line's streams.
+  std::map<Uuid, StreamState> loggedStreamStates_;
+  std::map<Uuid, std::string> streamNames_;
+  std::vector<std::unique_ptr<LayoutWriteBack>> writeBacks_;
+  std::unique_ptr<Debouncer> sessionSaver_;
+  std::vector<Subscription> subscriptions_;
+  bool started_ = false;
+  // The latest screenshot's write; the model waits for it before it goes, so
+  // the writer never posts to a queue that is gone.
+  std::future<void> screenshotWrite_;
+  TimerHandle loopCaptureTimer_;
+  bool recordingStopping_ = false;
+  // Tasks posted to the main queue hold this weakly and do nothing once the model is gone.
+  std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
+};
+
+}  // namespace tavorin

@@ -1,0 +1,93 @@
+// The operator's commands that belong to no single engine: layouts with a
+// transition of their own, the black and holding-card punches, fired
+// transitions and the Program screenshot.
+#include <future>
+
+#include "app/AppModel.h"
+#include "stores/RecordingsRoot.h"
+#include "stores/TimeStamp.h"
+#include "platform/media/PngWriter.h"
+
+namespace tavorin {
+
+namespace {
+
+const std::string kBlackID = "still:black";
+
+}  // namespace
+
+void AppModel::fireTransition(const Uuid& id) { switcher.fireTransition(id); }
+
+void AppModel::loadLayout(const Uuid& id, std::optional<Uuid> takeTransition) {
+  std::optional<MixerScene> scene;
+  for (const MixerScene& layout : layoutStore.layouts.get()) {
+    if (layout.id == id) scene = layout;
+  }
+  if (!scene) return;
+  std::optional<CustomTransition> custom;
+  if (takeTransition) custom = transitionStore.find(*takeTransition);
+  if (!custom) {
+    pendingTakeTransition = std::nullopt;
+    loadLayout(*scene);
+    return;
+  }
+  const bool verticalOnly = scene->layers.empty() && scene->verticalLayers.has_value();
+  if (!verticalOnly) switcher.stageLayout(*scene);
+  const auto vertical = scene->verticalScene();
+  const bool stagedVertical = layoutSyncVertical.get() && vertical.has_value();
+  if (stagedVertical) verticalSwitcher.stageLayout(*vertical);
+  if (switcher.studioMode.get()) {
+    pendingTakeTransition = custom->id;
+    verticalTakePending = stagedVertical;
+  } else {
+    switcher.takeCustom(*custom);
+    if (stagedVertical) verticalSwitcher.takeCustom(*custom);
+  }
+  verticalScratchPinned = false;
+}
+
+void AppModel::punchBlack() {
+  if (!sourceLifecycle.find(kBlackID)) {
+    SavedSource black;
+    black.id = kBlackID;
+    black.kind = SavedSource::Kind::black;
+    black.name = "Black";
+    sourcesStore.upsert(black);
+    if (auto source = sourceFactory.make(black)) addSource(std::move(source));
+  }
+  MixerScene scene = MixerScene::named("Black");
+  scene.layers.push_back(LayerState::make(kBlackID));
+  switcher.stageLayout(scene);
+  cut(switcher);
+}
+
+void AppModel::punchBRB() {
+  for (const auto& source : sources.get()) {
+    if (source->kind() != SourceKind::still) continue;
+    switcher.toggleBRB(source->id(), "Be right back");
+    return;
+  }
+}
+
+void AppModel::screenshotProgram() {
+  PixelBufferRef frame = engine ? engine->programPixelBuffer() : nullptr;
+  if (!frame) {
+    appendLog("Nothing to screenshot — the Program is empty.");
+    return;
+  }
+  const auto file = currentRecordingsRoot() / ("Tavorin-shot-" + fileTimeStamp() + ".png");
+  // Encoding a 1080p PNG takes a while: off the main thread, with the frame held by reference.
+  std::weak_ptr<AppModel*> weakSelf = self_;
+  MainQueue& queue = queue_;
+  screenshotWrite_ = std::async(std::launch::async, [frame, file, weakSelf, &queue] {
+    std::string error;
+    const bool written = writePNG(*frame, file, &error);
+    queue.post([weakSelf, written, file, error] {
+      auto self = weakSelf.lock();
+      if (!self) return;
+      (*self)->appendLog(written ? "Screenshot saved: " + file.filename().string() : "Screenshot failed: " + error);
+    });
+  });
+}
+
+}  // namespace tavorin

@@ -1,0 +1,36 @@
+#include "base/FrameSlot.h"
+
+#include <utility>
+
+#include "base/HostTime.h"
+#include "base/PixelBuffer.h"
+
+namespace tavorin {
+
+std::optional<Frame> FrameSlot::latest() const {
+  std::lock_guard guard(lock_);
+  return latest_;
+}
+
+double FrameSlot::lastPublishedAt() const {
+  std::lock_guard guard(lock_);
+  return lastPublishedAt_;
+}
+
+void FrameSlot::publish(Frame frame) {
+  const double now = wallClockNow();
+  Frame previous;
+  {
+    std::lock_guard guard(lock_);
+    if (latest_) {
+      previous = std::exchange(*latest_, std::move(frame));
+    } else {
+      latest_ = std::move(frame);
+    }
+    lastPublishedAt_ = now;
+  }
+  // `previous` lets go of its buffer here, outside the lock: handing it back
+  // to a pool may take longer than the swap.
+}
+
+}  // namespace tavorin

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "model/MixerSettings.h"
+
+// JSON coding of the mixer's stored tables. Each reader is all or nothing:
+// one entry that does not decode makes the whole value read as absent.
+namespace tavorin {
+
+// {channel id: {"level", "air", "cue", "monitor", "afv", "name"}}; "monitor"
+// (absent in older data) and "name" may be missing.
+nlohmann::json encodeRouting(const std::map<std::string, ChannelRouting>& routing);
+std::optional<std::map<std::string, ChannelRouting>> decodeRouting(const nlohmann::json& j);
+
+// [{"id", "name", "gain", "muted", "deviceUID"}]; "deviceUID" may be missing.
+nlohmann::json encodeMonitors(const std::vector<MonitorSettings>& monitors);
+std::optional<std::vector<MonitorSettings>> decodeMonitors(const nlohmann::json& j);
+
+// {channel id: [filter stage]}.
+std::optional<std::map<std::string, std::vector<AudioFilterConfig>>> decodeChannelFilters(const nlohmann::json& j);
+
+}  // namespace tavorin

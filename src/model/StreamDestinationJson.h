@@ -1,0 +1,18 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "model/StreamDestination.h"
+
+// JSON coding of stream destinations as "streamDestinations.json" holds them:
+// the field names as keys, `quality` nested, absent optionals left out. Readers
+// throw ModelDecodeError on a missing required key, a wrong type or an unknown
+// enum name.
+namespace tavorin {
+
+void to_json(nlohmann::json& j, const StreamQuality& v);
+void from_json(const nlohmann::json& j, StreamQuality& v);
+void to_json(nlohmann::json& j, const StreamDestination& v);
+void from_json(const nlohmann::json& j, StreamDestination& v);
+
+}  // namespace tavorin

@@ -1,0 +1,205 @@
+#include "app/AppModel.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "model/SceneJson.h"
+#include "stores/PreferenceKeys.h"
+#include "support/ManualMainQueue.h"
+#include "support/TempDir.h"
+
+namespace tavorin {
+namespace {
+
+using testing::ManualMainQueue;
+using testing::readFile;
+using testing::TempDir;
+
+class AppModelTest : public ::testing::Test {
+ protected:
+  std::unique_ptr<AppModel> makeModel() {
+    auto model = std::make_unique<AppModel>(AppEnvironment{show.path(), show / "preferences.json", queue});
+    model->start();
+    return model;
+  }
+
+  std::vector<MixerScene> storedLayouts() {
+    return nlohmann::json::parse(readFile(show / "layouts.json")).get<std::vector<MixerScene>>();
+  }
+
+  TempDir show;
+  ManualMainQueue queue;
+};
+
+TEST_F(AppModelTest, LogKeepsTheLast200LinesAndEchoesEachOne) {
+  auto model = makeModel();
+  std::vector<std::string> echoed;
+  model->onLogLine = [&](const std::string& line) { echoed.push_back(line); };
+  for (int i = 1; i <= 201; ++i) model->appendLog("line " + std::to_string(i));
+  ASSERT_EQ(model->log->size(), 200u);
+  EXPECT_EQ(model->log->front(), "line 2");
+  EXPECT_EQ(model->log->back(), "line 201");
+  EXPECT_EQ(echoed.size(), 201u);
+}
+
+TEST_F(AppModelTest, SessionIsWrittenHalfASecondAfterTheLastChange) {
+  auto model = makeModel();
+  model->switcher.transitionDuration = 2.0;
+  queue.advance(0.4);
+  model->switcher.addLayer("camera:a");
+  queue.advance(0.4);
+  EXPECT_FALSE(std::filesystem::exists(show / "session.json")) << "the second change restarts the wait";
+  queue.advance(0.11);
+  auto session = nlohmann::json::parse(readFile(show / "session.json")).get<SessionState>();
+  EXPECT_EQ(session.duration, 2.0);
+  EXPECT_EQ(session.preview.layers.size(), 1u);
+}
+
+TEST_F(AppModelTest, RestoredSessionWithUnknownTransitionNameUsesCrossfade) {
+  SessionState saved;
+  saved.program.layers.push_back(LayerState::make("still:black"));
+  saved.transition = "wipe";
+  saved.duration = 0.8;
+  saved.lockAspect = false;
+  testing::writeFile(show / "session.json", nlohmann::json(saved).dump());
+  auto model = makeModel();
+  EXPECT_EQ(model->switcher.programScene.get(), saved.program);
+  EXPECT_EQ(model->switcher.selectedTransition.get(), TransitionKind::crossfade);
+  EXPECT_EQ(model->switcher.transitionDuration.get(), 0.8);
+  EXPECT_FALSE(model->switcher.lockAspectRatio.get());
+  EXPECT_EQ(model->switcher.store.programPlan(queue.now()).layers.size(), 1u) << "the snapshot is published";
+}
+
+TEST_F(AppModelTest, StructuralEditReachesTheLayoutAtOnceAndOtherEditsAfterTheDebounce) {
+  auto model = makeModel();
+  auto layoutID = model->layoutStore.add(MixerScene::named("Talk"), "Talk");
+  model->loadLayout(model->layoutStore.layouts->front());
+  ASSERT_EQ(model->switcher.loadedLayoutID.get(), layoutID);
+
+  auto layerID = model->switcher.addLayer("camera:host");
+  ASSERT_EQ(storedLayouts().front().layers.size(), 1u) << "an added layer is saved before the debounce";
+
+  LayerState moved = *model->switcher.previewScene->layer(layerID);
+  moved.center = {0.2, 0.3};
+  model->switcher.updateLayer(moved);
+  EXPECT_EQ(storedLayouts().front().layers.front().center, (Point{0.5, 0.5}));
+  queue.advance(0.21);
+  EXPECT_EQ(storedLayouts().front().layers.front().center, (Point{0.2, 0.3}));
+  EXPECT_EQ(storedLayouts().front().name, "Talk");
+}
+
+TEST_F(AppModelTest, QuitWritesPendingLayoutEditAndSession) {
+  auto model = makeModel();
+  model->layoutStore.add(MixerScene::named("Talk"), "Talk");
+  model->loadLayout(model->layoutStore.layouts->front());
+  auto layerID = model->switcher.addLayer("camera:host");
+  LayerState faded = *model->switcher.previewScene->layer(layerID);
+  faded.opacity = 0.25f;
+  model->switcher.updateLayer(faded);
+  model->willTerminate();
+  EXPECT_EQ(storedLayouts().front().layers.front().opacity, 0.25f);
+  EXPECT_TRUE(std::filesystem::exists(show / "session.json"));
+}
+
+TEST_F(AppModelTest, VerticalOnlyLayoutLeavesTheMainSwitcherAloneAndJoinsTheNextTake) {
+  auto model = makeModel();
+  const MixerScene mainPreview = model->switcher.previewScene.get();
+  MixerScene layout = MixerScene::named("Shorts");
+  layout.verticalLayers = std::vector<LayerState>{LayerState::make("camera:phone")};
+  model->loadLayout(layout);
+  EXPECT_EQ(model->switcher.previewScene.get(), mainPreview);
+  EXPECT_EQ(model->verticalSwitcher.previewScene->layers.size(), 1u);
+  ASSERT_TRUE(model->verticalTakePending.get()) << "studio mode stages the vertical view for the next take";
+
+  model->cut(model->switcher);
+  EXPECT_FALSE(model->verticalTakePending.get());
+  EXPECT_EQ(model->verticalSwitcher.programScene->layers.size(), 1u);
+}
+
+TEST_F(AppModelTest, TakeWithAKindClearsThePendingTakeTransitionWithoutUsingIt) {
+  auto model = makeModel();
+  model->pendingTakeTransition = Uuid::make();
+  model->switcher.addLayer("camera:a");
+  model->take(model->switcher, TransitionKind::cut);
+  EXPECT_FALSE(model->pendingTakeTransition.get());
+  EXPECT_EQ(model->switcher.programScene->layers.size(), 1u);
+}
+
+TEST_F(AppModelTest, SelectingOnOneCanvasClearsTheOthers) {
+  auto model = makeModel();
+  auto mainLayer = model->switcher.addLayer("camera:a");
+  auto verticalLayer = model->verticalSwitcher.addLayer("camera:b");
+  EXPECT_FALSE(model->switcher.selectedLayerID.get());
+  model->switcher.selectLayer(mainLayer);
+  EXPECT_FALSE(model->verticalSwitcher.selectedLayerID.get());
+  EXPECT_EQ(model->switcher.selectedLayerID.get(), mainLayer);
+  model->verticalSwitcher.selectLayer(verticalLayer);
+  EXPECT_FALSE(model->switcher.selectedLayerID.get());
+}
+
+TEST_F(AppModelTest, TakesSwitchFollowingAudioAndMasterGainIsKept) {
+  auto model = makeModel();
+  model->audioMixer.addSourceChannel("ndiaudio:cam", "Cam (NDI)", "network", true, "ndi:cam");
+  EXPECT_FALSE(model->audioMixer.channels.get()[0].air) << "the camera is not on Program";
+  MixerScene withCamera = MixerScene::named("Cam");
+  withCamera.layers.push_back(LayerState::make("ndi:cam"));
+  model->switcher.previewScene = withCamera;
+  model->cut(model->switcher);
+  EXPECT_TRUE(model->audioMixer.channels.get()[0].air);
+  model->switcher.previewScene = MixerScene::named("Empty");
+  model->cut(model->switcher);
+  EXPECT_FALSE(model->audioMixer.channels.get()[0].air);
+
+  model->audioMixer.setProgramMasterGain(0.5f);
+  model.reset();
+  EXPECT_FLOAT_EQ(makeModel()->audioMixer.programMasterGain.get(), 0.5f);
+}
+
+TEST_F(AppModelTest, OperatorPunchesAndLayoutsWithTheirOwnTransition) {
+  auto model = makeModel();
+  queue.runUntilIdle();
+  model->punchBlack();
+  ASSERT_EQ(model->switcher.programScene->layers.size(), 1u);
+  EXPECT_EQ(model->switcher.programScene->layers[0].sourceID, "still:black");
+  EXPECT_TRUE(model->sourceLifecycle.find("still:black"));
+  model->punchBRB();
+  EXPECT_TRUE(model->switcher.brbActive.get());
+
+  model->screenshotProgram();  // no frame clock in this test: nothing on Program
+  EXPECT_EQ(model->log->back(), "Nothing to screenshot — the Program is empty.");
+
+  CustomTransition sweep;
+  model->transitionStore.upsert(sweep);
+  MixerScene layout = MixerScene::named("Interview");
+  layout.layers.push_back(LayerState::make("camera:a"));
+  const Uuid id = model->layoutStore.add(layout, "Interview");
+  model->loadLayout(id, sweep.id);  // studio mode: the next take carries it
+  EXPECT_EQ(model->pendingTakeTransition.get(), sweep.id);
+  EXPECT_EQ(model->switcher.previewScene->layers[0].sourceID, "camera:a");
+  queue.advance(5);  // the holding card's take is over
+  model->take(model->switcher);
+  ASSERT_TRUE(model->switcher.store.active());
+  EXPECT_TRUE(model->switcher.store.active()->custom);
+  EXPECT_FALSE(model->pendingTakeTransition.get());
+}
+
+TEST_F(AppModelTest, PreferencesShapeTheFields) {
+  {
+    Preferences prefs(show / "preferences.json");
+    prefs.setString(prefkey::canvasSize, "uhd4k");
+    prefs.setBool(prefkey::layoutSyncV, false);
+    prefs.setBool(prefkey::studioMode, false);
+    prefs.setString(prefkey::editCanvas, "vertical");
+  }
+  auto model = makeModel();
+  EXPECT_EQ(model->canvasSize.get(), CanvasSize::uhd4k);
+  EXPECT_TRUE(model->layoutSyncHorizontal.get());
+  EXPECT_FALSE(model->layoutSyncVertical.get());
+  EXPECT_FALSE(model->switcher.studioMode.get());
+  EXPECT_EQ(model->editCanvas.get(), AppModel::EditCanvas::vertical);
+  EXPECT_TRUE(model->showOnboarding.get());
+}
+
+}  // namespace
+}  // namespace tavorin

@@ -1,0 +1,132 @@
+#include "stores/StreamDestinationStore.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/secrets/FileSecretStore.h"
+#include "support/TempDir.h"
+
+namespace tavorin {
+namespace {
+
+using testing::TempDir;
+
+class StreamDestinationStoreTest : public ::testing::Test {
+ protected:
+  TempDir dir;
+  ShowFolder folder{dir / "show"};
+  FileSecretStore secrets{dir / "secrets.json", nullptr};
+  StreamKeyStore keys{secrets};
+
+  static StreamDestination youtube() {
+    StreamDestination d;
+    d.name = "Main channel";
+    d.platform = StreamPlatform::youtube;
+    d.serverURL = "rtmps://a.rtmps.youtube.com:443/live2";
+    d.quality = {StreamResolution::p720, 60, 12000, 192};
+    return d;
+  }
+};
+
+TEST_F(StreamDestinationStoreTest, DestinationsSurviveReopeningWithLimitsApplied) {
+  StreamDestination twitch;
+  twitch.name = "Twitch";
+  twitch.platform = StreamPlatform::twitch;
+  twitch.serverURL = "rtmps://live.twitch.tv/app";
+  twitch.quality.videoBitrateKbps = 8000;
+  twitch.bandwidthTest = true;
+  StreamDestination vertical = youtube();
+  vertical.canvas = StreamCanvas::vertical;
+  {
+    StreamDestinationStore store(folder, keys);
+    EXPECT_TRUE(std::filesystem::is_directory(folder.root()));
+    EXPECT_TRUE(store.destinations->empty());
+    store.add(twitch);
+    store.add(vertical);
+    EXPECT_EQ(store.destinations->at(0).quality.videoBitrateKbps, 6000);
+
+    vertical.name = "Shorts";
+    vertical.quality.videoBitrateKbps = 90000;
+    store.update(vertical);
+    StreamDestination stranger = youtube();
+    store.update(stranger);
+    EXPECT_EQ(store.destinations->size(), 2u);
+  }
+  StreamDestinationStore reopened(folder, keys);
+  ASSERT_EQ(reopened.destinations->size(), 2u);
+  twitch.quality.videoBitrateKbps = 6000;
+  vertical.quality.videoBitrateKbps = 51000;
+  EXPECT_EQ(reopened.destinations->at(0), twitch);
+  EXPECT_EQ(reopened.destinations->at(1), vertical);
+}
+
+TEST_F(StreamDestinationStoreTest, FileLeavesAbsentOptionalsOutAndReadsThemAsAbsent) {
+  const StreamDestination plain = youtube();
+  {
+    StreamDestinationStore store(folder, keys);
+    store.add(plain);
+  }
+  const auto document = nlohmann::json::parse(testing::readFile(folder.file("streamDestinations.json")));
+  ASSERT_TRUE(document.is_array());
+  const auto& entry = document.at(0);
+  EXPECT_FALSE(entry.contains("canvas"));
+  EXPECT_FALSE(entry.contains("bandwidthTest"));
+  EXPECT_EQ(entry.at("id"), plain.id.toString());
+  EXPECT_EQ(entry.at("platform"), "youtube");
+  EXPECT_EQ(entry.at("quality").at("resolution"), "p720");
+  EXPECT_EQ(entry.at("quality").at("audioBitrateKbps"), 192);
+
+  StreamDestinationStore reopened(folder, keys);
+  ASSERT_EQ(reopened.destinations->size(), 1u);
+  EXPECT_FALSE(reopened.destinations->at(0).canvas.has_value());
+  EXPECT_EQ(reopened.destinations->at(0).canvas.value_or(StreamCanvas::main), StreamCanvas::main);
+}
+
+TEST_F(StreamDestinationStoreTest, KeyLivesOnlyInTheSecretStoreAndGoesWithTheDestination) {
+  StreamDestinationStore store(folder, keys);
+  const StreamDestination d = youtube();
+  const StreamDestination other = youtube();
+  store.add(d);
+  store.add(other);
+  keys.setKey("live_abc123_secret", d.id);
+  keys.setKey("other_key_456", other.id);
+  store.save();
+  EXPECT_EQ(keys.key(d.id), "live_abc123_secret");
+  EXPECT_EQ(testing::readFile(folder.file("streamDestinations.json")).find("live_abc123"), std::string::npos);
+  EXPECT_EQ(FileSecretStore(dir / "secrets.json", nullptr).password("org.tavorin.Tavorin.StreamKey", d.id.toString()),
+            "live_abc123_secret");
+
+  store.remove(d.id);
+  EXPECT_EQ(keys.key(d.id), std::nullopt);
+  EXPECT_EQ(keys.key(other.id), "other_key_456");
+  ASSERT_EQ(StreamDestinationStore(folder, keys).destinations->size(), 1u);
+
+  keys.setKey("", other.id);
+  EXPECT_EQ(keys.key(other.id), std::nullopt);
+}
+
+TEST_F(StreamDestinationStoreTest, BadFileGivesAnEmptyList) {
+  std::filesystem::create_directories(folder.root());
+  const auto good = R"({"id":"7F3C1E5A-2B4D-4C6E-8F10-123456789ABC","name":"A","platform":"twitch",)"
+                    R"("serverURL":"rtmps://live.twitch.tv/app",)"
+                    R"("quality":{"resolution":"p1080","fps":30,"videoBitrateKbps":6000,"audioBitrateKbps":160}})";
+  testing::writeFile(folder.file("streamDestinations.json"), std::string("[") + good + "]");
+  EXPECT_EQ(StreamDestinationStore(folder, keys).destinations->size(), 1u);
+
+  const std::string bad[] = {
+      "not json",
+      R"({"destinations": []})",
+      // One unknown platform spoils the whole file.
+      std::string("[") + good + R"(, {"id":"8F3C1E5A-2B4D-4C6E-8F10-123456789ABC","name":"B","platform":"myspace",)"
+          R"("serverURL":"","quality":{"resolution":"p1080","fps":30,"videoBitrateKbps":1,"audioBitrateKbps":1}}])",
+      R"([{"id":"7F3C1E5A-2B4D-4C6E-8F10-123456789ABC","name":"A","platform":"twitch","serverURL":""}])",
+  };
+  for (const auto& text : bad) {
+    testing::writeFile(folder.file("streamDestinations.json"), text);
+    EXPECT_TRUE(StreamDestinationStore(folder, keys).destinations->empty()) << text;
+  }
+}
+
+}  // namespace
+}  // namespace tavorin
