@@ -16,13 +16,13 @@
 #include <string>
 #include <vector>
 
-#include "app/DemoShow.h"
 #include "ProcessCPU.h"
+#include "app/AppModel.h"
+#include "app/DemoShow.h"
 #include "base/HostTime.h"
 #include "compositor/GLCompositor.h"
 #include "compositor/PlanSnapshot.h"
 #include "compositor/SourceTextureCache.h"
-#include "app/AppModel.h"
 #include "platform/gl/GLContext.h"
 #include "platform/loop/GLibMainQueue.h"
 

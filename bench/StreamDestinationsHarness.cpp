@@ -15,8 +15,8 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
-#include "base/HostTime.h"
 #include "HarnessFigures.h"
+#include "base/HostTime.h"
 #include "streaming/StreamingEngine.h"
 #include "streaming/rtmp/GeneratedPublisher.h"
 #include "support/ManualMainQueue.h"

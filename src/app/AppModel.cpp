@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "app/EngineBinding.h"
+#include "platform/secrets/FileSecretStore.h"
 #include "stores/LayoutMigrations.h"
 #include "stores/PreferenceKeys.h"
-#include "platform/secrets/FileSecretStore.h"
 
 namespace tavorin {
 

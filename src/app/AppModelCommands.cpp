@@ -4,9 +4,10 @@
 #include <future>
 
 #include "app/AppModel.h"
+#include "base/ThreadName.h"
+#include "platform/media/PngWriter.h"
 #include "stores/RecordingsRoot.h"
 #include "stores/TimeStamp.h"
-#include "platform/media/PngWriter.h"
 
 namespace tavorin {
 
@@ -80,6 +81,7 @@ void AppModel::screenshotProgram() {
   std::weak_ptr<AppModel*> weakSelf = self_;
   MainQueue& queue = queue_;
   screenshotWrite_ = std::async(std::launch::async, [frame, file, weakSelf, &queue] {
+    nameThisThread("Tavorin.Shot");
     std::string error;
     const bool written = writePNG(*frame, file, &error);
     queue.post([weakSelf, written, file, error] {

@@ -4,9 +4,9 @@
 #include <memory>
 #include <vector>
 
+#include "audio/ToneGenerator.h"
 #include "base/MainQueue.h"
 #include "base/Uuid.h"
-#include "audio/ToneGenerator.h"
 
 namespace tavorin {
 

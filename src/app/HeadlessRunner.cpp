@@ -4,15 +4,15 @@
 #include <cstdio>
 #include <memory>
 
+#include "app/AppModel.h"
 #include "app/DemoShow.h"
 #include "audio/PipeWireAudioBackend.h"
-#include "app/AppModel.h"
-#include "stores/Preferences.h"
-#include "stores/ShowFolder.h"
 #include "platform/gl/GLContext.h"
 #include "platform/gl/GLFailure.h"
 #include "platform/loop/GLibMainQueue.h"
 #include "platform/media/PngWriter.h"
+#include "stores/Preferences.h"
+#include "stores/ShowFolder.h"
 
 extern "C" {
 #include <libavutil/log.h>

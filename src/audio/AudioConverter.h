@@ -4,8 +4,8 @@
 #include <memory>
 #include <optional>
 
-#include "base/PcmBuffer.h"
 #include "audio/PcmFormat.h"
+#include "base/PcmBuffer.h"
 
 struct SwrContext;
 

@@ -17,10 +17,10 @@
 #include "audio/AudioTrackProcessor.h"
 #include "audio/ChannelInfo.h"
 #include "audio/MonitorBus.h"
-#include "model/AudioFilterConfig.h"
-#include "model/MixerSettings.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
+#include "model/AudioFilterConfig.h"
+#include "model/MixerSettings.h"
 
 namespace tavorin {
 

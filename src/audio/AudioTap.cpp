@@ -2,6 +2,8 @@
 
 #include <chrono>
 
+#include "base/ThreadName.h"
+
 namespace tavorin {
 
 AudioTap::AudioTap(Consumer consumer)
@@ -28,6 +30,7 @@ void AudioTap::write(const float* left, const float* right, std::uint32_t frames
 }
 
 void AudioTap::run() {
+  nameThisThread("Tavorin.Tap");
   PcmBuffer block = PcmBuffer::make(kCommonChannels, kBlockFrames);
   const float* data = storage_.get();
   while (running_.load()) {

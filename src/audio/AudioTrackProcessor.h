@@ -10,9 +10,9 @@
 
 #include "audio/AudioConverter.h"
 #include "audio/AudioLiveFeed.h"
-#include "base/PcmBuffer.h"
 #include "audio/PcmFormat.h"
 #include "audio/dsp/FilterChain.h"
+#include "base/PcmBuffer.h"
 
 namespace tavorin {
 

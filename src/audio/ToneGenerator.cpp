@@ -6,6 +6,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "base/ThreadName.h"
+
 namespace tavorin {
 
 namespace {
@@ -23,6 +25,7 @@ ToneGenerator::~ToneGenerator() {
 }
 
 void ToneGenerator::run() {
+  nameThisThread("Tavorin.Tone");
   timespec next{};
   clock_gettime(CLOCK_MONOTONIC, &next);
   const double step = 2 * std::numbers::pi * frequency_ / kCommonSampleRate;

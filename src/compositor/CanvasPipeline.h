@@ -3,12 +3,12 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/FrameSlotMap.h"
 #include "base/PixelBufferPool.h"
 #include "compositor/FrameReadback.h"
 #include "compositor/GLCompositor.h"
 #include "compositor/RenderTarget.h"
 #include "compositor/SourceTextureCache.h"
-#include "base/FrameSlotMap.h"
 
 namespace tavorin {
 

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "base/FrameSlotMap.h"
 #include "base/PixelBuffer.h"
 #include "base/Uuid.h"
 #include "compositor/CanvasPipeline.h"
@@ -19,7 +20,6 @@
 #include "model/MixerScene.h"
 #include "model/RenderLayer.h"
 #include "platform/gl/GLContext.h"
-#include "base/FrameSlotMap.h"
 
 namespace tavorin {
 

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <ctime>
 
+#include "base/ThreadName.h"
+
 
 namespace tavorin {
 
@@ -43,6 +45,7 @@ void FrameClock::stop() {
 }
 
 void FrameClock::run() {
+  nameThisThread("Tavorin.Clock");
   if (onThreadStart_) onThreadStart_();
   const auto period = static_cast<std::int64_t>(kNanosPerSecond / refreshRate_);
   std::int64_t deadline = monotonicNanos() + period;

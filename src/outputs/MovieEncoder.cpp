@@ -5,12 +5,8 @@
 #include <vector>
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/audio_fifo.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/opt.h>
-#include <libswscale/swscale.h>
 }
 
 namespace tavorin {
@@ -22,27 +18,10 @@ constexpr int kSampleRate = MovieEncoder::audioSampleRate;
 constexpr std::int64_t kVideoBitRate = 40'000'000;
 constexpr std::int64_t kAudioBitRate = 256'000;
 
-std::string avError(int code) {
-  char text[AV_ERROR_MAX_STRING_SIZE] = {};
-  av_strerror(code, text, sizeof text);
-  return text;
-}
-
 }  // namespace
 
 MovieEncoder::~MovieEncoder() {
   if (format_ && headerWritten_ && !failed_) close();
-  avcodec_free_context(&video_);
-  avcodec_free_context(&audio_);
-  av_frame_free(&videoFrame_);
-  av_frame_free(&audioFrame_);
-  av_packet_free(&packet_);
-  if (fifo_) av_audio_fifo_free(fifo_);
-  sws_freeContext(scaler_);
-  if (format_) {
-    if (format_->pb) avio_closep(&format_->pb);
-    avformat_free_context(format_);
-  }
 }
 
 bool MovieEncoder::openVideo(int width, int height, int frameRate, VideoCodec codec, std::string* error) {
@@ -57,7 +36,8 @@ bool MovieEncoder::openVideo(int width, int height, int frameRate, VideoCodec co
   for (const char* name : candidates) {
     const AVCodec* encoder = avcodec_find_encoder_by_name(name);
     if (!encoder) continue;
-    AVCodecContext* context = avcodec_alloc_context3(encoder);
+    ffmpeg::CodecContextPtr owned(avcodec_alloc_context3(encoder));
+    AVCodecContext* context = owned.get();
     context->width = width;
     context->height = height;
     context->time_base = AVRational{1, kTimeScale};
@@ -81,11 +61,8 @@ bool MovieEncoder::openVideo(int width, int height, int frameRate, VideoCodec co
     if (probing) av_log_set_level(AV_LOG_QUIET);
     const int opened = avcodec_open2(context, encoder, nullptr);
     if (probing) av_log_set_level(level);
-    if (opened < 0) {
-      avcodec_free_context(&context);
-      continue;
-    }
-    video_ = context;
+    if (opened < 0) continue;
+    video_ = std::move(owned);
     videoEncoderName_ = name;
     break;
   }
@@ -93,19 +70,19 @@ bool MovieEncoder::openVideo(int width, int height, int frameRate, VideoCodec co
     if (error) *error = "No video encoder could be opened.";
     return false;
   }
-  videoStream_ = avformat_new_stream(format_, nullptr);
+  videoStream_ = avformat_new_stream(format_.get(), nullptr);
   videoStream_->time_base = AVRational{1, kTimeScale};
-  avcodec_parameters_from_context(videoStream_->codecpar, video_);
-  videoFrame_ = av_frame_alloc();
+  avcodec_parameters_from_context(videoStream_->codecpar, video_.get());
+  videoFrame_.reset(av_frame_alloc());
   videoFrame_->format = video_->pix_fmt;
   videoFrame_->width = width;
   videoFrame_->height = height;
-  if (av_frame_get_buffer(videoFrame_, 0) < 0) {
+  if (av_frame_get_buffer(videoFrame_.get(), 0) < 0) {
     if (error) *error = "Out of memory for video frames.";
     return false;
   }
-  scaler_ = sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, video_->pix_fmt, SWS_BILINEAR, nullptr,
-                           nullptr, nullptr);
+  scaler_.reset(sws_getContext(width, height, AV_PIX_FMT_BGRA, width, height, video_->pix_fmt, SWS_BILINEAR,
+                               nullptr, nullptr, nullptr));
   return scaler_ != nullptr;
 }
 
@@ -115,53 +92,55 @@ bool MovieEncoder::openAudio(std::string* error) {
     if (error) *error = "No AAC encoder.";
     return false;
   }
-  audio_ = avcodec_alloc_context3(encoder);
+  audio_.reset(avcodec_alloc_context3(encoder));
   audio_->sample_fmt = AV_SAMPLE_FMT_FLTP;
   audio_->sample_rate = kSampleRate;
   av_channel_layout_default(&audio_->ch_layout, 2);
   audio_->bit_rate = kAudioBitRate;
   audio_->time_base = AVRational{1, kSampleRate};
   if (format_->oformat->flags & AVFMT_GLOBALHEADER) audio_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  if (avcodec_open2(audio_, encoder, nullptr) < 0) {
-    avcodec_free_context(&audio_);
+  if (avcodec_open2(audio_.get(), encoder, nullptr) < 0) {
+    audio_.reset();
     if (error) *error = "The AAC encoder did not open.";
     return false;
   }
-  audioStream_ = avformat_new_stream(format_, nullptr);
+  audioStream_ = avformat_new_stream(format_.get(), nullptr);
   audioStream_->time_base = AVRational{1, kSampleRate};
-  avcodec_parameters_from_context(audioStream_->codecpar, audio_);
-  audioFrame_ = av_frame_alloc();
+  avcodec_parameters_from_context(audioStream_->codecpar, audio_.get());
+  audioFrame_.reset(av_frame_alloc());
   audioFrame_->format = AV_SAMPLE_FMT_FLTP;
   audioFrame_->nb_samples = audio_->frame_size;
   av_channel_layout_copy(&audioFrame_->ch_layout, &audio_->ch_layout);
   audioFrame_->sample_rate = kSampleRate;
-  av_frame_get_buffer(audioFrame_, 0);
-  fifo_ = av_audio_fifo_alloc(AV_SAMPLE_FMT_FLTP, 2, kSampleRate);
+  av_frame_get_buffer(audioFrame_.get(), 0);
+  fifo_.reset(av_audio_fifo_alloc(AV_SAMPLE_FMT_FLTP, 2, kSampleRate));
   return fifo_ != nullptr;
 }
 
 bool MovieEncoder::open(const std::filesystem::path& file, int width, int height, int frameRate, VideoCodec codec,
                         bool withAudio, std::string* error) {
-  if (avformat_alloc_output_context2(&format_, nullptr, "mov", file.c_str()) < 0 || !format_) {
+  AVFormatContext* made = nullptr;
+  if (avformat_alloc_output_context2(&made, nullptr, "mov", file.c_str()) < 0 || !made) {
     if (error) *error = "Can't make a movie file.";
     return false;
   }
-  packet_ = av_packet_alloc();
+  format_.reset(made);
+  packet_.reset(av_packet_alloc());
   if (!openVideo(width, height, frameRate, codec, error)) return false;
   // Without audio the recording goes on with video alone.
-  if (withAudio && !openAudio(nullptr)) avcodec_free_context(&audio_);
+  if (withAudio && !openAudio(nullptr)) audio_.reset();
   if (const int code = avio_open(&format_->pb, file.c_str(), AVIO_FLAG_WRITE); code < 0) {
-    if (error) *error = avError(code);
+    if (error) *error = ffmpeg::errorText(code);
     return false;
   }
   AVDictionary* options = nullptr;
   // Fragments are cut by hand every 2 s, at a key frame (see writePacket).
   av_dict_set(&options, "movflags", "empty_moov+default_base_moof+frag_custom", 0);
   av_dict_set(&options, "video_track_timescale", std::to_string(kTimeScale).c_str(), 0);
-  const int code = avformat_write_header(format_, &options);
+  const int code = avformat_write_header(format_.get(), &options);
   av_dict_free(&options);
   if (code < 0) {
-    if (error) *error = avError(code);
+    if (error) *error = ffmpeg::errorText(code);
     return false;
   }
   headerWritten_ = true;
@@ -175,20 +154,22 @@ bool MovieEncoder::writePacket(AVStream* stream) {
   if (stream == videoStream_ && (packet_->flags & AV_PKT_FLAG_KEY)) {
     const std::int64_t at = av_rescale_q(packet_->pts, stream->time_base, AVRational{1, kTimeScale});
     if (at - fragmentStart_ >= 2 * kTimeScale) {
-      if (av_interleaved_write_frame(format_, nullptr) < 0 || av_write_frame(format_, nullptr) < 0) return false;
+      if (av_interleaved_write_frame(format_.get(), nullptr) < 0 || av_write_frame(format_.get(), nullptr) < 0) {
+        return false;
+      }
       avio_flush(format_->pb);
       fragmentStart_ = at;
     }
   }
-  return av_interleaved_write_frame(format_, packet_) >= 0;
+  return av_interleaved_write_frame(format_.get(), packet_.get()) >= 0;
 }
 
 bool MovieEncoder::drain(AVCodecContext* codec, AVStream* stream) {
   for (;;) {
-    const int code = avcodec_receive_packet(codec, packet_);
+    const int code = avcodec_receive_packet(codec, packet_.get());
     if (code == AVERROR(EAGAIN) || code == AVERROR_EOF) return true;
     if (code < 0) return false;
-    av_packet_rescale_ts(packet_, codec->time_base, stream->time_base);
+    av_packet_rescale_ts(packet_.get(), codec->time_base, stream->time_base);
     packet_->stream_index = stream->index;
     if (!writePacket(stream)) return false;
   }
@@ -196,25 +177,26 @@ bool MovieEncoder::drain(AVCodecContext* codec, AVStream* stream) {
 
 bool MovieEncoder::writeVideo(const PixelBuffer& frame, std::int64_t pts) {
   if (failed_ || !video_ || frame.width() != video_->width || frame.height() != video_->height) return false;
-  if (av_frame_make_writable(videoFrame_) < 0) return false;
+  if (av_frame_make_writable(videoFrame_.get()) < 0) return false;
   const std::uint8_t* source[] = {frame.data()};
   const int stride[] = {static_cast<int>(frame.bytesPerRow())};
-  sws_scale(scaler_, source, stride, 0, frame.height(), videoFrame_->data, videoFrame_->linesize);
+  sws_scale(scaler_.get(), source, stride, 0, frame.height(), videoFrame_->data, videoFrame_->linesize);
   videoFrame_->pts = pts;
-  if (avcodec_send_frame(video_, videoFrame_) < 0 || !drain(video_, videoStream_)) failed_ = true;
+  if (avcodec_send_frame(video_.get(), videoFrame_.get()) < 0 || !drain(video_.get(), videoStream_)) failed_ = true;
   return !failed_;
 }
 
 bool MovieEncoder::encodeAudioFrames(bool flush) {
   const int frameSize = audio_->frame_size;
-  while (av_audio_fifo_size(fifo_) >= frameSize || (flush && av_audio_fifo_size(fifo_) > 0)) {
-    const int n = std::min(frameSize, av_audio_fifo_size(fifo_));
-    if (av_frame_make_writable(audioFrame_) < 0) return false;
+  AVAudioFifo* fifo = fifo_.get();
+  while (av_audio_fifo_size(fifo) >= frameSize || (flush && av_audio_fifo_size(fifo) > 0)) {
+    const int n = std::min(frameSize, av_audio_fifo_size(fifo));
+    if (av_frame_make_writable(audioFrame_.get()) < 0) return false;
     audioFrame_->nb_samples = n;
-    av_audio_fifo_read(fifo_, reinterpret_cast<void**>(audioFrame_->data), n);
+    av_audio_fifo_read(fifo, reinterpret_cast<void**>(audioFrame_->data), n);
     audioFrame_->pts = audioNextPts_;
     audioNextPts_ += n;
-    if (avcodec_send_frame(audio_, audioFrame_) < 0 || !drain(audio_, audioStream_)) return false;
+    if (avcodec_send_frame(audio_.get(), audioFrame_.get()) < 0 || !drain(audio_.get(), audioStream_)) return false;
   }
   return true;
 }
@@ -224,7 +206,7 @@ bool MovieEncoder::writeAudio(const float* left, const float* right, std::uint32
   // The mix is continuous: later blocks follow on from the first one's time.
   if (audioNextPts_ < 0) audioNextPts_ = pts;
   void* planes[] = {const_cast<float*>(left), const_cast<float*>(right)};
-  if (av_audio_fifo_write(fifo_, planes, static_cast<int>(frames)) < static_cast<int>(frames) ||
+  if (av_audio_fifo_write(fifo_.get(), planes, static_cast<int>(frames)) < static_cast<int>(frames) ||
       !encodeAudioFrames(false)) {
     failed_ = true;
   }
@@ -235,16 +217,16 @@ bool MovieEncoder::close() {
   if (!format_ || !headerWritten_) return false;
   bool ok = !failed_;
   if (video_) {
-    avcodec_send_frame(video_, nullptr);
-    ok = drain(video_, videoStream_) && ok;
+    avcodec_send_frame(video_.get(), nullptr);
+    ok = drain(video_.get(), videoStream_) && ok;
   }
   if (audio_ && audioNextPts_ >= 0) {
     ok = encodeAudioFrames(true) && ok;
-    avcodec_send_frame(audio_, nullptr);
-    ok = drain(audio_, audioStream_) && ok;
+    avcodec_send_frame(audio_.get(), nullptr);
+    ok = drain(audio_.get(), audioStream_) && ok;
   }
   // The fragmented muxer reports what its last flush wrote: only a negative value is a failure.
-  ok = av_write_trailer(format_) >= 0 && ok;
+  ok = av_write_trailer(format_.get()) >= 0 && ok;
   headerWritten_ = false;
   avio_closep(&format_->pb);
   return ok;

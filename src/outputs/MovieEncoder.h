@@ -5,14 +5,7 @@
 #include <string>
 
 #include "base/PixelBuffer.h"
-
-struct AVFormatContext;
-struct AVCodecContext;
-struct AVStream;
-struct AVFrame;
-struct AVPacket;
-struct AVAudioFifo;
-struct SwsContext;
+#include "platform/media/FFmpegPointers.h"
 
 namespace tavorin {
 
@@ -51,16 +44,16 @@ class MovieEncoder {
   bool writePacket(AVStream* stream);
   bool encodeAudioFrames(bool flush);
 
-  AVFormatContext* format_ = nullptr;
-  AVCodecContext* video_ = nullptr;
-  AVCodecContext* audio_ = nullptr;
-  AVStream* videoStream_ = nullptr;
+  ffmpeg::OutputFormatPtr format_;
+  ffmpeg::CodecContextPtr video_;
+  ffmpeg::CodecContextPtr audio_;
+  AVStream* videoStream_ = nullptr;  // owned by format_
   AVStream* audioStream_ = nullptr;
-  AVFrame* videoFrame_ = nullptr;
-  AVFrame* audioFrame_ = nullptr;
-  AVPacket* packet_ = nullptr;
-  AVAudioFifo* fifo_ = nullptr;
-  SwsContext* scaler_ = nullptr;
+  ffmpeg::FramePtr videoFrame_;
+  ffmpeg::FramePtr audioFrame_;
+  ffmpeg::PacketPtr packet_;
+  ffmpeg::AudioFifoPtr fifo_;
+  ffmpeg::ScalerPtr scaler_;
   std::int64_t audioNextPts_ = -1;  // pts of the first sample in the fifo
   std::int64_t fragmentStart_ = 0;  // 1/600 s
   bool headerWritten_ = false;

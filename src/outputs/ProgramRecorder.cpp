@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "base/HostTime.h"
+#include "base/ThreadName.h"
 #include "outputs/MovieEncoder.h"
 
 namespace tavorin {
@@ -128,6 +129,7 @@ void ProgramRecorder::finish(Completion completion) {
 }
 
 void ProgramRecorder::run(std::shared_ptr<MovieEncoder> encoder) {
+  nameThisThread("Tavorin.Recorder");
   bool wroteVideo = false;
   bool failed = false;
   for (;;) {

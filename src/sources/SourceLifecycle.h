@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "base/FrameSlotMap.h"
 #include "base/HostTime.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
 #include "sources/BaseSource.h"
-#include "base/FrameSlotMap.h"
 
 namespace tavorin {
 

@@ -6,8 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "model/JsonDecoding.h"
 #include "base/AtomicFile.h"
+#include "model/JsonDecoding.h"
 
 // The one way every store reads and writes its file. Stores report no errors:
 // a failed write waits for the next change, and a file that cannot be read or

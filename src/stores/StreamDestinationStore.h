@@ -5,8 +5,8 @@
 
 #include "base/Published.h"
 #include "base/Uuid.h"
-#include "stores/ShowFolder.h"
 #include "model/StreamDestination.h"
+#include "stores/ShowFolder.h"
 #include "stores/StreamKeyStore.h"
 
 namespace tavorin {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "stores/JsonFile.h"
 #include "model/CustomTransitionJson.h"
+#include "stores/JsonFile.h"
 
 namespace tavorin {
 

@@ -6,8 +6,8 @@
 
 #include "base/Published.h"
 #include "base/Uuid.h"
-#include "stores/ShowFolder.h"
 #include "model/CustomTransition.h"
+#include "stores/ShowFolder.h"
 
 namespace tavorin {
 

@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "base/HostTime.h"
+#include "base/ThreadName.h"
 #include "streaming/StreamFailure.h"
 #include "streaming/StreamIngests.h"
 
@@ -167,6 +168,7 @@ void StreamSession::closeQuietly(double seconds) {
 }
 
 void StreamSession::runLoop() {
+  nameThisThread("Tavorin.Session");
   int attempt = 0;
   while (true) {
     const auto outcome = connect(attempt);
@@ -204,6 +206,7 @@ void StreamSession::runLoop() {
 }
 
 void StreamSession::pump() {
+  nameThisThread("Tavorin.Pump");
   StreamFeed::Batch batch;
   while (feed_.take(batch)) {
     for (std::size_t i = 0; i < batch.audioCount; ++i) {

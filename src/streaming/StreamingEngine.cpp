@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 
+#include "base/ThreadName.h"
+
 namespace tavorin {
 
 StreamingEngine::StreamingEngine(MainQueue& queue, KeyLookup keys) : queue_(queue), keys_(std::move(keys)) {}
@@ -96,6 +98,7 @@ void StreamingEngine::remove(const Uuid& id) {
   reapClosers(false);
   auto done = std::make_shared<std::atomic<bool>>(false);
   closers_.push_back({std::thread([session, done]() mutable {
+                        nameThisThread("Tavorin.Closer");
                         session->finish();
                         // The frame path may still hold the old snapshot for a moment; the
                         // session is let go here, not on the render thread.

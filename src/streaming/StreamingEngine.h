@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "base/PcmBuffer.h"
 #include "base/MainQueue.h"
+#include "base/PcmBuffer.h"
 #include "base/PixelBuffer.h"
 #include "base/Published.h"
 #include "base/Uuid.h"

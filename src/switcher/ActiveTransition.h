@@ -4,10 +4,10 @@
 #include <optional>
 #include <vector>
 
+#include "model/CustomTransition.h"
 #include "model/MixerScene.h"
 #include "model/RenderLayer.h"
 #include "model/TransitionKind.h"
-#include "model/CustomTransition.h"
 
 namespace tavorin {
 

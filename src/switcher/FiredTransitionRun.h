@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "base/Uuid.h"
-#include "model/RenderLayer.h"
 #include "model/CustomTransition.h"
+#include "model/RenderLayer.h"
 
 namespace tavorin {
 

@@ -12,15 +12,15 @@
 #include "base/MainQueue.h"
 #include "base/Published.h"
 #include "base/Uuid.h"
+#include "model/CustomTransition.h"
 #include "model/Geometry.h"
 #include "model/LayerState.h"
 #include "model/MixerScene.h"
 #include "model/TransitionKind.h"
+#include "model/TransitionSound.h"
 #include "model/VideoFilterConfig.h"
-#include "model/CustomTransition.h"
 #include "switcher/FiredTransitionRun.h"
 #include "switcher/SwitcherSnapshotStore.h"
-#include "model/TransitionSound.h"
 
 namespace tavorin {
 

@@ -6,8 +6,8 @@
 
 #include "base/Published.h"
 #include "base/Uuid.h"
-#include "model/LayerState.h"
 #include "model/CustomTransition.h"
+#include "model/LayerState.h"
 
 namespace tavorin {
 

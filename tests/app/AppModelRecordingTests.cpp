@@ -3,8 +3,8 @@
 #include <chrono>
 #include <thread>
 
-#include "base/HostTime.h"
 #include "app/AppModel.h"
+#include "base/HostTime.h"
 #include "support/Ffprobe.h"
 #include "support/ManualMainQueue.h"
 #include "support/TempDir.h"

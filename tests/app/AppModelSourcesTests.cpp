@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "base/PixelBuffer.h"
 #include "app/AppModel.h"
-#include "support/FakeSource.h"
+#include "base/PixelBuffer.h"
 #include "platform/media/PngWriter.h"
+#include "support/FakeSource.h"
 #include "support/ManualMainQueue.h"
 #include "support/TempDir.h"
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "base/PixelBuffer.h"
-#include "support/FakeSource.h"
 #include "sources/StaticSource.h"
+#include "support/FakeSource.h"
 #include "support/ManualMainQueue.h"
 
 namespace tavorin {

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "StoreTestFiles.h"
 #include "model/SceneJson.h"
 #include "support/TempDir.h"
-#include "StoreTestFiles.h"
 
 namespace tavorin {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "StoreTestFiles.h"
 #include "model/SceneJson.h"
 #include "stores/PreferenceKeys.h"
 #include "support/TempDir.h"
-#include "StoreTestFiles.h"
 
 namespace tavorin {
 namespace {

@@ -6,6 +6,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/audio_fifo.h>
 #include <libavutil/frame.h>
 #include <libswscale/swscale.h>
 }
@@ -29,12 +30,24 @@ struct PacketFreer {
 struct ScalerFreer {
   void operator()(SwsContext* context) const { sws_freeContext(context); }
 };
+// An output's file, when open, goes with the context.
+struct OutputFormatFreer {
+  void operator()(AVFormatContext* context) const {
+    if (context->pb) avio_closep(&context->pb);
+    avformat_free_context(context);
+  }
+};
+struct AudioFifoFreer {
+  void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
+};
 
 using InputFormatPtr = std::unique_ptr<AVFormatContext, FormatCloser>;
 using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextFreer>;
 using FramePtr = std::unique_ptr<AVFrame, FrameFreer>;
 using PacketPtr = std::unique_ptr<AVPacket, PacketFreer>;
 using ScalerPtr = std::unique_ptr<SwsContext, ScalerFreer>;
+using OutputFormatPtr = std::unique_ptr<AVFormatContext, OutputFormatFreer>;
+using AudioFifoPtr = std::unique_ptr<AVAudioFifo, AudioFifoFreer>;
 
 inline std::string errorText(int code) {
   char text[AV_ERROR_MAX_STRING_SIZE] = {};

@@ -41,7 +41,7 @@ PipeWireLoop::PipeWireLoop() {
   static std::once_flag initialised;
   std::call_once(initialised, [] { pw_init(nullptr, nullptr); });
 
-  loop_ = pw_thread_loop_new("Tavorin.PipeWire", nullptr);
+  loop_ = pw_thread_loop_new("Tavorin.PWLoop", nullptr);
   if (!loop_) throw PipeWireFailure("PipeWire is not running: cannot create a loop thread");
   context_ = pw_context_new(pw_thread_loop_get_loop(loop_), nullptr, 0);
   if (!context_) {

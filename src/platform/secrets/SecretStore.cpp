@@ -9,6 +9,7 @@
 #include <mutex>
 #include <thread>
 
+#include "base/ThreadName.h"
 #include "platform/secrets/FileSecretStore.h"
 #include "platform/secrets/LibSecretStore.h"
 
@@ -72,6 +73,7 @@ bool secretServiceAnswers() {
   auto state = std::make_shared<ProbeState>();
   const int callTimeoutMs = static_cast<int>(probeBudget.count());
   std::thread([state, address, callTimeoutMs] {
+    nameThisThread("Tavorin.Secrets");
     const bool answered = askSecretService(address, callTimeoutMs);
     std::lock_guard lock(state->mutex);
     state->finished = true;

@@ -1,9 +1,8 @@
 #include "streaming/codec/VideoCodec.h"
 
-#include <pthread.h>
-
 #include <vector>
 
+#include "base/ThreadName.h"
 #include "streaming/codec/VideoEncoderSession.h"
 
 namespace tavorin {
@@ -76,7 +75,7 @@ void VideoCodec::waitUntilIdle() {
 }
 
 void VideoCodec::run() {
-  pthread_setname_np(pthread_self(), "Tavorin.Video");
+  nameThisThread("Tavorin.Video");
   std::unique_lock lock(mutex_);
   for (;;) {
     wake_.wait(lock, [this] { return !isRunning_ || !queue_.empty(); });

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "base/ThreadName.h"
 #include "streaming/rtmp/AMF0Serializer.h"
 #include "streaming/rtmp/ParsedURL.h"
 #include "streaming/rtmp/RTMPChunkError.h"
@@ -45,7 +46,10 @@ AMFValue optionalValue(const std::optional<T>& value) {
 
 RTMPConnection::RTMPConnection()
     : work_(boost::asio::make_work_guard(context_)), connectTimer_(context_) {
-  thread_ = std::thread([this] { context_.run(); });
+  thread_ = std::thread([this] {
+    nameThisThread("Tavorin.RTMP");
+    context_.run();
+  });
 }
 
 RTMPConnection::~RTMPConnection() {

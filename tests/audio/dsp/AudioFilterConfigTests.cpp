@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "model/AudioFilterConfigJson.h"
 #include "audio/dsp/DspTestSignals.h"
+#include "model/AudioFilterConfigJson.h"
 
 namespace tavorin {
 namespace {

@@ -6,9 +6,9 @@
 #include <atomic>
 
 #include "platform/pipewire/PipeWireLoop.h"
-#include "support/WaitFor.h"
 #include "support/PrivatePipeWire.h"
 #include "support/ScopedEnvironment.h"
+#include "support/WaitFor.h"
 
 namespace tavorin {
 namespace {

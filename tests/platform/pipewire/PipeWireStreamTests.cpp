@@ -10,8 +10,8 @@
 #include "platform/pipewire/PipeWireCaptureStream.h"
 #include "platform/pipewire/PipeWireLoop.h"
 #include "platform/pipewire/PipeWirePlaybackStream.h"
-#include "support/WaitFor.h"
 #include "support/PrivatePipeWire.h"
+#include "support/WaitFor.h"
 
 namespace tavorin {
 namespace {
