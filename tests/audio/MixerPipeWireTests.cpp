@@ -12,7 +12,7 @@
 #include "audio/PipeWireAudioBackend.h"
 #include "core/stores/Preferences.h"
 #include "support/ManualMainQueue.h"
-#include "support/PrivatePipeWire.h"
+#include "peers/PrivatePipeWire.h"
 #include "support/TempDir.h"
 
 namespace tavorin {

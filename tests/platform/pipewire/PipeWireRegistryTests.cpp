@@ -7,7 +7,7 @@
 
 #include "platform/pipewire/PipeWireLoop.h"
 #include "support/WaitFor.h"
-#include "support/PrivatePipeWire.h"
+#include "peers/PrivatePipeWire.h"
 #include "support/ScopedEnvironment.h"
 
 namespace tavorin {

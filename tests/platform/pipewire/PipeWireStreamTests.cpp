@@ -11,7 +11,7 @@
 #include "platform/pipewire/PipeWireLoop.h"
 #include "platform/pipewire/PipeWirePlaybackStream.h"
 #include "support/WaitFor.h"
-#include "support/PrivatePipeWire.h"
+#include "peers/PrivatePipeWire.h"
 
 namespace tavorin {
 namespace {

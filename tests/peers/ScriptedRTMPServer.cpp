@@ -1,4 +1,4 @@
-#include "ScriptedRTMPServer.h"
+#include "peers/ScriptedRTMPServer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -15,6 +15,10 @@ namespace {
 constexpr int kReadTimeoutMs = 4000;
 
 }  // namespace
+
+AMFObject statusObject(const std::string& code, const std::string& level, const std::string& description) {
+  return AMFObject{{"code", code}, {"level", level}, {"description", description}};
+}
 
 bool ScriptedPeer::readExactly(std::size_t count, std::vector<std::uint8_t>& into) {
   into.resize(count);
@@ -82,6 +86,26 @@ void ScriptedPeer::sendCommand(const std::string& name, double transactionId, AM
   command.transactionId = transactionId;
   command.arguments = std::move(arguments);
   send(command.toMessage());
+}
+
+bool ScriptedPeer::acceptPublish(const std::string& code, const std::string& level) {
+  if (!handshake()) return false;
+  while (auto command = readCommand()) {
+    if (command->commandName == "connect") {
+      sendCommand("_result", command->transactionId, {statusObject("NetConnection.Connect.Success", "status")});
+    } else if (command->commandName == "createStream") {
+      sendCommand("_result", command->transactionId, {1.0});
+    } else if (command->commandName == "publish") {
+      sendCommand("onStatus", 0, {statusObject(code, level)}, command->streamId);
+      return true;
+    }
+  }
+  return false;
+}
+
+void ScriptedPeer::drain() {
+  std::vector<std::uint8_t> rest;
+  readExactly(1 << 20, rest);
 }
 
 void ScriptedPeer::closeNow() {
