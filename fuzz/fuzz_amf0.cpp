@@ -48,7 +48,8 @@ void checkReencoding(const AMFValue& value) {
   if (levels(value) > AMF0Serializer::kMaxDepth + 1) std::abort();
   AMF0Serializer first;
   first.serialize(value);
-  for (std::size_t size : {std::size_t{0}, first.data().size() / 2, first.data().size() - 1}) checkCut(first.data(), size);
+  const std::size_t size = first.data().size();
+  for (std::size_t cut : {std::size_t{0}, size / 2, size - 1}) checkCut(first.data(), cut);
   AMF0Serializer reader(first.data());
   const AMFValue again = reader.deserialize();
   if (reader.hasRemaining()) std::abort();

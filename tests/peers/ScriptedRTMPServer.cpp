@@ -27,7 +27,8 @@ bool ScriptedPeer::readExactly(std::size_t count, std::vector<std::uint8_t>& int
     pollfd ready{fd_, POLLIN, 0};
     if (::poll(&ready, 1, kReadTimeoutMs) <= 0) return false;
     const auto n = ::read(fd_, into.data() + have, count - have);
-    if (n <= 0) return false;
+    gone_ = n <= 0;
+    if (gone_) return false;
     have += static_cast<std::size_t>(n);
   }
   return true;
@@ -59,7 +60,8 @@ std::optional<RTMPMessage> ScriptedPeer::readMessage() {
     if (::poll(&ready, 1, kReadTimeoutMs) <= 0) return std::nullopt;
     std::uint8_t block[4096];
     const auto n = ::read(fd_, block, sizeof block);
-    if (n <= 0) return std::nullopt;
+    gone_ = n <= 0;
+    if (gone_) return std::nullopt;
     pending_ = reader_.read(std::span<const std::uint8_t>(block, static_cast<std::size_t>(n)));
   }
   auto message = std::move(pending_.front());

@@ -30,6 +30,8 @@ class ScriptedPeer {
   bool handshake();
   // The next whole message, or nothing when the client went quiet or away.
   std::optional<RTMPMessage> readMessage();
+  // Whether a read found the connection closed.
+  bool clientGone() const { return gone_; }
   // The next command, skipping everything else.
   std::optional<RTMPCommandMessage> readCommand();
   void send(const RTMPMessage& message, std::uint32_t chunkStreamId = 3);
@@ -43,6 +45,7 @@ class ScriptedPeer {
 
  private:
   int fd_;
+  bool gone_ = false;
   RTMPChunkReader reader_;
   RTMPChunkBuffer writer_;
   std::vector<RTMPMessage> pending_;
@@ -56,7 +59,9 @@ class ScriptedRTMPServer {
   ~ScriptedRTMPServer();
 
   int port() const { return port_; }
-  std::string url(const std::string& app = "live") const { return "rtmp://127.0.0.1:" + std::to_string(port_) + "/" + app; }
+  std::string url(const std::string& app = "live") const {
+    return "rtmp://127.0.0.1:" + std::to_string(port_) + "/" + app;
+  }
   int connections() const { return connections_; }
 
  private:

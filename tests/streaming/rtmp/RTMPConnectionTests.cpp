@@ -110,8 +110,8 @@ TEST(RTMPConnectionFailures, EachFailureSaysWhatHappened) {
     if (row.script) server.emplace(row.script);
     RTMPConnection connection;
     connection.timeout = 1;
-    const std::string url = server ? server->url() : "rtmp://127.0.0.1:" + std::to_string(testing::freeLoopbackPort()) + "/live";
-    const auto result = connect(connection, url);
+    const std::string nobody = "rtmp://127.0.0.1:" + std::to_string(testing::freeLoopbackPort()) + "/live";
+    const auto result = connect(connection, server ? server->url() : nobody);
     ASSERT_FALSE(result.ok());
     EXPECT_EQ(describe(result).rfind(row.says, 0), 0u) << describe(result);
   }

@@ -77,14 +77,17 @@ TEST(AMF0Wire, ValuesHaveExactBytesBothWays) {
       {"empty string", "", {0x02, 0x00, 0x00}},
       {"strict array", AMFList{true}, {0x0A, 0, 0, 0, 1, 0x01, 0x01}},
       // An ECMA array's count covers its indexed entries only.
-      {"ECMA array, keyed only", AMFArray{{}, {{"a", true}}}, wire({{0x08, 0, 0, 0, 0, 0x00, 0x01}, "a", {0x01, 0x01}, kObjectEnd})},
-      {"ECMA array, indexed", AMFArray{{false}, {}}, wire({{0x08, 0, 0, 0, 1, 0x00, 0x01}, "0", {0x01, 0x00}, kObjectEnd})},
+      {"ECMA array, keyed only", AMFArray{{}, {{"a", true}}},
+       wire({{0x08, 0, 0, 0, 0, 0x00, 0x01}, "a", {0x01, 0x01}, kObjectEnd})},
+      {"ECMA array, indexed", AMFArray{{false}, {}},
+       wire({{0x08, 0, 0, 0, 1, 0x00, 0x01}, "0", {0x01, 0x00}, kObjectEnd})},
       {"object", kConnectObject, kConnectObjectBytes},
       {"object in a list in an object", AMFObject{{"x", AMFList{AMFObject{{"y", nullptr}}}}},
        wire({{0x03, 0x00, 0x01}, "x", {0x0A, 0, 0, 0, 1, 0x03, 0x00, 0x01}, "y", {0x05}, kObjectEnd, kObjectEnd})},
       // The length fields count UTF-8 bytes; past 16 bits the long form takes over.
       {"longest short string", std::string(65535, 'a'), wire({{0x02, 0xFF, 0xFF}, std::string(65535, 'a')})},
-      {"shortest long string", std::string(65536, 'b'), wire({{0x0C, 0x00, 0x01, 0x00, 0x00}, std::string(65536, 'b')})},
+      {"shortest long string", std::string(65536, 'b'),
+       wire({{0x0C, 0x00, 0x01, 0x00, 0x00}, std::string(65536, 'b')})},
       {"deepest nesting read", nestedLists(AMF0Serializer::kMaxDepth), nestedListBytes(AMF0Serializer::kMaxDepth)},
   };
   for (const Row& row : rows) {
@@ -127,7 +130,8 @@ TEST(RTMPCommandWire, CommandsHaveExactBytesBothWays) {
   const std::pair<RTMPCommandMessage, Bytes> rows[] = {
       {{0, 0, "releaseStream", 2, std::nullopt, {"key"}},
        wire({{0x02, 0x00, 0x0D}, "releaseStream", {0x00, 0x40, 0, 0, 0, 0, 0, 0, 0, 0x05, 0x02, 0x00, 0x03}, "key"})},
-      {{0, 0, "connect", 1, kConnectObject, {}}, wire({{0x02, 0x00, 0x07}, "connect", {0x00}, kOne, kConnectObjectBytes})},
+      {{0, 0, "connect", 1, kConnectObject, {}},
+       wire({{0x02, 0x00, 0x07}, "connect", {0x00}, kOne, kConnectObjectBytes})},
   };
   for (const auto& [command, bytes] : rows) {
     SCOPED_TRACE(command.commandName);
@@ -150,7 +154,8 @@ TEST(RTMPCommandWire, ReadsWhatServersSendAndNothingFromOtherBodies) {
   EXPECT_EQ(RTMPCommandMessage::fromMessage(commandBody({"_result", 1, properties, status, "extra"})),
             (RTMPCommandMessage{1, 0, "_result", 1, properties, {status}}));
   // A name of another type is empty and skips its marker alone, as other clients do.
-  EXPECT_EQ(RTMPCommandMessage::fromMessage({RTMPMessageType::amf0Command, 1, 0, {0x05, 0x00, 0x40, 0x08, 0, 0, 0, 0, 0, 0, 0x05}}),
+  const Bytes nullName = {0x05, 0x00, 0x40, 0x08, 0, 0, 0, 0, 0, 0, 0x05};
+  EXPECT_EQ(RTMPCommandMessage::fromMessage({RTMPMessageType::amf0Command, 1, 0, nullName}),
             (RTMPCommandMessage{1, 0, "", 3, std::nullopt, {}}));
   // The connection ignores what gives nothing: data messages, and bodies that are no command.
   for (const RTMPMessage& other : {commandBody({"onMetaData", 0, nullptr}, RTMPMessageType::amf0Data),
@@ -244,7 +249,8 @@ TEST(RTMPChunkWire, ReadsForeignChunks) {
       // 0xFFFFFF means four more bytes, on the type 3 chunks of the same message too; the
       // message behind, on another chunk stream, shows nothing was left over.
       {wire({{0x04, 0xFF, 0xFF, 0xFF, 0, 0, 200, 0x08, 1, 0, 0, 0, 0x01, 0x02, 0x03, 0x04},
-             Bytes(body.begin(), body.begin() + 128), {0xC4, 0x01, 0x02, 0x03, 0x04}, Bytes(body.begin() + 128, body.end()),
+             Bytes(body.begin(), body.begin() + 128), {0xC4, 0x01, 0x02, 0x03, 0x04},
+             Bytes(body.begin() + 128, body.end()),
              {0x05, 0, 0, 5, 0, 0, 1, 0x09, 1, 0, 0, 0, 0xEE}}),
        {{RTMPMessageType::audio, 1, 0x01020304, body}, {RTMPMessageType::video, 1, 5, {0xEE}}}},
       // Unknown message types are skipped.
@@ -253,7 +259,8 @@ TEST(RTMPChunkWire, ReadsForeignChunks) {
       // Two chunk streams interleaved, cut at a chunk size that takes effect within the block.
       {wire({chunkSizeTwo, {0x04, 0, 0, 0, 0, 0, 3, 0x08, 1, 0, 0, 0, 1, 2, 0x05, 0, 0, 0, 0, 0, 3, 0x09, 1, 0, 0, 0, 9,
                             8, 0xC4, 3, 0xC5, 7}}),
-       {makeSetChunkSizeMessage(2), {RTMPMessageType::audio, 1, 0, {1, 2, 3}}, {RTMPMessageType::video, 1, 0, {9, 8, 7}}}},
+       {makeSetChunkSizeMessage(2), {RTMPMessageType::audio, 1, 0, {1, 2, 3}},
+        {RTMPMessageType::video, 1, 0, {9, 8, 7}}}},
   };
   for (const auto& [bytes, messages] : rows) expectReadInAnyBlocks(bytes, messages);
 }
@@ -282,7 +289,8 @@ TEST(RTMPChunkWire, LargeMessagesRoundTripAcrossChunkSizes) {
                                {RTMPMessageType::video, 1, 66, counting(chunkSize + 1)}};
     Bytes bytes;
     for (const RTMPMessage& m : messages) {
-      for (const Bytes& chunk : writer.putMessage(RTMPChunkType::zero, m.type == RTMPMessageType::chunkSize ? 2 : 5, m)) {
+      const std::uint32_t chunkStream = m.type == RTMPMessageType::chunkSize ? 2 : 5;
+      for (const Bytes& chunk : writer.putMessage(RTMPChunkType::zero, chunkStream, m)) {
         bytes.insert(bytes.end(), chunk.begin(), chunk.end());
       }
       writer.setChunkSize(chunkSize);
