@@ -18,9 +18,9 @@ extern "C" {
 #include "HarnessFigures.h"
 #include "base/HostTime.h"
 #include "streaming/StreamingEngine.h"
-#include "streaming/rtmp/GeneratedPublisher.h"
+#include "support/GeneratedPublisher.h"
 #include "support/ManualMainQueue.h"
-#include "support/NginxRtmp.h"
+#include "peers/NginxRtmp.h"
 
 using namespace tavorin;
 using bench::median;

@@ -18,8 +18,8 @@ extern "C" {
 #include "HarnessFigures.h"
 #include "streaming/codec/AudioCodec.h"
 #include "streaming/codec/VideoCodec.h"
-#include "streaming/rtmp/GeneratedPublisher.h"
-#include "support/NginxRtmp.h"
+#include "support/GeneratedPublisher.h"
+#include "peers/NginxRtmp.h"
 
 using namespace tavorin;
 using bench::median;

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "peers/NginxRtmp.h"
 #include "support/ChildProcess.h"
 #include "support/Ffprobe.h"
-#include "support/NginxRtmp.h"
 #include "support/TempDir.h"
 
 namespace tavorin {

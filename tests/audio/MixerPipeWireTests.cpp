@@ -11,7 +11,7 @@
 #include "audio/AudioMixerEngine.h"
 #include "audio/PipeWireAudioBackend.h"
 #include "support/ManualMainQueue.h"
-#include "support/PrivatePipeWire.h"
+#include "peers/PrivatePipeWire.h"
 #include "support/TempDir.h"
 
 namespace tavorin {

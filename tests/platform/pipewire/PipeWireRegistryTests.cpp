@@ -6,7 +6,7 @@
 #include <atomic>
 
 #include "platform/pipewire/PipeWireLoop.h"
-#include "support/PrivatePipeWire.h"
+#include "peers/PrivatePipeWire.h"
 #include "support/ScopedEnvironment.h"
 #include "support/WaitFor.h"
 

@@ -10,7 +10,7 @@
 #include "platform/pipewire/PipeWireCaptureStream.h"
 #include "platform/pipewire/PipeWireLoop.h"
 #include "platform/pipewire/PipeWirePlaybackStream.h"
-#include "support/PrivatePipeWire.h"
+#include "peers/PrivatePipeWire.h"
 #include "support/WaitFor.h"
 
 namespace tavorin {

@@ -2,20 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <filesystem>
 #include <future>
 
-#include "GeneratedPublisher.h"
+#include "peers/NginxRtmp.h"
 #include "streaming/rtmp/RTMPMediaMessage.h"
 #include "streaming/rtmp/RTMPTimestamp.h"
 #include "support/ChildProcess.h"
 #include "support/Ffprobe.h"
-#include "support/NginxRtmp.h"
+#include "support/GeneratedPublisher.h"
+#include "support/TempDir.h"
 
 namespace tavorin {
 namespace {
 
-using testing::number;
 using testing::packetTimes;
 using testing::probe;
 using testing::streamOf;
@@ -52,18 +52,37 @@ void expectGeneratedRecording(const std::filesystem::path& file, double seconds)
   EXPECT_NEAR(videoTimes.back() - videoTimes.front() + 1.0 / 30, seconds, 1.0 / 30);
 }
 
-TEST(RTMPStreamPublish, TenSecondsToNginxOverRtmpAndThreeOverRtmps) {
+// Publishes over rtmp and rtmps to one nginx, then the refusals a real server gives.
+TEST(RTMPStreamPublish, ToNginxOverRtmpAndRtmpsAndItsRefusals) {
   testing::NginxRtmp nginx;
-  auto plain = request(nginx.url("live"), "plain", 10);
-  auto report = testing::publishGenerated(plain);
+  auto report = testing::publishGenerated(request(nginx.url("live"), "plain", 10));
   ASSERT_EQ(report.error, "");
   expectGeneratedRecording(nginx.recording("live", "plain"), 10);
 
   auto secure = request(nginx.rtmpsURL("live"), "secure", 3);
-  secure.trustedCertificates = nginx.dir() / "cert.pem";
+  secure.trustedCertificates = nginx.certificate();
   report = testing::publishGenerated(secure);
   ASSERT_EQ(report.error, "");
   expectGeneratedRecording(nginx.recording("live", "secure"), 3);
+
+  // An application the server does not have refuses the connect.
+  report = testing::publishGenerated(request(nginx.url("nosuchapp"), "k", 1));
+  EXPECT_NE(report.error.find("requestFailed"), std::string::npos) << report.error;
+  // A key the server's check turns down: nginx hangs up without a status.
+  report = testing::publishGenerated(request(nginx.url("auth"), "badkey", 1));
+  EXPECT_NE(report.error.find("NetConnection.Connect.Closed"), std::string::npos) << report.error;
+  EXPECT_FALSE(std::filesystem::exists(nginx.recording("auth", "badkey")));
+  // A key already live is a bad name.
+  RTMPConnection first;
+  auto stream = RTMPStream::make(first);
+  std::promise<RTMPResult> connected;
+  first.connect(nginx.url("live"), {}, [&](RTMPResult result) { connected.set_value(result); });
+  ASSERT_TRUE(connected.get_future().get().ok());
+  std::promise<RTMPStreamResult> published;
+  stream->publish("taken", RTMPStream::HowToPublish::live, [&](RTMPStreamResult result) { published.set_value(result); });
+  ASSERT_TRUE(published.get_future().get().ok());
+  report = testing::publishGenerated(request(nginx.url("live"), "taken", 1));
+  EXPECT_NE(report.error.find("NetStream.Publish.BadName"), std::string::npos) << report.error;
 }
 
 TEST(RTMPStreamPublish, ToFfmpegsOwnListener) {
@@ -83,27 +102,6 @@ TEST(RTMPStreamPublish, ToFfmpegsOwnListener) {
   ASSERT_EQ(report.error, "");
   ASSERT_EQ(listener.wait(15), 0) << testing::readFile(dir / "ffmpeg.log");
   expectGeneratedRecording(output, 3);
-}
-
-TEST(RTMPStreamPublish, RefusedPublishesEndWithTheServersReason) {
-  testing::NginxRtmp nginx;
-  // An application the server does not have refuses the connect.
-  auto report = testing::publishGenerated(request(nginx.url("nosuchapp"), "k", 1));
-  EXPECT_NE(report.error.find("requestFailed"), std::string::npos) << report.error;
-  // A key the server's check turns down: nginx hangs up without a status.
-  report = testing::publishGenerated(request(nginx.url("auth"), "badkey", 1));
-  EXPECT_NE(report.error.find("NetConnection.Connect.Closed"), std::string::npos) << report.error;
-  // A key already live is a bad name.
-  RTMPConnection first;
-  auto stream = RTMPStream::make(first);
-  std::promise<RTMPResult> connected;
-  first.connect(nginx.url("live"), {}, [&](RTMPResult result) { connected.set_value(result); });
-  ASSERT_TRUE(connected.get_future().get().ok());
-  std::promise<RTMPStreamResult> published;
-  stream->publish("taken", RTMPStream::HowToPublish::live, [&](RTMPStreamResult result) { published.set_value(result); });
-  ASSERT_TRUE(published.get_future().get().ok());
-  report = testing::publishGenerated(request(nginx.url("live"), "taken", 1));
-  EXPECT_NE(report.error.find("NetStream.Publish.BadName"), std::string::npos) << report.error;
 }
 
 TEST(RTMPStreamMessages, TimestampsCarryTheFractionAndRefuseRepeats) {

@@ -22,9 +22,10 @@ class TonePlayer {
   std::unique_ptr<ChildProcess> player_;
 };
 
-// A PipeWire session of the test's own (tests/peers/pipewire): pipewire,
-// wireplumber and pipewire-pulse on a private bus. While it lives, this
-// process's environment points libpipewire at it.
+// A PipeWire session of the test's own, so tests never touch the user's
+// audio: a session bus, pipewire, wireplumber and pipewire-pulse under a
+// runtime folder of their own. While it lives, this process's environment
+// points libpipewire at it.
 class PrivatePipeWire {
  public:
   // Throws std::runtime_error with the reason (a missing package, a daemon that exited) when it cannot start.
@@ -46,20 +47,23 @@ class PrivatePipeWire {
   // interleaved stereo float at 48 kHz.
   std::vector<float> recordFrom(const std::string& nodeName, double seconds, bool captureSink);
 
-  const std::filesystem::path& dir() const { return dir_.path(); }
-
  private:
-  void runScript(const std::vector<std::string>& args, const std::filesystem::path& output = {});
+  ChildProcess& startDaemon(const std::string& program, std::vector<std::string> arguments);
+  std::string pwCli(const std::vector<std::string>& arguments, const std::string& what);
+  std::optional<std::string> nodeId(const std::string& name);
+  bool waitForNode(const std::string& name, bool present);
+  void addNode(const std::string& mediaClass, const std::string& name, const std::string& description);
+  void link(const std::string& from, const std::string& to);
 
   TempDir dir_;
-  std::string script_;
-  // The exports, undone once the daemons are stopped.
+  // Undone once the daemons are stopped.
   ScopedEnvironment environment_;
+  // In start order; stopped in reverse.
+  std::vector<std::pair<std::string, std::unique_ptr<ChildProcess>>> daemons_;
+  std::string pwCli_;
+  std::string pwLink_;
   int players_ = 0;
   int recordings_ = 0;
 };
-
-// The samples of a 32-bit float WAV file, interleaved; throws on any other kind of file.
-std::vector<float> readFloatWav(const std::filesystem::path& path, int* channels = nullptr, int* sampleRate = nullptr);
 
 }  // namespace tavorin::testing

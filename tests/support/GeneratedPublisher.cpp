@@ -1,4 +1,4 @@
-#include "GeneratedPublisher.h"
+#include "support/GeneratedPublisher.h"
 
 #include <cmath>
 #include <cstring>

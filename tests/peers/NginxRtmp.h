@@ -1,15 +1,16 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
-#include <vector>
 
+#include "support/ChildProcess.h"
 #include "support/TempDir.h"
 
 namespace tavorin::testing {
 
-// An nginx RTMP/RTMPS server of the test's own (tests/peers/nginx-rtmp) on
-// free loopback ports. Applications "live", "live2" and "live3" record every
+// An nginx RTMP server of the test's own on free loopback ports, with a TLS
+// front for rtmps. Applications "live", "live2" and "live3" record every
 // stream key; "auth" accepts only the key "goodkey" and records it too.
 class NginxRtmp {
  public:
@@ -19,37 +20,24 @@ class NginxRtmp {
   NginxRtmp(const NginxRtmp&) = delete;
   NginxRtmp& operator=(const NginxRtmp&) = delete;
 
-  int rtmpPort() const { return rtmpPort_; }
-  int rtmpsPort() const { return rtmpsPort_; }
-  int httpPort() const { return httpPort_; }
-
   // "rtmp://127.0.0.1:PORT/app" and "rtmps://127.0.0.1:PORT/app", without a stream key.
   std::string url(const std::string& app) const;
   std::string rtmpsURL(const std::string& app) const;
 
+  // The self-signed certificate of the rtmps front, for a client to trust.
+  std::filesystem::path certificate() const { return dir_ / "cert.pem"; }
+
   // Where the server records the stream `key` published to `app`.
   std::filesystem::path recording(const std::string& app, const std::string& key) const;
 
-  // Ends the server, as a crash would for its clients; restart() brings it
-  // back on the same ports.
-  void stop();
-  void restart();
-
-  const std::filesystem::path& dir() const { return dir_.path(); }
-
  private:
-  void start();
-  void runScript(const std::string& command, const std::filesystem::path& output = {});
+  void writeConfig() const;
 
   TempDir dir_;
-  std::string script_;
   int rtmpPort_ = 0;
   int rtmpsPort_ = 0;
   int httpPort_ = 0;
+  std::unique_ptr<ChildProcess> server_;
 };
-
-// Publishes test video and audio for `seconds` with the ffmpeg command line;
-// true when ffmpeg ended without an error.
-bool publishWithFfmpeg(const std::string& url, double seconds, const std::filesystem::path& logFile);
 
 }  // namespace tavorin::testing

@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -13,6 +14,9 @@
 #include "streaming/rtmp/RTMPCommandMessage.h"
 
 namespace tavorin::testing {
+
+// The status object of an onStatus or a connect answer.
+AMFObject statusObject(const std::string& code, const std::string& level, const std::string& description = "");
 
 // One accepted connection, seen from the server's side, with blocking reads
 // that give up after a few seconds.
@@ -26,14 +30,22 @@ class ScriptedPeer {
   bool handshake();
   // The next whole message, or nothing when the client went quiet or away.
   std::optional<RTMPMessage> readMessage();
+  // Whether a read found the connection closed.
+  bool clientGone() const { return gone_; }
   // The next command, skipping everything else.
   std::optional<RTMPCommandMessage> readCommand();
   void send(const RTMPMessage& message, std::uint32_t chunkStreamId = 3);
   void sendCommand(const std::string& name, double transactionId, AMFList arguments, std::uint32_t streamId = 0);
+  // Handshake, connect and createStream as a server answers them, then the
+  // publish with this status; false when the client went away first.
+  bool acceptPublish(const std::string& code = "NetStream.Publish.Start", const std::string& level = "status");
+  // Reads until the client goes, or stays quiet for a few seconds.
+  void drain();
   void closeNow();
 
  private:
   int fd_;
+  bool gone_ = false;
   RTMPChunkReader reader_;
   RTMPChunkBuffer writer_;
   std::vector<RTMPMessage> pending_;
@@ -47,6 +59,9 @@ class ScriptedRTMPServer {
   ~ScriptedRTMPServer();
 
   int port() const { return port_; }
+  std::string url(const std::string& app = "live") const {
+    return "rtmp://127.0.0.1:" + std::to_string(port_) + "/" + app;
+  }
   int connections() const { return connections_; }
 
  private:

@@ -1,4 +1,4 @@
-#include "ScriptedRTMPServer.h"
+#include "peers/ScriptedRTMPServer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -16,6 +16,10 @@ constexpr int kReadTimeoutMs = 4000;
 
 }  // namespace
 
+AMFObject statusObject(const std::string& code, const std::string& level, const std::string& description) {
+  return AMFObject{{"code", code}, {"level", level}, {"description", description}};
+}
+
 bool ScriptedPeer::readExactly(std::size_t count, std::vector<std::uint8_t>& into) {
   into.resize(count);
   std::size_t have = 0;
@@ -23,7 +27,8 @@ bool ScriptedPeer::readExactly(std::size_t count, std::vector<std::uint8_t>& int
     pollfd ready{fd_, POLLIN, 0};
     if (::poll(&ready, 1, kReadTimeoutMs) <= 0) return false;
     const auto n = ::read(fd_, into.data() + have, count - have);
-    if (n <= 0) return false;
+    gone_ = n <= 0;
+    if (gone_) return false;
     have += static_cast<std::size_t>(n);
   }
   return true;
@@ -55,7 +60,8 @@ std::optional<RTMPMessage> ScriptedPeer::readMessage() {
     if (::poll(&ready, 1, kReadTimeoutMs) <= 0) return std::nullopt;
     std::uint8_t block[4096];
     const auto n = ::read(fd_, block, sizeof block);
-    if (n <= 0) return std::nullopt;
+    gone_ = n <= 0;
+    if (gone_) return std::nullopt;
     pending_ = reader_.read(std::span<const std::uint8_t>(block, static_cast<std::size_t>(n)));
   }
   auto message = std::move(pending_.front());
@@ -82,6 +88,26 @@ void ScriptedPeer::sendCommand(const std::string& name, double transactionId, AM
   command.transactionId = transactionId;
   command.arguments = std::move(arguments);
   send(command.toMessage());
+}
+
+bool ScriptedPeer::acceptPublish(const std::string& code, const std::string& level) {
+  if (!handshake()) return false;
+  while (auto command = readCommand()) {
+    if (command->commandName == "connect") {
+      sendCommand("_result", command->transactionId, {statusObject("NetConnection.Connect.Success", "status")});
+    } else if (command->commandName == "createStream") {
+      sendCommand("_result", command->transactionId, {1.0});
+    } else if (command->commandName == "publish") {
+      sendCommand("onStatus", 0, {statusObject(code, level)}, command->streamId);
+      return true;
+    }
+  }
+  return false;
+}
+
+void ScriptedPeer::drain() {
+  std::vector<std::uint8_t> rest;
+  readExactly(1 << 20, rest);
 }
 
 void ScriptedPeer::closeNow() {
