@@ -50,6 +50,13 @@ class AudioBackend {
   virtual std::vector<AudioInputDevice> inputDevices() const = 0;
   // The machine's default output, when it has one.
   virtual std::optional<std::string> defaultOutputUID() const = 0;
+  // The output with the stable `uid`, when it is present now.
+  std::optional<AudioOutputDevice> outputWithUID(const std::string& uid) const {
+    for (AudioOutputDevice& device : outputDevices()) {
+      if (device.uid == uid) return std::move(device);
+    }
+    return std::nullopt;
+  }
   // 48 kHz stereo playback into `device`, pulling `render`.
   virtual std::unique_ptr<AudioPort> makeOutput(const AudioOutputDevice& device, const std::string& streamName,
                                                 AudioRender render) = 0;

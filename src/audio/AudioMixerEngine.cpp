@@ -1,7 +1,6 @@
 #include "audio/AudioMixerEngine.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 
 #include "audio/DeviceAudioChannel.h"
@@ -23,9 +22,13 @@ std::string trimmed(const std::string& text) {
 
 AudioMixerEngine::AudioMixerEngine(MainQueue& queue, MixerSettings settings, AudioBackend* backend,
                                    std::filesystem::path logFile)
-    : queue_(queue), settings_(std::move(settings)), backend_(backend), log_(std::move(logFile)) {
+    : queue_(queue),
+      settings_(std::move(settings)),
+      backend_(backend),
+      log_(std::move(logFile)),
+      monitorBuses_(settings_, backend_, log_, [this](const std::string& busID) { return monitorFeeds(busID); }) {
   programBus_.setTap(std::make_unique<AudioTap>([this](const PcmBuffer& block, double time) { fanOut(block, time); }));
-  loadMonitors();
+  monitors = monitorBuses_.infos();
   channelFilters = settings_.channelFilters;
   recordAllAudio = settings_.recordAllAudio;
   recordAudioIDs = settings_.recordAudioIDs;
@@ -54,7 +57,7 @@ AudioMixerEngine::~AudioMixerEngine() {
   // thread ends before the sinks it calls.
   programBus_.stop();
   programBus_.setTap(nullptr);
-  for (auto& bus : monitorBuses_) bus.bus->stop();
+  monitorBuses_.stop();
   for (auto& [id, processor] : processors_) processor->stop();
 }
 
@@ -106,11 +109,6 @@ void AudioMixerEngine::registerChannel(std::shared_ptr<AudioTrackProcessor> proc
     if (saved->name) info.name = *saved->name;
   }
   info.cue = false;  // a solo never survives a restart
-  processor->level = info.level;
-  processor->air = info.air;
-  processor->cue = false;
-  processor->monitor = info.monitor;
-  processor->afv = info.afv;
   if (auto it = channelFilters->find(info.id); it != channelFilters->end()) processor->filterChain.apply(it->second);
   processors_[info.id] = std::move(processor);
   channels.modify([&](std::vector<ChannelInfo>& list) { list.push_back(std::move(info)); });
@@ -139,8 +137,12 @@ std::shared_ptr<AudioTrackProcessor> AudioMixerEngine::addSourceChannel(const st
                                                                         std::optional<std::string> videoSourceID) {
   if (auto existing = processor(id)) return existing;
   auto channel = std::make_shared<AudioTrackProcessor>(id, name, &log_);
-  channel->videoSourceID = std::move(videoSourceID);
-  registerChannel(channel, ChannelInfo{.id = id, .name = name, .air = true, .afv = afvDefault, .icon = icon});
+  registerChannel(channel, ChannelInfo{.id = id,
+                                       .name = name,
+                                       .air = true,
+                                       .afv = afvDefault,
+                                       .videoSourceID = std::move(videoSourceID),
+                                       .icon = icon});
   return channel;
 }
 
@@ -224,12 +226,14 @@ void AudioMixerEngine::sortChannels() {
 // Routing
 
 void AudioMixerEngine::applyRouting() {
-  const bool anyCue = std::any_of(processors_.begin(), processors_.end(), [](const auto& p) { return p.second->cue; });
-  for (auto& [id, processor] : processors_) {
-    const float programGain = processor->air ? processor->level : 0.0f;
-    const bool selected = anyCue ? processor->cue : processor->monitor;
-    const float monitorGain = selected ? processor->level : 0.0f;
-    processor->programFeed()->setGain(programGain);
+  const auto& list = channels.get();
+  const bool anyCue = std::any_of(list.begin(), list.end(), [](const ChannelInfo& c) { return c.cue; });
+  for (const ChannelInfo& c : list) {
+    auto processor = this->processor(c.id);
+    if (!processor) continue;
+    const bool selected = anyCue ? c.cue : c.monitor;
+    const float monitorGain = selected ? c.level : 0.0f;
+    processor->programFeed()->setGain(c.air ? c.level : 0.0f);
     for (const auto& [bus, feed] : processor->monitorFeeds()) feed->setGain(monitorGain);
   }
 }
@@ -241,11 +245,10 @@ bool AudioMixerEngine::hasChannel(const std::string& id) const {
 
 template <class Fn>
 void AudioMixerEngine::changeRouting(const std::string& id, bool apply, Fn&& fn) {
-  auto processor = this->processor(id);
-  if (!processor || !hasChannel(id)) return;
+  if (!hasChannel(id)) return;
   channels.modify([&](std::vector<ChannelInfo>& list) {
     for (ChannelInfo& c : list) {
-      if (c.id == id) fn(c, *processor);
+      if (c.id == id) fn(c);
     }
   });
   if (apply) applyRouting();
@@ -254,32 +257,31 @@ void AudioMixerEngine::changeRouting(const std::string& id, bool apply, Fn&& fn)
 
 void AudioMixerEngine::setLevel(const std::string& id, float level) {
   level = std::clamp(level, 0.0f, 2.0f);
-  changeRouting(id, true, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.level = p.level = level; });
+  changeRouting(id, true, [&](ChannelInfo& c) { c.level = level; });
 }
 void AudioMixerEngine::setAir(const std::string& id, bool on) {
-  changeRouting(id, true, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.air = p.air = on; });
+  changeRouting(id, true, [&](ChannelInfo& c) { c.air = on; });
 }
 void AudioMixerEngine::setCue(const std::string& id, bool on) {
-  changeRouting(id, true, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.cue = p.cue = on; });
+  changeRouting(id, true, [&](ChannelInfo& c) { c.cue = on; });
 }
 void AudioMixerEngine::setMonitor(const std::string& id, bool on) {
-  changeRouting(id, true, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.monitor = p.monitor = on; });
+  changeRouting(id, true, [&](ChannelInfo& c) { c.monitor = on; });
 }
 void AudioMixerEngine::setAFV(const std::string& id, bool on) {
-  changeRouting(id, false, [&](ChannelInfo& c, AudioTrackProcessor& p) { c.afv = p.afv = on; });
+  changeRouting(id, false, [&](ChannelInfo& c) { c.afv = on; });
 }
 
 void AudioMixerEngine::renameChannel(const std::string& id, const std::string& name) {
   const std::string clean = trimmed(name);
   if (clean.empty()) return;
-  changeRouting(id, false, [&](ChannelInfo& c, AudioTrackProcessor&) { c.name = clean; });
+  changeRouting(id, false, [&](ChannelInfo& c) { c.name = clean; });
 }
 
 void AudioMixerEngine::clearCues() {
   channels.modify([](std::vector<ChannelInfo>& list) {
     for (ChannelInfo& c : list) c.cue = false;
   });
-  for (auto& [id, processor] : processors_) processor->cue = false;
   applyRouting();
   saveRouting();
 }
@@ -301,9 +303,7 @@ void AudioMixerEngine::moveChannel(const std::string& id, const std::string& bef
 void AudioMixerEngine::followProgram(const std::set<std::string>& sourceIDs) {
   channels.modify([&](std::vector<ChannelInfo>& list) {
     for (ChannelInfo& c : list) {
-      auto processor = this->processor(c.id);
-      if (!processor || !c.afv || !processor->videoSourceID) continue;
-      c.air = processor->air = sourceIDs.contains(*processor->videoSourceID);
+      if (c.afv && c.videoSourceID) c.air = sourceIDs.contains(*c.videoSourceID);
     }
   });
   applyRouting();
@@ -332,104 +332,43 @@ void AudioMixerEngine::setProgramMuted(bool on) {
   applyProgramVolume();
 }
 
-AudioBus* AudioMixerEngine::monitorBus(const std::string& id) {
-  for (auto& bus : monitorBuses_) {
-    if (bus.id == id) return bus.bus.get();
-  }
-  return nullptr;
-}
-
 std::string AudioMixerEngine::addMonitor(const std::string& name) {
-  const auto uptime = std::chrono::duration_cast<std::chrono::milliseconds>(
-                          std::chrono::steady_clock::now().time_since_epoch())
-                          .count();
-  MonitorBus bus;
-  bus.id = "monitor." + std::to_string(monitorBuses_.size()) + "-" + std::to_string(channels->size()) + "-" +
-           std::to_string(uptime);
-  bus.name = name;
-  monitorBuses_.push_back(std::move(bus));
-  rebuildMonitor(monitorBuses_.back());
-  publishMonitors();
-  saveMonitors();
-  return monitorBuses_.back().id;
+  const std::string id = monitorBuses_.add(name);
+  monitorsChanged();
+  return id;
 }
 
 void AudioMixerEngine::removeMonitor(const std::string& id) {
-  if (monitorBuses_.size() < 2) return;
-  auto it = std::find_if(monitorBuses_.begin(), monitorBuses_.end(), [&](const MonitorBus& b) { return b.id == id; });
-  if (it == monitorBuses_.end()) return;
-  it->bus->stop();
-  it->bus->setFeeds({});
+  if (!monitorBuses_.remove(id)) return;
   for (auto& [channel, processor] : processors_) processor->removeMonitorFeed(id);
-  monitorBuses_.erase(it);
-  publishMonitors();
-  saveMonitors();
+  monitorsChanged();
 }
 
 void AudioMixerEngine::renameMonitor(const std::string& id, const std::string& name) {
   const std::string clean = trimmed(name);
   if (clean.empty()) return;
-  for (auto& bus : monitorBuses_) {
-    if (bus.id == id) bus.name = clean;
-  }
-  publishMonitors();
-  saveMonitors();
+  monitorBuses_.rename(id, clean);
+  monitorsChanged();
 }
 
 void AudioMixerEngine::setMonitorDevice(const std::string& id, std::optional<AudioOutputDevice> device) {
-  for (auto& bus : monitorBuses_) {
-    if (bus.id != id) continue;
-    bus.device = device;
-    bus.savedUID = device ? std::optional<std::string>(device->uid) : std::nullopt;
-    rebuildMonitor(bus);
-  }
-  publishMonitors();
-  saveMonitors();
+  monitorBuses_.setDevice(id, std::move(device));
+  monitorsChanged();
 }
 
 void AudioMixerEngine::setMonitorGain(const std::string& id, float gain) {
-  for (auto& bus : monitorBuses_) {
-    if (bus.id != id) continue;
-    bus.gain = gain;
-    bus.bus->setOutputVolume(bus.muted ? 0.0f : gain);
-  }
-  publishMonitors();
-  saveMonitors();
+  monitorBuses_.setGain(id, gain);
+  monitorsChanged();
 }
 
 void AudioMixerEngine::setMonitorMuted(const std::string& id, bool on) {
-  for (auto& bus : monitorBuses_) {
-    if (bus.id != id) continue;
-    bus.muted = on;
-    bus.bus->setOutputVolume(on ? 0.0f : bus.gain);
-  }
-  publishMonitors();
-  saveMonitors();
+  monitorBuses_.setMuted(id, on);
+  monitorsChanged();
 }
 
 void AudioMixerEngine::restoreMonitors() {
-  for (auto& bus : monitorBuses_) {
-    if (bus.device || !bus.savedUID) continue;
-    if (auto device = outputForUID(*bus.savedUID)) {
-      bus.device = device;
-      rebuildMonitor(bus);
-    }
-  }
-  publishMonitors();
-}
-
-void AudioMixerEngine::publishMonitors() {
-  std::vector<MonitorInfo> infos;
-  for (const MonitorBus& bus : monitorBuses_) {
-    infos.push_back(MonitorInfo{.id = bus.id,
-                                .name = bus.name,
-                                .gain = bus.gain,
-                                .muted = bus.muted,
-                                .deviceUID = bus.device ? std::optional<std::string>(bus.device->uid) : bus.savedUID,
-                                .removable = bus.id != kHeadphonesID,
-                                .connected = bus.device.has_value() || !bus.savedUID});
-  }
-  monitors = std::move(infos);
+  monitorBuses_.restore();
+  monitorsChanged(false);
 }
 
 std::string AudioMixerEngine::monitorLabel() const {
@@ -489,11 +428,7 @@ void AudioMixerEngine::toggleRecordAudio(const std::string& id) {
 // Rebuilds
 
 std::optional<AudioOutputDevice> AudioMixerEngine::outputForUID(const std::string& uid) const {
-  if (!backend_) return std::nullopt;
-  for (const AudioOutputDevice& device : backend_->outputDevices()) {
-    if (device.uid == uid) return device;
-  }
-  return std::nullopt;
+  return backend_ ? backend_->outputWithUID(uid) : std::nullopt;
 }
 
 void AudioMixerEngine::rebuildProgram() {
@@ -513,22 +448,11 @@ void AudioMixerEngine::rebuildProgram() {
   }
 }
 
-void AudioMixerEngine::rebuildMonitor(MonitorBus& bus) {
-  bus.bus->stop();
-  std::vector<std::shared_ptr<AudioLiveFeed>> feeds;
-  for (auto& [id, processor] : processors_) {
-    auto feed = processor->monitorFeed(bus.id);
-    feed->ring.reset();
-    feeds.push_back(std::move(feed));
-  }
-  bus.bus->setFeeds(std::move(feeds));
-  bus.bus->setOutputVolume(bus.muted ? 0.0f : bus.gain);
+MonitorBuses::Feeds AudioMixerEngine::monitorFeeds(const std::string& busID) {
+  MonitorBuses::Feeds feeds;
+  for (auto& [id, processor] : processors_) feeds.push_back(processor->monitorFeed(busID));
   applyRouting();  // a feed made just now starts at unity
-  if (!backend_ || !bus.device || processors_.empty()) return;
-  std::string error;
-  if (!bus.bus->start(*backend_, *bus.device, "Tavorin " + bus.name, &error)) {
-    audioLog("AudioMixer monitor ‘" + bus.name + "’ engine start failed: " + error);
-  }
+  return feeds;
 }
 
 void AudioMixerEngine::rebuildAll() {
@@ -536,7 +460,7 @@ void AudioMixerEngine::rebuildAll() {
   audioLog("rebuildAll (program: " + (output ? output->name : std::string("none")) +
            ", monitors: " + std::to_string(monitorBuses_.size()) + ")");
   rebuildProgram();
-  for (auto& bus : monitorBuses_) rebuildMonitor(bus);
+  monitorBuses_.rebuildAll();
 }
 
 void AudioMixerEngine::scheduleRebuild() {
@@ -568,10 +492,8 @@ void AudioMixerEngine::rebindOutputs() {
       programOutputOffline = true;
     }
   }
-  for (auto& bus : monitorBuses_) {
-    if (bus.savedUID) bus.device = outputForUID(*bus.savedUID);
-  }
-  publishMonitors();
+  monitorBuses_.rebindDevices();
+  monitorsChanged(false);
 }
 
 // Meters and health
@@ -583,14 +505,16 @@ void AudioMixerEngine::meterTick() {
     auto it = map.find(id);
     return it == map.end() ? 0.0f : it->second;
   };
-  for (auto& [id, processor] : processors_) {
-    const float raw = processor->meterLevel.load() * processor->level;
-    next.inputs[id] = std::max(raw, before(previous.inputs, id) * 0.8f);
-    next.peaks[id] = std::max(raw, before(previous.peaks, id) * 0.94f);
+  for (const ChannelInfo& c : channels.get()) {
+    auto processor = this->processor(c.id);
+    if (!processor) continue;
+    const float raw = processor->meterLevel.load() * c.level;
+    next.inputs[c.id] = std::max(raw, before(previous.inputs, c.id) * 0.8f);
+    next.peaks[c.id] = std::max(raw, before(previous.peaks, c.id) * 0.94f);
     // A stalled channel falls to silence.
     processor->meterLevel.store(processor->meterLevel.load() * 0.5f);
   }
-  for (const auto& bus : monitorBuses_) next.monitors[bus.id] = bus.bus->meterRaw();
+  next.monitors = monitorBuses_.meterLevels();
   next.program = programBus_.meterRaw();
   meters = std::move(next);
   if (++healthTick_ % 15 == 0) refreshHealth();

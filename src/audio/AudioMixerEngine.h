@@ -16,7 +16,7 @@
 #include "audio/AudioMeters.h"
 #include "audio/AudioTrackProcessor.h"
 #include "audio/ChannelInfo.h"
-#include "audio/MonitorBus.h"
+#include "audio/MonitorBuses.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
 #include "model/AudioFilterConfig.h"
@@ -35,7 +35,7 @@ class AudioMixerEngine {
   using AudioSink = std::function<void(const PcmBuffer& buffer, double time)>;
 
   static constexpr double kMeterInterval = 1.0 / 15;
-  static constexpr const char* kHeadphonesID = "monitor.headphones";
+  static constexpr const char* kHeadphonesID = MonitorBuses::kHeadphonesID;
 
   // `backend` may be null (no audio service): channels and routing still work
   // and no bus plays. `settings` is what the mixer kept last time.
@@ -130,7 +130,7 @@ class AudioMixerEngine {
 
   // For tests and benchmarks: the buses as the devices pull them.
   AudioBus& programBus() { return programBus_; }
-  AudioBus* monitorBus(const std::string& id);
+  AudioBus* monitorBus(const std::string& id) { return monitorBuses_.bus(id); }
   // One meter tick at once.
   void meterTick();
 
@@ -143,6 +143,7 @@ class AudioMixerEngine {
   };
 
   void registerChannel(std::shared_ptr<AudioTrackProcessor> processor, ChannelInfo info);
+  // Sets every feed's gain from the channels' routing.
   void applyRouting();
   bool hasChannel(const std::string& id) const;
   template <class Fn>
@@ -150,18 +151,17 @@ class AudioMixerEngine {
   void sortChannels();
   void rebuildAll();
   void rebuildProgram();
-  void rebuildMonitor(MonitorBus& bus);
+  MonitorBuses::Feeds monitorFeeds(const std::string& busID);
   void rebindOutputs();
   void applyProgramVolume();
-  void publishMonitors();
   void refreshHealth();
   void fanOut(const PcmBuffer& buffer, double time);
   std::optional<AudioOutputDevice> outputForUID(const std::string& uid) const;
 
   // Persistence.
   void reportSettings();
-  void loadMonitors();
-  void saveMonitors();
+  // Publishes the buses' view and, with `keep`, reports them as settings.
+  void monitorsChanged(bool keep = true);
   std::optional<ChannelRouting> savedRouting(const std::string& id) const;
   void saveRouting();
   void changeFilters(const std::string& channel, const std::function<void(std::vector<AudioFilterConfig>&)>& fn);
@@ -171,7 +171,8 @@ class AudioMixerEngine {
   AudioBackend* backend_;
   AudioLog log_;
   AudioBus programBus_;
-  std::vector<MonitorBus> monitorBuses_;
+  MonitorBuses monitorBuses_;
+  // The channels' capture and feeds; their routing is in `channels`.
   std::map<std::string, std::shared_ptr<AudioTrackProcessor>> processors_;
   std::optional<std::string> programSavedUID_;
   bool rebuildPending_ = false;

@@ -33,34 +33,10 @@ void AudioMixerEngine::changeFilters(const std::string& channel,
   reportSettings();
 }
 
-void AudioMixerEngine::loadMonitors() {
-  monitorBuses_.clear();
-  for (const MonitorSettings& stored : settings_.monitors) {
-    MonitorBus bus;
-    bus.id = stored.id;
-    bus.name = stored.name;
-    bus.gain = stored.gain;
-    bus.muted = stored.muted;
-    bus.savedUID = stored.deviceUID;
-    monitorBuses_.push_back(std::move(bus));
-  }
-  if (monitorBuses_.empty()) {
-    MonitorBus bus;
-    bus.id = kHeadphonesID;
-    bus.name = "Headphones";
-    bus.savedUID = settings_.previewOutputUID;
-    bus.gain = settings_.cueMasterGain;
-    monitorBuses_.push_back(std::move(bus));
-  }
-  publishMonitors();
-}
-
-void AudioMixerEngine::saveMonitors() {
-  settings_.monitors.clear();
-  for (const MonitorBus& bus : monitorBuses_) {
-    const auto uid = bus.device ? std::optional<std::string>(bus.device->uid) : bus.savedUID;
-    settings_.monitors.push_back(MonitorSettings{bus.id, bus.name, bus.gain, bus.muted, uid});
-  }
+void AudioMixerEngine::monitorsChanged(bool keep) {
+  monitors = monitorBuses_.infos();
+  if (!keep) return;
+  settings_.monitors = monitorBuses_.settings();
   reportSettings();
 }
 

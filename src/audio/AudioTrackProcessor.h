@@ -34,14 +34,6 @@ class AudioTrackProcessor {
   const std::string id;
   const std::string name;
 
-  // The mixer's copies of the routing; main thread.
-  float level = 1.0f;
-  bool air = true;
-  bool cue = false;
-  bool monitor = true;
-  bool afv = false;
-  std::optional<std::string> videoSourceID;
-
   // Capture control; plain channels fed by a source have nothing to start.
   virtual void start() {}
   virtual void stop() {}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace tavorin {
@@ -13,6 +14,7 @@ struct ChannelInfo {
   bool cue = false;    // soloed on the monitor buses
   bool monitor = true; // goes to the monitor buses
   bool afv = false;    // air follows whether the channel's video source is on Program
+  std::optional<std::string> videoSourceID{};  // the video source afv follows; none for plain inputs
   bool removable = true;
   std::string icon;
   friend bool operator==(const ChannelInfo&, const ChannelInfo&) = default;

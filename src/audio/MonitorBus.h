@@ -26,7 +26,7 @@ struct MonitorInfo {
   std::string name;
   float gain = 1.0f;
   bool muted = false;
-  std::optional<std::string> deviceUID;
+  std::optional<std::string> deviceUID{};
   bool removable = true;
   bool connected = true;
   friend bool operator==(const MonitorInfo&, const MonitorInfo&) = default;

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -44,31 +45,35 @@ class MixerRouting : public ::testing::Test {
   std::unique_ptr<AudioMixerEngine> mixer;
 };
 
-TEST_F(MixerRouting, FadersAirAndCuesDecideWhatEachBusCarries) {
+TEST_F(MixerRouting, FadersAirCuesAndMonitorVolumeDecideWhatEachBusCarries) {
   mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
   mixer->addSourceChannel("b", "B", "mic", false, std::nullopt);
-  mixer->setLevel("a", 0.5f);
-  mixer->setMonitor("a", false);
-  feed("a", 0.2f);
-  feed("b", 0.1f);
   AudioBus& monitor = *mixer->monitorBus(AudioMixerEngine::kHeadphonesID);
-  EXPECT_NEAR(settled(mixer->programBus()), 0.5f * 0.2f + 0.1f, 1e-6);  // each gain once
-  EXPECT_NEAR(settled(monitor), 0.1f, 1e-6);
-
-  // A cue takes the monitors over, whatever the monitor flags say; Program stays.
-  mixer->setCue("a", true);
-  EXPECT_EQ(mixer->monitorLabel(), "soloing A");
-  feed("a", 0.2f);
-  feed("b", 0.1f);
-  EXPECT_NEAR(settled(monitor), 0.1f, 1e-6);
-  EXPECT_NEAR(settled(mixer->programBus()), 0.2f, 1e-6);
-  mixer->clearCues();
-  EXPECT_EQ(mixer->monitorLabel(), "monitor mix");
-
-  mixer->setAir("b", false);
-  feed("a", 0.2f);
-  feed("b", 0.1f);
-  EXPECT_NEAR(settled(mixer->programBus()), 0.1f, 1e-6);
+  const std::string headphones = AudioMixerEngine::kHeadphonesID;
+  struct Step {
+    const char* what;
+    std::function<void()> change;
+    float program, monitor;
+    const char* label;
+  };
+  // a plays 0.2 and b 0.3 each time; each gain acts once.
+  const Step steps[] = {
+      {"a at half, off the monitors", [&] { mixer->setLevel("a", 0.5f); mixer->setMonitor("a", false); }, 0.4f, 0.3f,
+       "monitor mix"},
+      {"a cued: the cue takes the monitors over", [&] { mixer->setCue("a", true); }, 0.4f, 0.1f, "soloing A"},
+      {"cues cleared, b off air", [&] { mixer->clearCues(); mixer->setAir("b", false); }, 0.1f, 0.3f, "monitor mix"},
+      {"monitor at half", [&] { mixer->setMonitorGain(headphones, 0.5f); }, 0.1f, 0.15f, "monitor mix"},
+      {"monitor muted", [&] { mixer->setMonitorMuted(headphones, true); }, 0.1f, 0.0f, "monitor mix"},
+      {"monitor unmuted", [&] { mixer->setMonitorMuted(headphones, false); }, 0.1f, 0.15f, "monitor mix"},
+  };
+  for (const Step& step : steps) {
+    step.change();
+    feed("a", 0.2f);
+    feed("b", 0.3f);
+    EXPECT_NEAR(settled(mixer->programBus()), step.program, 1e-6) << step.what;
+    EXPECT_NEAR(settled(monitor), step.monitor, 1e-6) << step.what;
+    EXPECT_EQ(mixer->monitorLabel(), step.label) << step.what;
+  }
 }
 
 TEST_F(MixerRouting, MasterGainActsOnTheDeviceButNotOnTheSinks) {
@@ -103,35 +108,30 @@ TEST_F(MixerRouting, AudioFollowsVideoOnlyForChannelsWithAVideoSource) {
 }
 
 TEST_F(MixerRouting, RoutingOrderAndMonitorsSurviveARestartButCuesDoNot) {
-  ASSERT_EQ(mixer->monitors->size(), 1u);
-  EXPECT_EQ(mixer->monitors.get()[0].id, AudioMixerEngine::kHeadphonesID) << "with nothing stored";
-  EXPECT_FALSE(mixer->monitors.get()[0].removable);
+  using Monitors = std::vector<MonitorInfo>;
+  EXPECT_EQ(mixer->monitors.get(), (Monitors{{.id = AudioMixerEngine::kHeadphonesID, .name = "Headphones",
+                                              .removable = false}}))
+      << "with nothing stored";
   mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
   mixer->addSourceChannel("b", "B", "mic", false, std::nullopt);
   mixer->setLevel("a", 1.5f);
   mixer->setCue("a", true);
   mixer->renameChannel("a", "  Host  ");
   mixer->moveChannel("b", "a");
-  const std::string extra = mixer->addMonitor("Stage");
+  const std::string extra = mixer->addMonitor("New");
+  mixer->renameMonitor(extra, "  Stage ");
   mixer->setMonitorGain(extra, 0.25f);
   mixer->removeMonitor(AudioMixerEngine::kHeadphonesID);  // removable while another bus exists
-  EXPECT_EQ(mixer->monitors->size(), 1u);
-  mixer->removeMonitor(extra);  // the last bus stays
-  EXPECT_EQ(mixer->monitors->size(), 1u);
+  mixer->removeMonitor(extra);                             // the last bus stays
+  const Monitors kept{{.id = extra, .name = "Stage", .gain = 0.25f}};
+  EXPECT_EQ(mixer->monitors.get(), kept);
 
   reopen();
   mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
   mixer->addSourceChannel("b", "B", "mic", false, std::nullopt);
-  ASSERT_EQ(mixer->channels->size(), 2u);
-  EXPECT_EQ(mixer->channels.get()[0].id, "b");
-  const ChannelInfo& a = mixer->channels.get()[1];
-  EXPECT_EQ(a.name, "Host");
-  EXPECT_FLOAT_EQ(a.level, 1.5f);
-  EXPECT_FALSE(a.cue);
-  ASSERT_EQ(mixer->monitors->size(), 1u);
-  EXPECT_EQ(mixer->monitors.get()[0].name, "Stage");
-  EXPECT_FLOAT_EQ(mixer->monitors.get()[0].gain, 0.25f);
-  EXPECT_TRUE(mixer->monitors.get()[0].removable);
+  EXPECT_EQ(mixer->channels.get(), (std::vector<ChannelInfo>{{.id = "b", .name = "B", .icon = "mic"},
+                                                             {.id = "a", .name = "Host", .level = 1.5f, .icon = "mic"}}));
+  EXPECT_EQ(mixer->monitors.get(), kept);
 }
 
 TEST_F(MixerRouting, ChannelFiltersRunBeforeTheBusesAndAreRestored) {
@@ -156,16 +156,18 @@ TEST_F(MixerRouting, ChannelFiltersRunBeforeTheBusesAndAreRestored) {
   EXPECT_TRUE(mixer->channelFilters->at("a").empty());
 }
 
-TEST_F(MixerRouting, HealthCountsEachFeedsUnderruns) {
+TEST_F(MixerRouting, MetersFollowTheFaderAndHealthCountsEachFeedsUnderruns) {
   mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
+  mixer->setLevel("a", 0.5f);
   feed("a", 0.1f);  // 8192 frames
+  mixer->meterTick();
+  EXPECT_NEAR(mixer->meters->inputs.at("a"), meterLevel(constant(0.1f)) * 0.5f, 1e-6);
   std::vector<float> left(4096), right(4096);
   for (int i = 0; i < 3; ++i) mixer->programBus().render(left.data(), right.data(), 4096);
-  for (int i = 0; i < 15; ++i) mixer->meterTick();
+  for (int i = 0; i < 14; ++i) mixer->meterTick();
   ASSERT_EQ(mixer->audioHealth->size(), 1u);
   EXPECT_EQ(mixer->audioHealth.get()[0].underruns, 1);
   EXPECT_EQ(mixer->audioHealth.get()[0].bufferMS, 8192 * 1000 / 48000) << "the monitor feed still holds all";
-  EXPECT_GT(mixer->meters->inputs.at("a"), 0.0f);
 }
 
 TEST(AudioConverterTest, MonoAt44kBecomesStereoAt48kAtTheSameLevel) {

@@ -70,20 +70,45 @@ TEST(FilterChainTest, AnyChangeRestartsEveryStage) {
   EXPECT_EQ(fromUsed, fromFresh);
 }
 
-TEST(FilterChainTest, DisabledAndRemovedStagesAreSkipped) {
-  const std::vector<float> input = Noise(8).take(24000, 0.5f);
-  std::vector<AudioFilterConfig> configs = everyKind();
-  for (auto& config : configs) config.enabled = false;
-  FilterChain chain;
-  prepareChain(chain, configs);
-  Planes planes{input, input};
-  runBlocks(chain, planes, 480);
-  EXPECT_EQ(planes[0], input);
+// Stages with nothing to do pass audio bit for bit, and the first audible setting does not.
+TEST(FilterChainTest, StagesWithNothingToDoPassAudioBitForBit) {
+  const std::vector<float> noise = Noise(8).take(24000, 0.5f);
+  std::vector<AudioFilterConfig> disabled = everyKind();
+  for (auto& config : disabled) config.enabled = false;
+  const auto eq = [](const FilterParams& params) { return std::vector{stage(K::eq, params)}; };
+  struct Case {
+    const char* what;
+    std::vector<AudioFilterConfig> stages;
+    std::vector<float> input;
+    bool untouched;
+  };
+  const Case cases[] = {
+      {"every kind, disabled", disabled, noise, true},
+      {"compressor below its threshold", {stage(K::compressor, {{"threshold", -20}, {"ratio", 4}})},
+       square(fromDb(-26), 24000), true},
+      {"limiter below its ceiling", {stage(K::limiter, {{"ceilingDb", -1}})}, sine(1000, fromDb(-2), 24000), true},
+      // An EQ section whose setting cannot be heard is left out altogether.
+      {"EQ at its defaults", eq({}), noise, true},
+      {"EQ just short of audible", eq({{"hpfHz", 22}, {"lowGain", 0.09}, {"midGain", -0.09}, {"highGain", 0.09}}),
+       noise, true},
+      {"EQ high-pass at 22.5 Hz", eq({{"hpfHz", 22.5}}), noise, false},
+      {"EQ mid at +0.1 dB", eq({{"midGain", 0.1}}), noise, false},
+  };
+  for (const Case& c : cases) {
+    FilterChain chain;
+    prepareChain(chain, c.stages);
+    Planes planes{c.input, c.input};
+    runBlocks(chain, planes, 480);
+    EXPECT_EQ(planes[0] == c.input, c.untouched) << c.what;
+  }
 
-  chain.apply(everyKind());
+  // Stages removed from a chain that had them.
+  FilterChain chain;
+  prepareChain(chain, everyKind());
   chain.apply({});
+  Planes planes{noise, noise};
   runBlocks(chain, planes, 480);
-  EXPECT_EQ(planes[0], input);
+  EXPECT_EQ(planes[0], noise);
 }
 
 }  // namespace

@@ -88,13 +88,11 @@ TEST(NoiseReductionTest, ChannelsAreIndependent) {
 
 // Speech from espeak-ng, brought to 48 kHz float by sox.
 std::vector<float> synthesiseSpeech(const TempDir& dir) {
-  if (std::system("command -v espeak-ng >/dev/null 2>&1") != 0) {
-    ADD_FAILURE() << "espeak-ng is missing: install the Debian package espeak-ng";
-    return {};
-  }
-  if (std::system("command -v sox >/dev/null 2>&1") != 0) {
-    ADD_FAILURE() << "sox is missing: install the Debian package sox";
-    return {};
+  for (const std::string tool : {"espeak-ng", "sox"}) {
+    if (std::system(("command -v " + tool + " >/dev/null 2>&1").c_str()) != 0) {
+      ADD_FAILURE() << tool << " is missing: install the Debian package " << tool;
+      return {};
+    }
   }
   const auto wav = dir / "speech.wav", raw = dir / "speech.raw";
   const std::string speak = "espeak-ng -w '" + wav.string() +
