@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "model/LayerFit.h"
-#include "switcher/VideoFilterDefaults.h"
+#include "model/VideoFilterDefaults.h"
 
 namespace tavorin {
 
