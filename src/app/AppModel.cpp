@@ -289,17 +289,17 @@ void AppModel::runMigrations() {
 }
 
 void AppModel::subscribeSelectionExclusivity() {
-  auto clearOthers = [this](SwitcherEngine& selected) {
-    for (SwitcherEngine* other : {&switcher, &verticalSwitcher, &studioSwitcher}) {
-      if (other != &selected && other->selectedLayerID.get()) other->selectedLayerID = std::nullopt;
+  auto clearOthers = [this](PreviewEditor& selected) {
+    for (PreviewEditor* other : {&editor, &verticalEditor, &studioEditor}) {
+      if (other != &selected) other->deselectLayer();
     }
   };
-  subscriptions_.push_back(switcher.selectedLayerID.subscribe([this, clearOthers](const std::optional<Uuid>& id) {
-    if (id) clearOthers(switcher);
+  subscriptions_.push_back(editor.selectedLayerID.subscribe([this, clearOthers](const std::optional<Uuid>& id) {
+    if (id) clearOthers(editor);
   }));
   subscriptions_.push_back(
-      verticalSwitcher.selectedLayerID.subscribe([this, clearOthers](const std::optional<Uuid>& id) {
-        if (id) clearOthers(verticalSwitcher);
+      verticalEditor.selectedLayerID.subscribe([this, clearOthers](const std::optional<Uuid>& id) {
+        if (id) clearOthers(verticalEditor);
       }));
 }
 
@@ -338,13 +338,11 @@ void AppModel::subscribeLayoutWriteBack(SwitcherEngine& source, std::vector<Uuid
 void AppModel::restoreSession() {
   auto session = sessionStore.load();
   if (!session) return;
-  switcher.programScene = session->program;
-  switcher.previewScene = session->preview;
-  switcher.selectedTransition = enumFromName<TransitionKind>(session->transition).value_or(TransitionKind::crossfade);
-  switcher.transitionDuration = session->duration;
-  switcher.lockAspectRatio = session->lockAspect;
-  switcher.publishSnapshot();
-  switcher.applyAudioFollow();
+  switcher.restoreSession(session->program, session->preview);
+  switcher.setSelectedTransition(
+      enumFromName<TransitionKind>(session->transition).value_or(TransitionKind::crossfade));
+  switcher.setTransitionDuration(session->duration);
+  switcher.setLockAspectRatio(session->lockAspect);
 }
 
 void AppModel::restoreStudioMode() {
@@ -421,7 +419,7 @@ void AppModel::loadLayout(const MixerScene& scene) {
         verticalSwitcher.loadLayout(*view);
       }
     } else {
-      verticalSwitcher.loadedLayoutID = std::nullopt;
+      verticalSwitcher.forgetLoadedLayout();
     }
   }
   verticalScratchPinned = false;

@@ -33,6 +33,7 @@
 #include "stores/StreamKeyStore.h"
 #include "stores/TransitionStore.h"
 #include "streaming/StreamingEngine.h"
+#include "switcher/PreviewEditor.h"
 #include "switcher/SwitcherEngine.h"
 
 namespace tavorin {
@@ -118,6 +119,10 @@ class AppModel {
   SwitcherEngine switcher;
   SwitcherEngine verticalSwitcher;
   SwitcherEngine studioSwitcher;
+  // The operator's layer edits and selection, one editor per switcher's Preview.
+  PreviewEditor editor{switcher};
+  PreviewEditor verticalEditor{verticalSwitcher};
+  PreviewEditor studioEditor{studioSwitcher};
   // The frame clock's map of the sources' newest frames; the lifecycle keeps it in step with `sources`.
   FrameSlotMap frameSlots;
   std::unique_ptr<CompositorEngine> engine;

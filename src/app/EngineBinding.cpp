@@ -6,7 +6,7 @@
 namespace tavorin {
 
 Subscription bindToEngine(SwitcherEngine& switcher, CompositorEngine& engine) {
-  SwitcherSnapshotStore* store = &switcher.store;
+  const SwitcherSnapshotStore* store = &switcher.store();
   // The render thread reads studio mode from a word the main thread keeps current.
   auto studioMode = std::make_shared<std::atomic<bool>>(switcher.studioMode.get());
   Subscription subscription = switcher.studioMode.subscribe([studioMode](const bool& on) { studioMode->store(on); });

@@ -11,6 +11,7 @@
 
 #include "base/MainQueue.h"
 #include "base/Published.h"
+#include "base/PublishedView.h"
 #include "base/Uuid.h"
 #include "model/CustomTransition.h"
 #include "model/Geometry.h"
@@ -18,16 +19,30 @@
 #include "model/MixerScene.h"
 #include "model/TransitionKind.h"
 #include "model/TransitionSound.h"
-#include "model/VideoFilterConfig.h"
 #include "switcher/FiredTransitionRun.h"
 #include "switcher/SwitcherSnapshotStore.h"
 
 namespace tavorin {
 
-// Preview and Program of one canvas, and every change to them: takes, cuts,
-// the swap after a take, layouts, the holding card and all layer edits. Lives
-// on the main thread; the render thread sees only the copies in `store`.
+// Preview and Program of one canvas and the take that moves one to the other:
+// cuts and transitions, the swap after a take, fired and auditioned custom
+// transitions, layouts and the holding card. Layer edits reach Preview through
+// `editPreview` (PreviewEditor holds the operator's). Lives on the main thread;
+// the render thread sees only the copies in `store()`.
 class SwitcherEngine {
+  // Declared first: the views below are made from them.
+  Published<MixerScene> programScene_{MixerScene::named("Program")};
+  Published<MixerScene> previewScene_{MixerScene::named("Preview")};
+  Published<TransitionKind> selectedTransition_{TransitionKind::crossfade};
+  Published<std::optional<CustomTransition>> selectedCustomTransition_;
+  Published<double> transitionDuration_{0.5};
+  Published<bool> isTransitioning_{false};
+  Published<bool> lockAspectRatio_{true};
+  Published<bool> studioMode_{true};
+  Published<std::optional<Uuid>> loadedLayoutID_;
+  Published<bool> brbActive_{false};
+  Published<std::set<Uuid>> firedTransitionIDs_;
+
  public:
   enum class Role { main, vertical, studio };
 
@@ -64,31 +79,28 @@ class SwitcherEngine {
 
   const Role role;
 
-  Published<MixerScene> programScene{MixerScene::named("Program")};
-  Published<MixerScene> previewScene{MixerScene::named("Preview")};  // all layer edits go here
-  Published<TransitionKind> selectedTransition{TransitionKind::crossfade};
-  Published<std::optional<CustomTransition>> selectedCustomTransition;  // wins over selectedTransition
-  Published<double> transitionDuration{0.5};                           // seconds
-  Published<bool> isTransitioning{false};
-  Published<std::optional<Uuid>> selectedLayerID;
-  Published<std::optional<Uuid>> selectedGroupID;
-  Published<bool> lockAspectRatio{true};
-  Published<bool> maskEditing{false};
-  Published<std::vector<Point>> maskDraft;  // region being drawn, in the space of maskPolygons
-  Published<bool> cropEditing{false};
-  bool suppressCropBake = false;  // leaving crop editing keeps the crop as it is
-  bool suppressMirror = false;    // direct mode does not copy Preview to Program
+  PublishedView<MixerScene> programScene{programScene_};
+  PublishedView<MixerScene> previewScene{previewScene_};
+  PublishedView<TransitionKind> selectedTransition{selectedTransition_};
+  // Wins over selectedTransition.
+  PublishedView<std::optional<CustomTransition>> selectedCustomTransition{selectedCustomTransition_};
+  PublishedView<double> transitionDuration{transitionDuration_};  // seconds
+  PublishedView<bool> isTransitioning{isTransitioning_};
+  PublishedView<bool> lockAspectRatio{lockAspectRatio_};
   // True: Preview and Program are separate and a take moves one to the other.
   // False (direct mode): edits of Preview show on Program at once.
-  Published<bool> studioMode{true};
-  Published<std::optional<Uuid>> loadedLayoutID;  // the layout whose working copy is on Preview
-  Published<bool> brbActive{false};               // the holding card is up
-  std::optional<MixerScene> preBRBProgram;        // Program as it was before the card
-  std::optional<CustomTransition> currentActiveCustom;  // the custom transition of the running take
-  std::optional<LayerState> copiedLayer;                // the layer clipboard
-  Published<std::set<Uuid>> firedTransitionIDs;         // custom transitions now fired over Program
+  PublishedView<bool> studioMode{studioMode_};
+  // The layout whose working copy is on Preview.
+  PublishedView<std::optional<Uuid>> loadedLayoutID{loadedLayoutID_};
+  PublishedView<bool> brbActive{brbActive_};  // the holding card is up
+  // Custom transitions now fired over Program.
+  PublishedView<std::set<Uuid>> firedTransitionIDs{firedTransitionIDs_};
 
-  SwitcherSnapshotStore store;
+  // Program as it was before the holding card.
+  const std::optional<MixerScene>& preBRBProgram() const { return preBRBProgram_; }
+  // The custom transition of the running take.
+  const std::optional<CustomTransition>& currentActiveCustom() const { return currentActiveCustom_; }
+  const SwitcherSnapshotStore& store() const { return store_; }
 
   // Raised by every start and cancel of a transition; a completion that carries
   // an older value does nothing.
@@ -96,6 +108,16 @@ class SwitcherEngine {
 
   // Width over height of the canvas.
   double canvasAspect() const;
+  // Pixel size of a source's newest frame; without one, a frame of the canvas's shape.
+  Size sourceSize(const std::string& sourceID) const;
+
+  void setSelectedTransition(TransitionKind kind);
+  void setSelectedCustomTransition(std::optional<CustomTransition> custom);
+  void setTransitionDuration(double seconds);
+  void setLockAspectRatio(bool on);
+  // Puts back the scenes of the last session, publishes them and hands Program
+  // to audio follow.
+  void restoreSession(MixerScene program, MixerScene preview);
 
   // Takes Preview to Program with the scene's own transition, else the selected
   // custom one, else the selected kind.
@@ -118,11 +140,15 @@ class SwitcherEngine {
   void scrub(std::optional<CustomTransition> custom, float progress);
   const std::map<Uuid, FiredTransitionRun>& firedRunsByID() const { return firedRunsByID_; }
 
-  // Puts a layout on Preview as its working copy.
+  // Puts a layout on Preview as its working copy; in direct mode Program stays
+  // as it is until a take.
   void stageLayout(const MixerScene& scene);
   // As stageLayout in studio mode; in direct mode the layout is also taken.
   void loadLayout(const MixerScene& scene);
   void leaveLoadedLayout();
+  // Preview stays as it is but no longer belongs to a layout: its edits are
+  // written back nowhere.
+  void forgetLoadedLayout();
 
   // Punches a holding card of `sourceID` to Program with Program audio muted,
   // or takes back what was on air before it.
@@ -139,57 +165,20 @@ class SwitcherEngine {
   // canvas shows its Preview only) and the tracks of its running transitions.
   std::set<std::string> sourceIDsInUse() const;
 
-  // Layer edits, on Preview unless an argument says Program.
-  Uuid addLayer(const std::string& sourceID, bool toPreview = true);
-  void removeLayer(Uuid id, bool fromPreview = true);
-  void updateLayer(const LayerState& layer);
-  const LayerState* selectedLayer() const;
-  void selectLayer(std::optional<Uuid> id);
-  void copyLayer(Uuid id);
-  void duplicateLayer(const LayerState& layer);
-  void pasteLayer(const LayerState& layer);
-  // `topFirst` lists layer ids from the top of the stack down.
-  void applyLayerOrder(const std::vector<Uuid>& topFirst);
-
-  void setCropEditing(bool on);
-  void setMaskEditing(bool on);
-  void closeMaskRegion();
-  void undoMaskPoint();
-  void clearMask();
-  // Crops the selected layer to `aspect` (width over height, in pixels) and
-  // rounds its corners by `radius`: the square and circle presets.
-  void applyFrameShape(double aspect, float radius);
-
-  std::optional<Uuid> addVideoFilter(VideoFilterKind kind, Uuid layerID);
-  void setVideoFilters(std::vector<VideoFilterConfig> filters, Uuid layerID);
-  void setVideoFilterEnabled(Uuid filterID, bool enabled, Uuid layerID);
-  void setVideoFilterParam(Uuid filterID, const std::string& key, double value, Uuid layerID);
-  void removeVideoFilter(Uuid filterID, Uuid layerID);
-  // Moves the entry at index `from` so that it ends up at index `to`.
-  void moveVideoFilter(std::size_t from, std::size_t to, Uuid layerID);
-
-  // Groups. A group's layers always lie next to each other in the stack.
-  std::optional<Uuid> groupLayers(const std::vector<Uuid>& ids);
-  void renameGroup(Uuid id, const std::string& name);
-  void selectGroup(std::optional<Uuid> id);
-  void setGroupHidden(Uuid id, bool hidden);
-  void setGroupLocked(Uuid id, bool locked);
-  bool isGroupLocked(Uuid id) const;
-  bool isGroupHidden(Uuid id) const;
-  void ungroup(Uuid id);
-  void moveIntoGroup(Uuid layerID, Uuid groupID);
-  void removeFromGroup(Uuid layerID);
-  // Members listed in `startCenters` move by (dx, dy) from where a drag began.
-  void moveGroup(Uuid id, const std::map<Uuid, Point>& startCenters, double dx, double dy);
-  // Members listed in `startLayers` scale about `anchor` by `scale` per axis
-  // from how a drag found them.
-  void resizeGroup(Uuid id, const std::map<Uuid, LayerState>& startLayers, Point anchor, Size scale);
+  // Applies `edit` to a copy of Preview; when it returns true, Preview becomes
+  // the copy and is published. Returns what `edit` returned.
+  bool editPreview(const std::function<bool(MixerScene& preview)>& edit);
+  // While the operator crops this layer, Preview shows its whole frame so that
+  // the part being cut away stays visible. Shown from the next publish.
+  void setWholeFrameLayer(std::optional<Uuid> layerID);
 
  private:
   // The scenes a take puts on Program and back on Preview when it completes.
   struct TakeScenes {
     MixerScene to, from;
   };
+  enum class Mirror { inDirectMode, never };
+
   // `scenes` absent: an audition, whose completion changes no scene.
   void startTransition(std::shared_ptr<ActiveTransition> transition, std::optional<TakeScenes> scenes);
   void completeTransition(std::uint64_t generation, const std::optional<TakeScenes>& scenes);
@@ -203,14 +192,15 @@ class SwitcherEngine {
   void dropFiredRun(const Uuid& id);
   void publishFiredRuns();
   void swapStep(const MixerScene& oldProgram);
-  void replacePreview(MixerScene scene);
+  void replacePreview(MixerScene scene, Mirror mirror);
+  void publish(Mirror mirror);
   MixerScene preparedForMatchMove(MixerScene scene) const;
-  void bakeCrop();
-  Size sourceSize(const std::string& sourceID, double aspect) const;
-  template <class Fn>
-  bool editPreviewLayer(Uuid id, Fn&& fn);
 
   MainQueue& queue_;
+  SwitcherSnapshotStore store_;
+  std::optional<MixerScene> preBRBProgram_;
+  std::optional<CustomTransition> currentActiveCustom_;
+  std::optional<Uuid> wholeFrameLayerID_;
   std::uint64_t transitionGeneration_ = 0;
   TimerHandle completionTimer_;
   std::map<Uuid, FiredTransitionRun> firedRunsByID_;

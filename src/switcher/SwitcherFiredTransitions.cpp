@@ -19,7 +19,7 @@ void SwitcherEngine::fireTransition(const Uuid& id) {
     dropFiredRun(id);
     it = firedRunsByID_.end();
   }
-  if (it != firedRunsByID_.end() && firedTransitionIDs->contains(id) && it->second.holdAt) {
+  if (it != firedRunsByID_.end() && firedTransitionIDs_->contains(id) && it->second.holdAt) {
     releaseFiredRun(id);
     return;
   }
@@ -38,7 +38,7 @@ void SwitcherEngine::startFiredRun(const Uuid& id, const CustomTransition& custo
   const bool holds = run.holdAt.has_value();
   firedRunsByID_.insert_or_assign(id, std::move(run));
   publishFiredRuns();
-  if (!firedTransitionIDs->contains(id)) firedTransitionIDs.modify([&](std::set<Uuid>& ids) { ids.insert(id); });
+  if (!firedTransitionIDs_->contains(id)) firedTransitionIDs_.modify([&](std::set<Uuid>& ids) { ids.insert(id); });
   if (!holds) scheduleFiredFinish(id, custom.duration + kFinishSlack);
 }
 
@@ -73,23 +73,23 @@ void SwitcherEngine::finishFiredRun(const Uuid& id) {
 void SwitcherEngine::dropFiredRun(const Uuid& id) {
   firedRunsByID_.erase(id);
   publishFiredRuns();
-  if (firedTransitionIDs->contains(id)) firedTransitionIDs.modify([&](std::set<Uuid>& ids) { ids.erase(id); });
+  if (firedTransitionIDs_->contains(id)) firedTransitionIDs_.modify([&](std::set<Uuid>& ids) { ids.erase(id); });
 }
 
 void SwitcherEngine::publishFiredRuns() {
   SwitcherSnapshotStore::FiredRuns runs;
   runs.reserve(firedRunsByID_.size());
   for (const auto& [id, run] : firedRunsByID_) runs.push_back(run);
-  store.setFiredRuns(std::move(runs));
+  store_.setFiredRuns(std::move(runs));
 }
 
 void SwitcherEngine::scrub(std::optional<CustomTransition> custom, float progress) {
   std::function<void(float)> pose;
   if (custom && makePoseUpdate) pose = makePoseUpdate(*custom);
   if (custom) {
-    store.setScrub(SwitcherSnapshotStore::Scrub{std::move(*custom), progress});
+    store_.setScrub(SwitcherSnapshotStore::Scrub{std::move(*custom), progress});
   } else {
-    store.setScrub(std::nullopt);
+    store_.setScrub(std::nullopt);
   }
   if (pose) pose(progress);
 }

@@ -25,7 +25,7 @@ std::size_t firedLayerBound(const SwitcherSnapshotStore::FiredRuns& runs) {
 
 }  // namespace
 
-RenderPlan SwitcherSnapshotStore::programPlan(double time) {
+RenderPlan SwitcherSnapshotStore::programPlan(double time) const {
   std::shared_ptr<const MixerScene> program;
   std::shared_ptr<const MixerScene> fire;
   std::shared_ptr<const ActiveTransition> active;
@@ -53,7 +53,7 @@ RenderPlan SwitcherSnapshotStore::programPlan(double time) {
   return plan;
 }
 
-RenderPlan SwitcherSnapshotStore::previewPlan(double time) {
+RenderPlan SwitcherSnapshotStore::previewPlan(double time) const {
   std::shared_ptr<const MixerScene> preview;
   std::shared_ptr<const MixerScene> fire;
   std::shared_ptr<const FiredRuns> fired;
@@ -75,7 +75,7 @@ RenderPlan SwitcherSnapshotStore::previewPlan(double time) {
   return plan;
 }
 
-std::optional<std::vector<RenderLayer>> SwitcherSnapshotStore::activeTransitionLayers(double time) {
+std::optional<std::vector<RenderLayer>> SwitcherSnapshotStore::activeTransitionLayers(double time) const {
   std::shared_ptr<const ActiveTransition> active;
   {
     std::lock_guard guard(lock_);
@@ -85,7 +85,7 @@ std::optional<std::vector<RenderLayer>> SwitcherSnapshotStore::activeTransitionL
   return active->layers(active->progress(time), time);
 }
 
-RenderPlan SwitcherSnapshotStore::studioPlan(double time) {
+RenderPlan SwitcherSnapshotStore::studioPlan(double time) const {
   if (auto layers = activeTransitionLayers(time)) return RenderPlan{std::move(*layers)};
   std::shared_ptr<const Scrub> scrub;
   {

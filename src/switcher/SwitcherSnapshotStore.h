@@ -34,14 +34,14 @@ class SwitcherSnapshotStore {
   // the transitions fired over it. A transition that has outrun its end by
   // 0.3 s is dropped here, in case its completion never comes; a fired run past
   // its expiry is no longer drawn (the switcher removes it).
-  RenderPlan programPlan(double time);
+  RenderPlan programPlan(double time) const;
   // Preview, with the fire graphics and fired transitions over it when they are shown there too.
-  RenderPlan previewPlan(double time);
+  RenderPlan previewPlan(double time) const;
   // The studio canvas: the running transition alone, else the builder's scrub
   // position alone, else Preview.
-  RenderPlan studioPlan(double time);
+  RenderPlan studioPlan(double time) const;
   // The running transition's layers alone; nothing when none runs.
-  std::optional<std::vector<RenderLayer>> activeTransitionLayers(double time);
+  std::optional<std::vector<RenderLayer>> activeTransitionLayers(double time) const;
 
   // Main thread, for the engine.
   void publish(std::shared_ptr<const MixerScene> program, std::shared_ptr<const MixerScene> preview);
@@ -66,7 +66,8 @@ class SwitcherSnapshotStore {
   std::shared_ptr<const MixerScene> program_;
   std::shared_ptr<const MixerScene> preview_;
   std::shared_ptr<const MixerScene> fire_;
-  std::shared_ptr<const ActiveTransition> active_;
+  // The render thread's reads drop a transition that outran its completion.
+  mutable std::shared_ptr<const ActiveTransition> active_;
   bool fireInPreview_ = false;
   std::shared_ptr<const FiredRuns> firedRuns_;
   std::shared_ptr<const Scrub> scrub_;

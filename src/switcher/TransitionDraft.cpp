@@ -37,10 +37,7 @@ LayerState poseLayer(const BuilderTrack& track, const BuilderStage& stage, const
   state.zOrder = zOrder;
   if (engine && !state.fill) {
     const double aspect = engine->canvasAspect();
-    Size source{aspect, 1};
-    if (engine->sourcePixelSize) {
-      if (auto size = engine->sourcePixelSize(track.sourceID)) source = *size;
-    }
+    const Size source = engine->sourceSize(track.sourceID);
     const double w = source.width * state.cropRect.width();
     const double h = source.height * state.cropRect.height();
     if (w > 0 && h > 0) {

@@ -41,7 +41,7 @@ TEST(AppModelSourcesTest, StartRestoresTheStoredSourcesItCanBuildAndFollowsScene
 
   auto camera = std::make_shared<testing::FakeSource>("camera:x");
   model.addSource(camera);
-  model.switcher.addLayer("camera:x");
+  model.editor.addLayer("camera:x");
   queue.runUntilIdle();
   EXPECT_EQ(camera->resumes, 1) << "a Preview layer wakes its source";
 }
@@ -69,7 +69,7 @@ TEST(AppModelSourcesTest, FiredTransitionWakesRewindsAndPosesItsSourcesWhileItRu
   EXPECT_FALSE(model.sourceLifecycle.isParked("title:3d"));
 
   // The render thread drives the pose; it lands on the main queue.
-  model.switcher.store.programPlan(queue.now() + 1);
+  model.switcher.store().programPlan(queue.now() + 1);
   EXPECT_FALSE(title->pose);
   queue.runUntilIdle();
   ASSERT_TRUE(title->pose);

@@ -45,9 +45,9 @@ TEST_F(AppModelTest, LogKeepsTheLast200LinesAndEchoesEachOne) {
 
 TEST_F(AppModelTest, SessionIsWrittenHalfASecondAfterTheLastChange) {
   auto model = makeModel();
-  model->switcher.transitionDuration = 2.0;
+  model->switcher.setTransitionDuration(2.0);
   queue.advance(0.4);
-  model->switcher.addLayer("camera:a");
+  model->editor.addLayer("camera:a");
   queue.advance(0.4);
   EXPECT_FALSE(std::filesystem::exists(show / "session.json")) << "the second change restarts the wait";
   queue.advance(0.11);
@@ -68,7 +68,7 @@ TEST_F(AppModelTest, RestoredSessionWithUnknownTransitionNameUsesCrossfade) {
   EXPECT_EQ(model->switcher.selectedTransition.get(), TransitionKind::crossfade);
   EXPECT_EQ(model->switcher.transitionDuration.get(), 0.8);
   EXPECT_FALSE(model->switcher.lockAspectRatio.get());
-  EXPECT_EQ(model->switcher.store.programPlan(queue.now()).layers.size(), 1u) << "the snapshot is published";
+  EXPECT_EQ(model->switcher.store().programPlan(queue.now()).layers.size(), 1u) << "the snapshot is published";
 }
 
 TEST_F(AppModelTest, StructuralEditReachesTheLayoutAtOnceAndOtherEditsAfterTheDebounce) {
@@ -77,12 +77,12 @@ TEST_F(AppModelTest, StructuralEditReachesTheLayoutAtOnceAndOtherEditsAfterTheDe
   model->loadLayout(model->layoutStore.layouts->front());
   ASSERT_EQ(model->switcher.loadedLayoutID.get(), layoutID);
 
-  auto layerID = model->switcher.addLayer("camera:host");
+  auto layerID = model->editor.addLayer("camera:host");
   ASSERT_EQ(storedLayouts().front().layers.size(), 1u) << "an added layer is saved before the debounce";
 
   LayerState moved = *model->switcher.previewScene->layer(layerID);
   moved.center = {0.2, 0.3};
-  model->switcher.updateLayer(moved);
+  model->editor.updateLayer(moved);
   EXPECT_EQ(storedLayouts().front().layers.front().center, (Point{0.5, 0.5}));
   queue.advance(0.21);
   EXPECT_EQ(storedLayouts().front().layers.front().center, (Point{0.2, 0.3}));
@@ -93,10 +93,10 @@ TEST_F(AppModelTest, QuitWritesPendingLayoutEditAndSession) {
   auto model = makeModel();
   model->layoutStore.add(MixerScene::named("Talk"), "Talk");
   model->loadLayout(model->layoutStore.layouts->front());
-  auto layerID = model->switcher.addLayer("camera:host");
+  auto layerID = model->editor.addLayer("camera:host");
   LayerState faded = *model->switcher.previewScene->layer(layerID);
   faded.opacity = 0.25f;
-  model->switcher.updateLayer(faded);
+  model->editor.updateLayer(faded);
   model->willTerminate();
   EXPECT_EQ(storedLayouts().front().layers.front().opacity, 0.25f);
   EXPECT_TRUE(std::filesystem::exists(show / "session.json"));
@@ -120,7 +120,7 @@ TEST_F(AppModelTest, VerticalOnlyLayoutLeavesTheMainSwitcherAloneAndJoinsTheNext
 TEST_F(AppModelTest, TakeWithAKindClearsThePendingTakeTransitionWithoutUsingIt) {
   auto model = makeModel();
   model->pendingTakeTransition = Uuid::make();
-  model->switcher.addLayer("camera:a");
+  model->editor.addLayer("camera:a");
   model->take(model->switcher, TransitionKind::cut);
   EXPECT_FALSE(model->pendingTakeTransition.get());
   EXPECT_EQ(model->switcher.programScene->layers.size(), 1u);
@@ -128,26 +128,24 @@ TEST_F(AppModelTest, TakeWithAKindClearsThePendingTakeTransitionWithoutUsingIt) 
 
 TEST_F(AppModelTest, SelectingOnOneCanvasClearsTheOthers) {
   auto model = makeModel();
-  auto mainLayer = model->switcher.addLayer("camera:a");
-  auto verticalLayer = model->verticalSwitcher.addLayer("camera:b");
-  EXPECT_FALSE(model->switcher.selectedLayerID.get());
-  model->switcher.selectLayer(mainLayer);
-  EXPECT_FALSE(model->verticalSwitcher.selectedLayerID.get());
-  EXPECT_EQ(model->switcher.selectedLayerID.get(), mainLayer);
-  model->verticalSwitcher.selectLayer(verticalLayer);
-  EXPECT_FALSE(model->switcher.selectedLayerID.get());
+  auto mainLayer = model->editor.addLayer("camera:a");
+  auto verticalLayer = model->verticalEditor.addLayer("camera:b");
+  EXPECT_FALSE(model->editor.selectedLayerID.get());
+  model->editor.selectLayer(mainLayer);
+  EXPECT_FALSE(model->verticalEditor.selectedLayerID.get());
+  EXPECT_EQ(model->editor.selectedLayerID.get(), mainLayer);
+  model->verticalEditor.selectLayer(verticalLayer);
+  EXPECT_FALSE(model->editor.selectedLayerID.get());
 }
 
 TEST_F(AppModelTest, TakesSwitchFollowingAudioAndMasterGainIsKept) {
   auto model = makeModel();
   model->audioMixer.addSourceChannel("ndiaudio:cam", "Cam (NDI)", "network", true, "ndi:cam");
   EXPECT_FALSE(model->audioMixer.channels.get()[0].air) << "the camera is not on Program";
-  MixerScene withCamera = MixerScene::named("Cam");
-  withCamera.layers.push_back(LayerState::make("ndi:cam"));
-  model->switcher.previewScene = withCamera;
+  const Uuid camera = model->editor.addLayer("ndi:cam");
   model->cut(model->switcher);
   EXPECT_TRUE(model->audioMixer.channels.get()[0].air);
-  model->switcher.previewScene = MixerScene::named("Empty");
+  model->editor.removeLayer(camera);
   model->cut(model->switcher);
   EXPECT_FALSE(model->audioMixer.channels.get()[0].air);
 
@@ -179,8 +177,8 @@ TEST_F(AppModelTest, OperatorPunchesAndLayoutsWithTheirOwnTransition) {
   EXPECT_EQ(model->switcher.previewScene->layers[0].sourceID, "camera:a");
   queue.advance(5);  // the holding card's take is over
   model->take(model->switcher);
-  ASSERT_TRUE(model->switcher.store.active());
-  EXPECT_TRUE(model->switcher.store.active()->custom);
+  ASSERT_TRUE(model->switcher.store().active());
+  EXPECT_TRUE(model->switcher.store().active()->custom);
   EXPECT_FALSE(model->pendingTakeTransition.get());
 }
 

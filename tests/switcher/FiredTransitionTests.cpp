@@ -34,14 +34,12 @@ class FiredTransitions : public ::testing::Test {
       }
       return std::nullopt;
     };
-    engine.programScene = sceneOf({"cam"});
-    engine.previewScene = sceneOf({"slides"});
-    engine.publishSnapshot();
+    engine.restoreSession(sceneOf({"cam"}), sceneOf({"slides"}));
   }
 
   // The plate's place on Program now, or nothing when no run draws it.
   std::optional<double> plateX() {
-    const RenderPlan plan = engine.store.programPlan(queue.now());
+    const RenderPlan plan = engine.store().programPlan(queue.now());
     EXPECT_EQ(plan.layers.front().sourceID, "cam");  // Program itself never changes
     if (plan.layers.back().sourceID != "plate") return std::nullopt;
     return plan.layers.back().center.x;
@@ -103,14 +101,14 @@ TEST_F(FiredTransitions, HoldAtTheVeryEndIsIgnoredAndUnknownIdsDoNothing) {
   EXPECT_TRUE(engine.firedTransitionIDs->empty());
   engine.fireTransition(Uuid::make());
   EXPECT_TRUE(engine.firedTransitionIDs->empty());
-  EXPECT_TRUE(engine.store.firedRuns()->empty());
+  EXPECT_TRUE(engine.store().firedRuns()->empty());
 }
 
 TEST_F(FiredTransitions, FiredLayersLieOverTheFireGraphics) {
   library = {sweep(1)};
   engine.setFireLayers({LayerState::make("bug")});
   engine.fireTransition(library[0].id);
-  const RenderPlan plan = engine.store.programPlan(queue.now());
+  const RenderPlan plan = engine.store().programPlan(queue.now());
   ASSERT_EQ(plan.layers.size(), 3u);
   EXPECT_EQ(plan.layers[1].sourceID, "bug");
   EXPECT_EQ(plan.layers[2].sourceID, "plate");
@@ -126,7 +124,7 @@ TEST_F(FiredTransitions, CustomTakeChangesTheBasePictureExactlyOnceAtTheCutPoint
   double changedAt = 0;
   for (int frame = 0; frame <= 60; ++frame) {
     const double t = start + frame / 60.0;
-    const RenderPlan plan = engine.store.programPlan(t);
+    const RenderPlan plan = engine.store().programPlan(t);
     ASSERT_EQ(plan.layers.back().sourceID, "plate");
     if (plan.layers.front().sourceID != base) {
       base = plan.layers.front().sourceID;
@@ -143,13 +141,12 @@ TEST_F(FiredTransitions, CustomTakeChangesTheBasePictureExactlyOnceAtTheCutPoint
 
 TEST_F(FiredTransitions, AuditionChangesNeitherSceneAndScrubShowsTheStudioCanvas) {
   SwitcherEngine studio{SwitcherEngine::Role::studio, queue};
-  studio.programScene = sceneOf({"cam"});
-  studio.previewScene = sceneOf({"slides"});
+  studio.restoreSession(sceneOf({"cam"}), sceneOf({"slides"}));
   studio.playOverProgram(sweep(1));
   EXPECT_TRUE(studio.isTransitioning.get());
   EXPECT_TRUE(studio.sourceIDsInUse().contains("slides"));
   EXPECT_FALSE(studio.sourceIDsInUse().contains("cam")) << "the studio Program keeps nothing awake";
-  RenderPlan plan = studio.store.studioPlan(queue.now() + 0.7);  // past the cut: still Program
+  RenderPlan plan = studio.store().studioPlan(queue.now() + 0.7);  // past the cut: still Program
   EXPECT_EQ(plan.layers.front().sourceID, "cam");
   queue.advance(1);
   EXPECT_FALSE(studio.isTransitioning.get());
@@ -157,11 +154,11 @@ TEST_F(FiredTransitions, AuditionChangesNeitherSceneAndScrubShowsTheStudioCanvas
   EXPECT_EQ(sourcesOf(studio.previewScene.get()), Sources{"slides"});
 
   studio.scrub(sweep(1), 0.25f);
-  plan = studio.store.studioPlan(queue.now());
+  plan = studio.store().studioPlan(queue.now());
   ASSERT_EQ(plan.layers.size(), 1u);
   EXPECT_NEAR(plan.layers[0].center.x, -0.5 + 2 * 0.15625, 1e-6);  // eased: 3u² - 2u³ at u = 0.25
   studio.scrub(std::nullopt, 0);
-  EXPECT_EQ(studio.store.studioPlan(queue.now()).layers.front().sourceID, "slides");
+  EXPECT_EQ(studio.store().studioPlan(queue.now()).layers.front().sourceID, "slides");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/ManualMainQueue.h"
+#include "switcher/PreviewEditor.h"
 #include "switcher/SwitcherTestSupport.h"
 
 namespace tavorin {
@@ -16,40 +17,33 @@ class SwitcherTake : public ::testing::Test {
   SwitcherEngine engine{SwitcherEngine::Role::main, queue};
 };
 
-TEST_F(SwitcherTake, CutPutsPreviewOnAirAndSwapsTheOldProgramBack) {
-  engine.programScene = sceneOf({"old"});
-  engine.previewScene = sceneOf({"new"});
+TEST_F(SwitcherTake, CutPutsPreviewOnAirAndSwapsTheOldProgramBackUnlessNothingWasOnAir) {
+  engine.restoreSession({}, sceneOf({"old"}));
+  engine.take(TransitionKind::cut, 0);
+  EXPECT_EQ(engine.previewScene.get(), engine.programScene.get());
+  engine.restoreSession(engine.programScene.get(), sceneOf({"new"}));
   std::vector<std::set<std::string>> followed;
   engine.audioFollow = [&](const std::set<std::string>& ids) { followed.push_back(ids); };
 
   engine.take(TransitionKind::cut, 0.5);
-
   EXPECT_EQ(sourcesOf(engine.programScene.get()), Sources{"new"});
   EXPECT_EQ(sourcesOf(engine.previewScene.get()), Sources{"old"});
   EXPECT_FALSE(engine.isTransitioning.get());
-  EXPECT_FALSE(engine.store.active());
-  EXPECT_EQ(sourcesOf(*engine.store.program()), Sources{"new"});
+  EXPECT_FALSE(engine.store().active());
+  EXPECT_EQ(sourcesOf(*engine.store().program()), Sources{"new"});
   ASSERT_EQ(followed.size(), 1u);
   EXPECT_EQ(followed[0], (std::set<std::string>{"new"}));
 }
 
-TEST_F(SwitcherTake, CutFromAnEmptyProgramLeavesPreviewAsItIs) {
-  engine.previewScene = sceneOf({"new"});
-  engine.take(TransitionKind::cut, 0);
-  EXPECT_EQ(sourcesOf(engine.programScene.get()), Sources{"new"});
-  EXPECT_EQ(engine.previewScene.get(), engine.programScene.get());
-}
-
 TEST_F(SwitcherTake, TakesDuringATransitionAreDroppedAndItCompletesAsPlanned) {
-  engine.programScene = sceneOf({"old"});
-  engine.previewScene = sceneOf({"first"});
+  engine.restoreSession(sceneOf({"old"}), sceneOf({"first"}));
   engine.take(TransitionKind::crossfade, 1.0);
   const auto generation = engine.transitionGeneration();
   ASSERT_TRUE(engine.isTransitioning.get());
-  ASSERT_TRUE(engine.store.active());
-  EXPECT_DOUBLE_EQ(engine.store.active()->startTime, queue.now());
+  ASSERT_TRUE(engine.store().active());
+  EXPECT_DOUBLE_EQ(engine.store().active()->startTime, queue.now());
 
-  engine.previewScene = sceneOf({"second"});
+  engine.restoreSession(engine.programScene.get(), sceneOf({"second"}));
   engine.take(TransitionKind::cut, 0);
   engine.take(TransitionKind::crossfade, 0.2);
   EXPECT_EQ(sourcesOf(engine.programScene.get()), Sources{"old"});
@@ -59,18 +53,17 @@ TEST_F(SwitcherTake, TakesDuringATransitionAreDroppedAndItCompletesAsPlanned) {
   EXPECT_TRUE(engine.isTransitioning.get());
   queue.advance(0.02);
   EXPECT_FALSE(engine.isTransitioning.get());
-  EXPECT_FALSE(engine.store.active());
+  EXPECT_FALSE(engine.store().active());
   EXPECT_EQ(sourcesOf(engine.programScene.get()), Sources{"first"});
   EXPECT_EQ(sourcesOf(engine.previewScene.get()), Sources{"old"});
 }
 
 TEST_F(SwitcherTake, CompletionOfACancelledTransitionDoesNothing) {
-  engine.programScene = sceneOf({"old"});
-  engine.previewScene = sceneOf({"new"});
+  engine.restoreSession(sceneOf({"old"}), sceneOf({"new"}));
   engine.take(TransitionKind::crossfade, 1.0);
   engine.cancelTransition();
   EXPECT_FALSE(engine.isTransitioning.get());
-  EXPECT_FALSE(engine.store.active());
+  EXPECT_FALSE(engine.store().active());
 
   queue.advance(2);
   EXPECT_EQ(sourcesOf(engine.programScene.get()), Sources{"old"});
@@ -83,7 +76,7 @@ TEST_F(SwitcherTake, SwapAfterATakeLeavesTheLoadedLayout) {
   engine.onLeavingLoadedLayout = [&](const Uuid& id, const MixerScene& preview) {
     leaving.emplace_back(id, sourcesOf(preview));
   };
-  engine.programScene = sceneOf({"old"});
+  engine.restoreSession(sceneOf({"old"}), {});
   engine.stageLayout(layout);
   ASSERT_EQ(engine.loadedLayoutID.get(), layout.id);
 
@@ -96,20 +89,20 @@ TEST_F(SwitcherTake, SwapAfterATakeLeavesTheLoadedLayout) {
 }
 
 TEST_F(SwitcherTake, SceneTransitionFallsBackFromAMissingCustomToItsKindThenTheSelected) {
-  engine.selectedTransition = TransitionKind::cut;
+  engine.setSelectedTransition(TransitionKind::cut);
   engine.customTransitionLookup = [](const Uuid&) { return std::optional<CustomTransition>(); };
   MixerScene next = sceneOf({"new"});
   next.transition = SceneTransition{"shrinkToCorner", Uuid::make(), 0.7};
-  engine.previewScene = next;
+  engine.restoreSession({}, next);
   engine.take();
-  auto active = engine.store.active();
+  auto active = engine.store().active();
   ASSERT_TRUE(active);
   EXPECT_EQ(active->kind, TransitionKind::shrinkToCorner);
   EXPECT_DOUBLE_EQ(active->duration, 0.7);
   queue.advance(1);
 
   next.transition = SceneTransition{std::nullopt, Uuid::make(), 2};
-  engine.previewScene = next;
+  engine.restoreSession({}, next);
   engine.take();
   EXPECT_FALSE(engine.isTransitioning.get());  // the selected cut
 }
@@ -125,30 +118,28 @@ TEST_F(SwitcherTake, FoundCustomTransitionPlaysWithItsSounds) {
   engine.customTransitionLookup = [&](const Uuid& id) {
     return id == custom.id ? std::optional<CustomTransition>(custom) : std::nullopt;
   };
-  engine.programScene = sceneOf({"old"});
   MixerScene next = sceneOf({"new"});
   next.transition = SceneTransition{"slide", custom.id, 0.5};
-  engine.previewScene = next;
+  engine.restoreSession(sceneOf({"old"}), next);
 
   engine.take();
-  auto active = engine.store.active();
+  auto active = engine.store().active();
   ASSERT_TRUE(active);
   ASSERT_TRUE(active->custom);
   EXPECT_DOUBLE_EQ(active->duration, 1.2);
   EXPECT_EQ(played, std::vector<TransitionSound>{sound});
-  EXPECT_EQ(engine.currentActiveCustom, custom);
+  EXPECT_EQ(engine.currentActiveCustom(), custom);
 
   queue.advance(1.2);
   EXPECT_EQ(sourcesOf(engine.programScene.get()), Sources{"new"});
-  EXPECT_FALSE(engine.currentActiveCustom);
+  EXPECT_FALSE(engine.currentActiveCustom());
 }
 
 TEST_F(SwitcherTake, MatchMoveDrawsTheVisibleRectanglesButCompletesWithTheScenes) {
   engine.sourcePixelSize = [](const std::string&) { return std::optional<Size>(Size{1440, 1080}); };
-  engine.programScene = sceneOf({"cam"});
-  engine.previewScene = sceneOf({"cam"});
+  engine.restoreSession(sceneOf({"cam"}), sceneOf({"cam"}));
   engine.take(TransitionKind::matchMove, 1);
-  auto active = engine.store.active();
+  auto active = engine.store().active();
   ASSERT_TRUE(active);
   // A 4:3 source in a full 16:9 box fills three quarters of its width.
   EXPECT_NEAR(active->to.layers[0].size.width, 0.75, 1e-9);
@@ -160,17 +151,17 @@ TEST_F(SwitcherTake, MatchMoveDrawsTheVisibleRectanglesButCompletesWithTheScenes
 }
 
 TEST_F(SwitcherTake, DirectModeMirrorsEditsButNotDuringATransition) {
-  engine.programScene = sceneOf({"cam"});
-  engine.previewScene = sceneOf({"other"});
+  PreviewEditor editor{engine};
+  engine.restoreSession(sceneOf({"cam"}), sceneOf({"other"}));
   engine.setStudioMode(false);
   EXPECT_EQ(sourcesOf(engine.previewScene.get()), Sources{"cam"});
-  EXPECT_TRUE(engine.store.fireInPreview());
+  EXPECT_TRUE(engine.store().fireInPreview());
 
-  engine.addLayer("logo");
+  editor.addLayer("logo");
   EXPECT_EQ(sourcesOf(engine.programScene.get()), (Sources{"cam", "logo"}));
 
   engine.take(TransitionKind::crossfade, 1);
-  engine.addLayer("late");
+  editor.addLayer("late");
   EXPECT_EQ(sourcesOf(engine.programScene.get()), (Sources{"cam", "logo"}));
   queue.advance(1);
   EXPECT_EQ(sourcesOf(engine.programScene.get()), (Sources{"cam", "logo"}));
@@ -180,8 +171,7 @@ TEST_F(SwitcherTake, DirectModeMirrorsEditsButNotDuringATransition) {
 
 TEST_F(SwitcherTake, DirectModeLayoutArrivesThroughATake) {
   engine.setStudioMode(false);
-  engine.programScene = sceneOf({"cam"});
-  engine.previewScene = sceneOf({"cam"});
+  engine.restoreSession(sceneOf({"cam"}), sceneOf({"cam"}));
   engine.loadLayout(sceneOf({"layout"}));
   ASSERT_TRUE(engine.isTransitioning.get());
   EXPECT_EQ(sourcesOf(engine.programScene.get()), Sources{"cam"});
@@ -192,8 +182,8 @@ TEST_F(SwitcherTake, DirectModeLayoutArrivesThroughATake) {
 TEST_F(SwitcherTake, HoldingCardComesAndGoesThroughTakesWithProgramMuted) {
   std::vector<bool> mutes;
   engine.setProgramMuted = [&](bool muted) { mutes.push_back(muted); };
-  engine.selectedTransition = TransitionKind::cut;
-  engine.programScene = sceneOf({"cam"}, "Live");
+  engine.setSelectedTransition(TransitionKind::cut);
+  engine.restoreSession(sceneOf({"cam"}, "Live"), {});
 
   engine.toggleBRB("card", "Be Right Back");
   EXPECT_TRUE(engine.brbActive.get());
@@ -203,7 +193,7 @@ TEST_F(SwitcherTake, HoldingCardComesAndGoesThroughTakesWithProgramMuted) {
 
   engine.toggleBRB("card", "Be Right Back");
   EXPECT_FALSE(engine.brbActive.get());
-  EXPECT_FALSE(engine.preBRBProgram);
+  EXPECT_FALSE(engine.preBRBProgram());
   EXPECT_EQ(engine.programScene->name, "Live");
   EXPECT_EQ(mutes, (std::vector<bool>{true, false}));
 }
@@ -211,7 +201,7 @@ TEST_F(SwitcherTake, HoldingCardComesAndGoesThroughTakesWithProgramMuted) {
 TEST(SwitcherLifetime, CompletionAfterTheEngineIsGoneIsHarmless) {
   testing::ManualMainQueue queue;
   auto engine = std::make_unique<SwitcherEngine>(SwitcherEngine::Role::main, queue);
-  engine->previewScene = sceneOf({"new"});
+  engine->restoreSession({}, sceneOf({"new"}));
   engine->take(TransitionKind::crossfade, 1);
   engine.reset();
   queue.advance(2);

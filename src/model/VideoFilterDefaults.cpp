@@ -1,4 +1,4 @@
-#include "switcher/VideoFilterDefaults.h"
+#include "model/VideoFilterDefaults.h"
 
 namespace tavorin {
 
