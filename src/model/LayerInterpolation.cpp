@@ -58,7 +58,7 @@ RenderLayer interpolateLayer(const LayerState& from, const LayerState& to, float
   }
 
   r.maskMode = MaskMode::none;
-  r.maskPolygons.clear();
+  r.maskPolygons.reset();
   return r;
 }
 

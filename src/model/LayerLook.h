@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/SharedValue.h"
 #include "model/CornerPin.h"
 #include "model/CornerRadii.h"
 #include "model/Geometry.h"
@@ -15,9 +16,11 @@ namespace tavorin {
 
 // What a layer shows and how it looks on the canvas: the part a scene's layer
 // and the compositor's drawn layer have in common, so one is made from the
-// other by a single copy.
+// other by a single copy. The source, masks and filters rarely change and are
+// shared, so building, comparing and keeping a plan every tick moves
+// references, not strings and vectors.
 struct LayerLook {
-  std::string sourceID;
+  SharedValue<std::string> sourceID;
   Point center{0.5, 0.5};
   Size size{1.0, 1.0};
   float rotation = 0;  // radians, about the box's centre, aspect-corrected
@@ -41,8 +44,8 @@ struct LayerLook {
   float backgroundBlur = 0;
   std::optional<CornerPin> cornerPin;
   MaskMode maskMode = MaskMode::none;
-  std::vector<std::vector<Point>> maskPolygons;  // normalised to the unrotated drawn box
-  std::vector<VideoFilterConfig> videoFilters;
+  SharedValue<std::vector<std::vector<Point>>> maskPolygons;  // normalised to the unrotated drawn box
+  SharedValue<std::vector<VideoFilterConfig>> videoFilters;
 
   friend bool operator==(const LayerLook&, const LayerLook&) = default;
 };

@@ -477,7 +477,7 @@ void SwitcherEngine::closeMaskRegion() {
   if (draft.size() >= 3 && selected) {
     const Uuid id = selected->id;
     editPreviewLayer(id, [&](LayerState& layer) {
-      layer.maskPolygons.push_back(draft);
+      layer.maskPolygons.edit().push_back(draft);
       if (layer.maskMode == MaskMode::none) layer.maskMode = MaskMode::exclude;
     });
   }
@@ -493,7 +493,7 @@ void SwitcherEngine::undoMaskPoint() {
 void SwitcherEngine::clearMask() {
   maskDraft.set({});
   if (const LayerState* selected = selectedLayer()) {
-    editPreviewLayer(selected->id, [](LayerState& layer) { layer.maskPolygons.clear(); });
+    editPreviewLayer(selected->id, [](LayerState& layer) { layer.maskPolygons.reset(); });
   }
   publishSnapshot();
 }
@@ -537,7 +537,7 @@ std::optional<Uuid> SwitcherEngine::addVideoFilter(VideoFilterKind kind, Uuid la
   filter.enabled = true;
   filter.params = defaultVideoFilterParams(kind);
   const Uuid id = filter.id;
-  if (!editPreviewLayer(layerID, [&](LayerState& layer) { layer.videoFilters.push_back(std::move(filter)); })) {
+  if (!editPreviewLayer(layerID, [&](LayerState& layer) { layer.videoFilters.edit().push_back(std::move(filter)); })) {
     return std::nullopt;
   }
   publishSnapshot();
@@ -552,7 +552,7 @@ void SwitcherEngine::setVideoFilters(std::vector<VideoFilterConfig> filters, Uui
 
 void SwitcherEngine::setVideoFilterEnabled(Uuid filterID, bool enabled, Uuid layerID) {
   if (editPreviewLayer(layerID, [&](LayerState& layer) {
-        for (auto& filter : layer.videoFilters) {
+        for (auto& filter : layer.videoFilters.edit()) {
           if (filter.id == filterID) filter.enabled = enabled;
         }
       })) {
@@ -563,7 +563,7 @@ void SwitcherEngine::setVideoFilterEnabled(Uuid filterID, bool enabled, Uuid lay
 void SwitcherEngine::setVideoFilterParam(Uuid filterID, const std::string& key, double value,
                                          Uuid layerID) {
   if (editPreviewLayer(layerID, [&](LayerState& layer) {
-        for (auto& filter : layer.videoFilters) {
+        for (auto& filter : layer.videoFilters.edit()) {
           if (filter.id == filterID) filter.params[key] = value;
         }
       })) {
@@ -573,7 +573,7 @@ void SwitcherEngine::setVideoFilterParam(Uuid filterID, const std::string& key, 
 
 void SwitcherEngine::removeVideoFilter(Uuid filterID, Uuid layerID) {
   if (editPreviewLayer(layerID, [&](LayerState& layer) {
-        std::erase_if(layer.videoFilters, [&](const VideoFilterConfig& f) { return f.id == filterID; });
+        std::erase_if(layer.videoFilters.edit(), [&](const VideoFilterConfig& f) { return f.id == filterID; });
       })) {
     publishSnapshot();
   }
@@ -581,11 +581,11 @@ void SwitcherEngine::removeVideoFilter(Uuid filterID, Uuid layerID) {
 
 void SwitcherEngine::moveVideoFilter(std::size_t from, std::size_t to, Uuid layerID) {
   const LayerState* current = previewScene->layer(layerID);
-  if (!current || from >= current->videoFilters.size()) return;
-  const std::size_t target = std::min(to, current->videoFilters.size() - 1);
+  if (!current || from >= current->videoFilters->size()) return;
+  const std::size_t target = std::min(to, current->videoFilters->size() - 1);
   if (from == target) return;
   editPreviewLayer(layerID, [&](LayerState& layer) {
-    auto& list = layer.videoFilters;
+    auto& list = layer.videoFilters.edit();
     auto first = list.begin();
     if (from < target) {
       std::rotate(first + static_cast<std::ptrdiff_t>(from), first + static_cast<std::ptrdiff_t>(from) + 1,

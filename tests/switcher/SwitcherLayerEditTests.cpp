@@ -145,25 +145,25 @@ TEST_F(SwitcherLayerEdit, MaskRegionNeedsThreePoints) {
   engine.maskDraft = std::vector<Point>{{0, 0}, {1, 0}};
   engine.closeMaskRegion();
   EXPECT_TRUE(engine.maskDraft->empty());
-  EXPECT_TRUE(layer(id).maskPolygons.empty());
+  EXPECT_TRUE(layer(id).maskPolygons->empty());
   EXPECT_EQ(layer(id).maskMode, MaskMode::none);
 
   engine.maskDraft = std::vector<Point>{{0, 0}, {1, 0}, {1, 1}, {0.5, 0.5}};
   engine.undoMaskPoint();
   engine.closeMaskRegion();
-  ASSERT_EQ(layer(id).maskPolygons.size(), 1u);
-  EXPECT_EQ(layer(id).maskPolygons[0].size(), 3u);
+  ASSERT_EQ(layer(id).maskPolygons->size(), 1u);
+  EXPECT_EQ((*layer(id).maskPolygons)[0].size(), 3u);
   EXPECT_EQ(layer(id).maskMode, MaskMode::exclude);
 
   engine.clearMask();
-  EXPECT_TRUE(layer(id).maskPolygons.empty());
+  EXPECT_TRUE(layer(id).maskPolygons->empty());
 }
 
 TEST_F(SwitcherLayerEdit, NewFilterTakesItsKindsDefaultsAndMoves) {
   Uuid id = engine.addLayer("cam");
   auto temperature = engine.addVideoFilter(VideoFilterKind::temperature, id);
   ASSERT_TRUE(temperature);
-  const auto& added = layer(id).videoFilters[0];
+  const auto& added = (*layer(id).videoFilters)[0];
   EXPECT_TRUE(added.enabled);
   EXPECT_EQ(added.params, (std::map<std::string, double>{{"temp", 6500}, {"tint", 0}}));
   EXPECT_FALSE(engine.addVideoFilter(VideoFilterKind::bw, Uuid::make()));
@@ -171,7 +171,7 @@ TEST_F(SwitcherLayerEdit, NewFilterTakesItsKindsDefaultsAndMoves) {
   auto blur = *engine.addVideoFilter(VideoFilterKind::gaussianBlur, id);
   auto bw = *engine.addVideoFilter(VideoFilterKind::bw, id);
   engine.moveVideoFilter(0, 2, id);
-  const auto& filters = layer(id).videoFilters;
+  const auto& filters = *layer(id).videoFilters;
   EXPECT_EQ(filters[0].id, blur);
   EXPECT_EQ(filters[1].id, bw);
   EXPECT_EQ(filters[2].id, *temperature);
