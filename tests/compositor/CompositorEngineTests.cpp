@@ -13,12 +13,12 @@ class EngineTest : public ::testing::Test {
     context.makeCurrent();
     red->publish(Frame{solidFrame(64, 36, kRed), 0});
     sources.set("image:red", red);
-    engine.onProgramFrame = [this](const PixelBufferRef& buffer, double) { programFrames.push_back(buffer); };
+    engine.setFrameSink(Canvas::program, [this](const PixelBufferRef& buffer, double) { programFrames.push_back(buffer); });
     engine.vcamSink = [this](const PixelBufferRef& buffer, double) { cameraFrames.push_back(buffer); };
   }
 
   void showRed() {
-    engine.programPlanProvider = [](double) { return RenderPlan{{layerOf("image:red")}}; };
+    engine.setPlanProvider(Canvas::program, [](double) { return RenderPlan{{layerOf("image:red")}}; });
   }
 
   GLContext& context;
@@ -45,7 +45,7 @@ TEST_F(EngineTest, EmptyProgramFeedsNoSinks) {
   engine.onRefresh(1.0);
   EXPECT_TRUE(programFrames.empty());
   EXPECT_TRUE(cameraFrames.empty());
-  EXPECT_EQ(engine.programPixelBuffer(), nullptr);
+  EXPECT_EQ(engine.newestFrame(Canvas::program), nullptr);
 }
 
 TEST_F(EngineTest, UnchangedPictureIsHandedOnWithoutDrawing) {
@@ -97,10 +97,10 @@ TEST_F(EngineTest, ThumbnailsOnEverySixthTick) {
 TEST_F(EngineTest, ClockKeepsItsRateWithASinkThatTakesTime) {
   showRed();
   int calls = 0;
-  engine.onProgramFrame = [&](const PixelBufferRef&, double) {
+  engine.setFrameSink(Canvas::program, [&](const PixelBufferRef&, double) {
     ++calls;
     std::this_thread::sleep_for(std::chrono::milliseconds(4));
-  };
+  });
   engine.onRefresh(0.5);  // the first drawing, here, so the clock only hands the picture on
   context.releaseCurrent();
   engine.start(60);
