@@ -26,7 +26,7 @@ namespace tavorin {
 
 // The canvases drawn on every tick, in this order. Program and Preview take
 // the main canvas's size, the vertical pair the fixed vertical size, and the
-// studio canvas (the builder's and the operator's own view) 1920 x 1080.
+// studio canvas 1920 x 1080 whatever the main size.
 enum class Canvas { program, preview, vertical, verticalPreview, studio };
 inline constexpr std::size_t kCanvasCount = 5;
 static_assert(static_cast<std::size_t>(Canvas::studio) + 1 == kCanvasCount);
@@ -138,7 +138,7 @@ class CompositorEngine {
   std::atomic<std::uint64_t> tickCount_{0};
   TickTimings timings_;
 
-  // Guards the newest buffers and the thumbnail scenes; held only for a copy or an assignment.
+  // Guards each canvas's newest buffer and the thumbnails; held only for a copy or an assignment.
   mutable std::mutex lock_;
   std::map<Uuid, MixerScene> auxScenes_;
   std::map<Uuid, MixerScene> verticalAuxScenes_;
