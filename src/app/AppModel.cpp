@@ -243,11 +243,12 @@ void AppModel::bindEngine() {
   applyCanvas(canvasSize.get());
   subscriptions_.push_back(canvasSize.subscribe(applyCanvas));
   // The Program fan-out: the recorder first, then the streams of the main canvas.
-  engine->onProgramFrame = [this](const PixelBufferRef& frame, double now) {
+  engine->setFrameSink(Canvas::program, [this](const PixelBufferRef& frame, double now) {
     recorder.appendVideo(frame, now);
     streaming.feedVideo(frame, now);
-  };
-  engine->onVerticalFrame = [this](const PixelBufferRef& frame, double now) { streaming.feedVerticalVideo(frame, now); };
+  });
+  engine->setFrameSink(Canvas::vertical,
+                       [this](const PixelBufferRef& frame, double now) { streaming.feedVerticalVideo(frame, now); });
   engine->start();
   auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
     auto [horizontal, vertical] = thumbnailScenes(layouts);

@@ -11,19 +11,19 @@ Subscription bindToEngine(SwitcherEngine& switcher, CompositorEngine& engine) {
   auto studioMode = std::make_shared<std::atomic<bool>>(switcher.studioMode.get());
   Subscription subscription = switcher.studioMode.subscribe([studioMode](const bool& on) { studioMode->store(on); });
   auto previewIsLive = [studioMode] { return !studioMode->load(); };
+  auto program = [store](double now) { return store->programPlan(now); };
+  auto preview = [store](double now) { return store->previewPlan(now); };
   switch (switcher.role) {
     case SwitcherEngine::Role::main:
-      engine.programPlanProvider = [store](double now) { return store->programPlan(now); };
-      engine.previewPlanProvider = [store](double now) { return store->previewPlan(now); };
-      engine.previewIsLive = previewIsLive;
+      engine.setPlanProvider(Canvas::program, program);
+      engine.setPlanProvider(Canvas::preview, preview, previewIsLive);
       break;
     case SwitcherEngine::Role::vertical:
-      engine.verticalPlanProvider = [store](double now) { return store->programPlan(now); };
-      engine.verticalPreviewPlanProvider = [store](double now) { return store->previewPlan(now); };
-      engine.verticalPreviewIsLive = previewIsLive;
+      engine.setPlanProvider(Canvas::vertical, program);
+      engine.setPlanProvider(Canvas::verticalPreview, preview, previewIsLive);
       break;
     case SwitcherEngine::Role::studio:
-      engine.studioPlanProvider = [store](double now) { return store->studioPlan(now); };
+      engine.setPlanProvider(Canvas::studio, [store](double now) { return store->studioPlan(now); });
       break;
   }
   return subscription;

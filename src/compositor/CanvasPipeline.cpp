@@ -28,7 +28,7 @@ void CanvasPipeline::collectFinished() {
   }
 }
 
-PixelBufferRef CanvasPipeline::produce(GLCompositor& compositor, const RenderPlan& plan,
+PixelBufferRef CanvasPipeline::produce(GLCompositor& compositor, RenderPlan plan,
                                        const FrameSlotMap::Map& sources, SourceTextureCache& cache,
                                        const MaskProvider& maskProvider) {
   drew_ = false;
@@ -54,7 +54,7 @@ PixelBufferRef CanvasPipeline::produce(GLCompositor& compositor, const RenderPla
     };
     compositor.render(plan, target_, provider, maskProvider);
     readback_.begin(target_);
-    lastPlan_ = plan;
+    lastPlan_ = std::move(plan);
     lastGenerations_.swap(generations_);
     valid_ = true;
     drew_ = true;

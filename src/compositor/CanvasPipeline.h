@@ -26,7 +26,7 @@ class CanvasPipeline {
   // Draws the plan (or skips it) and returns the newest composed buffer,
   // which may be the previous tick's while the GPU finishes this one. Null
   // for an empty plan or before a first frame is ready.
-  PixelBufferRef produce(GLCompositor& compositor, const RenderPlan& plan, const FrameSlotMap::Map& sources,
+  PixelBufferRef produce(GLCompositor& compositor, RenderPlan plan, const FrameSlotMap::Map& sources,
                          SourceTextureCache& cache, const MaskProvider& maskProvider);
 
   // The target of the last drawing, for a second pass over the same picture.

@@ -3,17 +3,44 @@
 #include <utility>
 
 #include "base/HostTime.h"
+#include "model/CanvasSize.h"
 
 namespace tavorin {
 
 namespace {
 
-constexpr int kCameraWidth = 1920;
-constexpr int kCameraHeight = 1080;
-constexpr int kVerticalWidth = 1080;
-constexpr int kVerticalHeight = 1920;
+// The camera and the studio canvas take 1080p whatever the main canvas (every
+// canvas size is 16:9, so the main compositor draws them).
+constexpr Size kFixedLandscape = pixelSize(CanvasSize::hd1080);
 constexpr int kThumbnailLong = 480;
 constexpr int kThumbnailShort = 270;
+
+enum class Shape { main, vertical, fixedLandscape };
+enum class PresenterPass { always, whileLive, never };
+
+// What sets each canvas apart: its size, and so its compositor, and when the presenter's pass applies.
+struct CanvasRule {
+  Shape shape;
+  PresenterPass presenter;
+};
+
+constexpr CanvasRule ruleOf(Canvas canvas) {
+  switch (canvas) {
+    case Canvas::program: return {Shape::main, PresenterPass::always};
+    case Canvas::preview: return {Shape::main, PresenterPass::whileLive};
+    case Canvas::vertical: return {Shape::vertical, PresenterPass::always};
+    case Canvas::verticalPreview: return {Shape::vertical, PresenterPass::whileLive};
+    case Canvas::studio: return {Shape::fixedLandscape, PresenterPass::never};
+  }
+  return {Shape::main, PresenterPass::never};
+}
+
+int pixels(double length) { return static_cast<int>(length); }
+
+std::pair<int, int> fixedPixels(Shape shape) {
+  const Size size = shape == Shape::vertical ? kVerticalCanvasPixels : kFixedLandscape;
+  return {pixels(size.width), pixels(size.height)};
+}
 
 std::optional<LayerTexture> noMask(const std::string&) { return std::nullopt; }
 
@@ -26,10 +53,15 @@ void ensure(std::unique_ptr<CanvasPipeline>& pipeline, int width, int height, st
 }  // namespace
 
 CompositorEngine::CompositorEngine(GLContext& context, const FrameSlotMap& sourceMap)
-    : sources(sourceMap), maskProvider(noMask), context_(context) {
+    : sources(sourceMap),
+      maskProvider(noMask),
+      context_(context),
+      canvasWidth_(pixels(pixelSize(CanvasSize::hd1080).width)),
+      canvasHeight_(pixels(pixelSize(CanvasSize::hd1080).height)) {
   context_.makeCurrent();
   compositor_ = std::make_unique<GLCompositor>(context_, canvasWidth_.load(), canvasHeight_.load());
-  verticalCompositor_ = std::make_unique<GLCompositor>(context_, kVerticalWidth, kVerticalHeight);
+  const auto [verticalWidth, verticalHeight] = fixedPixels(Shape::vertical);
+  verticalCompositor_ = std::make_unique<GLCompositor>(context_, verticalWidth, verticalHeight);
   scaler_ = std::make_unique<MonitorRenderer>(context_);
   context_.releaseCurrent();
 }
@@ -62,9 +94,17 @@ void CompositorEngine::setCanvas(int width, int height) {
   canvasHeight_ = height;
   canvasChanged_ = true;
   std::lock_guard guard(lock_);
-  programPixelBuffer_.reset();
-  previewPixelBuffer_.reset();
+  for (std::size_t i = 0; i < kCanvasCount; ++i) {
+    if (ruleOf(static_cast<Canvas>(i)).shape == Shape::main) canvases_[i].newest.reset();
+  }
 }
+
+void CompositorEngine::setPlanProvider(Canvas canvas, PlanProvider provider, std::function<bool()> isLive) {
+  slotOf(canvas).provider = std::move(provider);
+  slotOf(canvas).isLive = std::move(isLive);
+}
+
+void CompositorEngine::setFrameSink(Canvas canvas, FrameSink sink) { slotOf(canvas).sink = std::move(sink); }
 
 void CompositorEngine::setAuxScenes(std::map<Uuid, MixerScene> scenes, std::map<Uuid, MixerScene> verticalScenes) {
   std::map<Uuid, PixelBufferRef> dropped;
@@ -80,25 +120,9 @@ void CompositorEngine::setAuxScenes(std::map<Uuid, MixerScene> scenes, std::map<
   }
 }
 
-PixelBufferRef CompositorEngine::programPixelBuffer() const {
+PixelBufferRef CompositorEngine::newestFrame(Canvas canvas) const {
   std::lock_guard guard(lock_);
-  return programPixelBuffer_;
-}
-PixelBufferRef CompositorEngine::previewPixelBuffer() const {
-  std::lock_guard guard(lock_);
-  return previewPixelBuffer_;
-}
-PixelBufferRef CompositorEngine::verticalPixelBuffer() const {
-  std::lock_guard guard(lock_);
-  return verticalPixelBuffer_;
-}
-PixelBufferRef CompositorEngine::verticalPreviewPixelBuffer() const {
-  std::lock_guard guard(lock_);
-  return verticalPreviewPixelBuffer_;
-}
-PixelBufferRef CompositorEngine::studioPixelBuffer() const {
-  std::lock_guard guard(lock_);
-  return studioPixelBuffer_;
+  return canvases_[static_cast<std::size_t>(canvas)].newest;
 }
 PixelBufferRef CompositorEngine::auxBuffer(const Uuid& id) const {
   std::lock_guard guard(lock_);
@@ -127,19 +151,21 @@ void CompositorEngine::applyCanvasSize() {
   compositor_->setCanvasSize(canvasWidth_.load(), canvasHeight_.load());
 }
 
-PixelBufferRef CompositorEngine::draw(CanvasPipeline& pipeline, GLCompositor& compositor, const RenderPlan& plan) {
-  return pipeline.produce(compositor, plan, *tickSources_, textures_, maskProvider);
+PixelBufferRef CompositorEngine::draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan) {
+  return pipeline.produce(compositor, std::move(plan), *tickSources_, textures_, maskProvider);
 }
 
 PixelBufferRef CompositorEngine::downscaleForCamera(const PixelBufferRef& buffer) {
-  if (buffer->width() == kCameraWidth && buffer->height() == kCameraHeight) return buffer;
-  ensure(vcam_, kCameraWidth, kCameraHeight);
+  const auto [width, height] = fixedPixels(Shape::fixedLandscape);
+  if (buffer->width() == width && buffer->height() == height) return buffer;
+  ensure(vcam_, width, height);
   // Scaled from the Program target on the GPU whenever Program drew anew.
-  if (program_->drewLastTime()) {
-    const RenderTarget& from = program_->target();
+  const CanvasPipeline& program = *slotOf(Canvas::program).pipeline;
+  if (program.drewLastTime()) {
+    const RenderTarget& from = program.target();
     scaler_->draw(vcam_->target(), LayerTexture{from.texture(), from.width(), from.height()});
   }
-  PixelBufferRef scaled = vcam_->readTarget(program_->drewLastTime());
+  PixelBufferRef scaled = vcam_->readTarget(program.drewLastTime());
   return scaled ? scaled : buffer;
 }
 
@@ -149,54 +175,33 @@ void CompositorEngine::tick(double now) {
   applyCanvasSize();
   tickSources_ = sources.snapshot();
   if (presenterTick) presenterTick(now);
-  const int width = canvasWidth_.load(), height = canvasHeight_.load();
-
-  // Program.
-  {
-    RenderPlan plan = programPlanProvider ? programPlanProvider(now) : RenderPlan{};
-    if (presenterApply) plan = presenterApply(std::move(plan));
-    ensure(program_, width, height);
-    PixelBufferRef buffer = draw(*program_, *compositor_, plan);
-    store(programPixelBuffer_, buffer);
-    if (buffer) {
-      if (onProgramFrame) onProgramFrame(buffer, now);
-      if (vcamSink) vcamSink(downscaleForCamera(buffer), now);
-    }
-  }
-  // Preview.
-  {
-    RenderPlan plan = previewPlanProvider ? previewPlanProvider(now) : RenderPlan{};
-    if (previewIsLive && previewIsLive() && presenterApply) plan = presenterApply(std::move(plan));
-    ensure(preview_, width, height);
-    store(previewPixelBuffer_, draw(*preview_, *compositor_, plan));
-  }
-  // Vertical Program.
-  {
-    RenderPlan plan = verticalPlanProvider ? verticalPlanProvider(now) : RenderPlan{};
-    if (presenterApply) plan = presenterApply(std::move(plan));
-    ensure(vertical_, kVerticalWidth, kVerticalHeight);
-    PixelBufferRef buffer = draw(*vertical_, *verticalCompositor_, plan);
-    store(verticalPixelBuffer_, buffer);
-    if (buffer && onVerticalFrame) onVerticalFrame(buffer, now);
-  }
-  // Vertical Preview.
-  {
-    RenderPlan plan = verticalPreviewPlanProvider ? verticalPreviewPlanProvider(now) : RenderPlan{};
-    if (verticalPreviewIsLive && verticalPreviewIsLive() && presenterApply) plan = presenterApply(std::move(plan));
-    ensure(verticalPreview_, kVerticalWidth, kVerticalHeight);
-    store(verticalPreviewPixelBuffer_, draw(*verticalPreview_, *verticalCompositor_, plan));
-  }
-  // Studio: 1920 x 1080 whatever the canvas (every canvas size is 16:9).
-  if (studioPlanProvider) {
-    ensure(studio_, kCameraWidth, kCameraHeight);
-    store(studioPixelBuffer_, draw(*studio_, *compositor_, studioPlanProvider(now)));
-  }
+  for (std::size_t i = 0; i < kCanvasCount; ++i) drawCanvas(static_cast<Canvas>(i), now);
 
   const std::uint64_t ticks = tickCount_.fetch_add(1, std::memory_order_relaxed) + 1;
   if (ticks % kThumbnailEvery == 0) renderThumbnails(now);
   textures_.endFrame();
   tickSources_.reset();
   timings_.record(started, hostTimeNow() - started);
+}
+
+void CompositorEngine::drawCanvas(Canvas canvas, double now) {
+  CanvasSlot& entry = slotOf(canvas);
+  if (!entry.provider) return;
+  const CanvasRule rule = ruleOf(canvas);
+  RenderPlan plan = entry.provider(now);
+  const bool presenter = rule.presenter == PresenterPass::always ||
+                         (rule.presenter == PresenterPass::whileLive && entry.isLive && entry.isLive());
+  if (presenter && presenterApply) plan = presenterApply(std::move(plan));
+
+  const auto [width, height] =
+      rule.shape == Shape::main ? std::pair{canvasWidth_.load(), canvasHeight_.load()} : fixedPixels(rule.shape);
+  ensure(entry.pipeline, width, height);
+  GLCompositor& compositor = rule.shape == Shape::vertical ? *verticalCompositor_ : *compositor_;
+  PixelBufferRef buffer = draw(*entry.pipeline, compositor, std::move(plan));
+  store(entry.newest, buffer);
+  if (!buffer) return;
+  if (entry.sink) entry.sink(buffer, now);
+  if (canvas == Canvas::program && vcamSink) vcamSink(downscaleForCamera(buffer), now);
 }
 
 void CompositorEngine::renderThumbnails(double now) {
@@ -211,7 +216,7 @@ void CompositorEngine::renderThumbnails(double now) {
       RenderPlan plan{scene.renderLayers(now, 1.0f)};
       if (plan.layers.empty()) continue;  // the old picture stays
       ensure(thumbnails_[id], w, h, 1);
-      PixelBufferRef buffer = draw(*thumbnails_[id], compositor, plan);
+      PixelBufferRef buffer = draw(*thumbnails_[id], compositor, std::move(plan));
       if (!buffer) continue;
       std::lock_guard guard(lock_);
       auxBuffers_[id] = buffer;

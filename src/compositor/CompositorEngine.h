@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <functional>
 #include <map>
@@ -23,10 +24,17 @@
 
 namespace tavorin {
 
+// The canvases drawn on every tick, in this order. Program and Preview take
+// the main canvas's size, the vertical pair the fixed vertical size, and the
+// studio canvas 1920 x 1080 whatever the main size.
+enum class Canvas { program, preview, vertical, verticalPreview, studio };
+inline constexpr std::size_t kCanvasCount = 5;
+static_assert(static_cast<std::size_t>(Canvas::studio) + 1 == kCanvasCount);
+
 // The frame clock: on each tick it asks the plan providers what to show,
 // draws each canvas, keeps the newest frame of each for the monitors, and
-// hands Program and vertical frames to the sinks. It knows no scenes or
-// switchers, only closures and the sources map.
+// hands frames to the sinks. It knows no scenes or switchers, only closures
+// and the sources map.
 class CompositorEngine {
  public:
   using PlanProvider = std::function<RenderPlan(double now)>;
@@ -58,15 +66,21 @@ class CompositorEngine {
   int canvasWidth() const { return canvasWidth_.load(); }
   int canvasHeight() const { return canvasHeight_.load(); }
 
+  // What a canvas draws; a canvas without a provider is not drawn. For a
+  // Preview canvas, `isLive` tells whether its switcher is in direct mode,
+  // where Preview is what goes out and so takes the presenter's pass as
+  // Program always does. Installed before start(), never while the clock runs.
+  void setPlanProvider(Canvas canvas, PlanProvider provider, std::function<bool()> isLive = {});
+  // Where a canvas's composed frames go, on the render thread, once per tick
+  // while it shows something. Program's frames also go to `vcamSink`, at 1080p.
+  // Installed before start(), never while the clock runs.
+  void setFrameSink(Canvas canvas, FrameSink sink);
+
   // Thumbnails: horizontal layouts and vertical-only layouts by id.
   void setAuxScenes(std::map<Uuid, MixerScene> scenes, std::map<Uuid, MixerScene> verticalScenes);
 
   // Newest composed frames, each read as a retained reference.
-  PixelBufferRef programPixelBuffer() const;
-  PixelBufferRef previewPixelBuffer() const;
-  PixelBufferRef verticalPixelBuffer() const;
-  PixelBufferRef verticalPreviewPixelBuffer() const;
-  PixelBufferRef studioPixelBuffer() const;
+  PixelBufferRef newestFrame(Canvas canvas) const;
   PixelBufferRef auxBuffer(const Uuid& id) const;
 
   double measuredFPS() const { return measuredFPS_.load(std::memory_order_relaxed); }
@@ -76,31 +90,30 @@ class CompositorEngine {
   // The newest frame of every source that layers may name.
   const FrameSlotMap& sources;
 
-  // Providers and sinks: assigned before start(), never changed while the clock runs.
-  PlanProvider programPlanProvider;
-  PlanProvider previewPlanProvider;
-  PlanProvider verticalPlanProvider;
-  PlanProvider verticalPreviewPlanProvider;
-  PlanProvider studioPlanProvider;
-  std::function<bool()> previewIsLive;
-  std::function<bool()> verticalPreviewIsLive;
-  FrameSink onProgramFrame;
-  FrameSink onVerticalFrame;
+  // Assigned before start(), never changed while the clock runs.
   FrameSink vcamSink;
   std::function<void(double)> presenterTick;
   std::function<RenderPlan(RenderPlan)> presenterApply;
   MaskProvider maskProvider;
 
  private:
-  struct Thumbnail;
+  struct CanvasSlot {
+    PlanProvider provider;
+    std::function<bool()> isLive;
+    FrameSink sink;
+    std::unique_ptr<CanvasPipeline> pipeline;  // render thread only
+    PixelBufferRef newest;                     // under lock_
+  };
 
   void tick(double now);
+  void drawCanvas(Canvas canvas, double now);
   void measureRate(double now);
   void applyCanvasSize();
-  PixelBufferRef draw(CanvasPipeline& pipeline, GLCompositor& compositor, const RenderPlan& plan);
+  PixelBufferRef draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan);
   PixelBufferRef downscaleForCamera(const PixelBufferRef& buffer);
   void renderThumbnails(double now);
   void store(PixelBufferRef& slot, const PixelBufferRef& buffer);
+  CanvasSlot& slotOf(Canvas canvas) { return canvases_[static_cast<std::size_t>(canvas)]; }
 
   GLContext& context_;
   std::unique_ptr<GLCompositor> compositor_;
@@ -109,25 +122,24 @@ class CompositorEngine {
   SourceTextureCache textures_;
   std::unique_ptr<FrameClock> clock_;
 
+  std::array<CanvasSlot, kCanvasCount> canvases_;
   // Render thread only.
-  std::unique_ptr<CanvasPipeline> program_, preview_, vertical_, verticalPreview_, studio_, vcam_;
+  std::unique_ptr<CanvasPipeline> vcam_;
   std::map<Uuid, std::unique_ptr<CanvasPipeline>> thumbnails_;
   std::shared_ptr<const FrameSlotMap::Map> tickSources_;
   double lastRenderTime_ = 0;
   int fpsCount_ = 0;
   double fpsWindowStart_ = 0;
 
-  std::atomic<int> canvasWidth_{1920};
-  std::atomic<int> canvasHeight_{1080};
+  std::atomic<int> canvasWidth_;
+  std::atomic<int> canvasHeight_;
   std::atomic<bool> canvasChanged_{false};
   std::atomic<double> measuredFPS_{0};
   std::atomic<std::uint64_t> tickCount_{0};
   TickTimings timings_;
 
-  // Guards the newest buffers and the thumbnail scenes; held only for a copy or an assignment.
+  // Guards each canvas's newest buffer and the thumbnails; held only for a copy or an assignment.
   mutable std::mutex lock_;
-  PixelBufferRef programPixelBuffer_, previewPixelBuffer_, verticalPixelBuffer_, verticalPreviewPixelBuffer_,
-      studioPixelBuffer_;
   std::map<Uuid, MixerScene> auxScenes_;
   std::map<Uuid, MixerScene> verticalAuxScenes_;
   std::map<Uuid, PixelBufferRef> auxBuffers_;

@@ -24,10 +24,6 @@ void GLCompositor::setCanvasSize(int width, int height) {
   canvasHeight_ = height;
 }
 
-std::unique_ptr<PixelBufferPool> GLCompositor::makePool() const {
-  return std::make_unique<PixelBufferPool>(canvasWidth_, canvasHeight_);
-}
-
 std::pair<float, GLuint> GLCompositor::polygonMask(const RenderLayer& layer) {
   if (layer.maskMode == MaskMode::none) return {0.0f, 0};
   const GLuint texture = masks_.maskTexture(layer.maskPolygons);

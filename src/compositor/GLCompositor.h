@@ -1,11 +1,11 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
+#include <utility>
 
-#include "base/PixelBufferPool.h"
 #include "compositor/BackgroundBlur.h"
 #include "compositor/GLTextures.h"
 #include "compositor/PolygonMaskCache.h"
@@ -33,9 +33,6 @@ class GLCompositor {
   int canvasWidth() const { return canvasWidth_; }
   int canvasHeight() const { return canvasHeight_; }
   void setCanvasSize(int width, int height);
-
-  // A pool of canvas-sized buffers for composed frames.
-  std::unique_ptr<PixelBufferPool> makePool() const;
 
   // Records the drawing; waits for nothing.
   void render(const RenderPlan& plan, const RenderTarget& target, const FrameProvider& frameProvider,

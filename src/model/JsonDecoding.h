@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/EnumNames.h"
+#include "base/SharedValue.h"
 #include "model/SceneJson.h"
 
 // Strict readers shared by every store's JSON coding: a value of the wrong type
@@ -120,6 +121,13 @@ void decode(const json& j, std::map<std::string, T>& out) {
     items.emplace(key, std::move(item));
   }
   out = std::move(items);
+}
+
+template <class T>
+void decode(const json& j, SharedValue<T>& out) {
+  T value{};
+  decode(j, value);
+  out = std::move(value);
 }
 
 // A key that may be missing (or null): `out` keeps its default then.

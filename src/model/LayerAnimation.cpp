@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "model/RenderLayer.h"
+#include "model/LayerLook.h"
 
 namespace tavorin {
 
@@ -16,7 +16,7 @@ constexpr double kSlowestSpeed = 0.05;
 
 }  // namespace
 
-void applyMove(LayerAnimation::Move move, RenderLayer& layer, double f) {
+void applyMove(LayerAnimation::Move move, LayerLook& layer, double f) {
   using Move = LayerAnimation::Move;
   f = std::clamp(f, 0.0, 1.0);
   switch (move) {
@@ -48,7 +48,7 @@ void applyMove(LayerAnimation::Move move, RenderLayer& layer, double f) {
   }
 }
 
-void LayerAnimation::apply(RenderLayer& layer, double t) const {
+void LayerAnimation::apply(LayerLook& layer, double t) const {
   if (enterAt) {
     const double u = (t - *enterAt) / std::max(enterDuration, kShortestMove);
     if (u < 0) applyMove(enter, layer, 1);

@@ -8,7 +8,7 @@
 
 namespace tavorin {
 
-struct RenderLayer;
+struct LayerLook;
 
 // A layer's running motion and its enter and exit moves.
 struct LayerAnimation {
@@ -25,14 +25,14 @@ struct LayerAnimation {
   std::optional<double> exitAt;  // host time at which the exit move starts
 
   // Applies the motion at host time `time` to a layer's drawn copy.
-  void apply(RenderLayer& layer, double time) const;
+  void apply(LayerLook& layer, double time) const;
 
   friend bool operator==(const LayerAnimation&, const LayerAnimation&) = default;
 };
 
 // Moves a layer's copy a fraction `f` (0 at rest, 1 fully away) along an
 // enter or exit move; f is clamped to 0..1.
-void applyMove(LayerAnimation::Move move, RenderLayer& layer, double f);
+void applyMove(LayerAnimation::Move move, LayerLook& layer, double f);
 
 template <>
 struct EnumNames<LayerAnimation::Kind> {

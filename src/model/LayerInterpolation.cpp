@@ -25,10 +25,8 @@ CornerRadii lerp(const CornerRadii& a, const CornerRadii& b, float p) {
 
 RenderLayer interpolateLayer(const LayerState& from, const LayerState& to, float p) {
   const double pd = p;
-  RenderLayer r;
-  r.id = to.id;
-  r.sourceID = to.sourceID;
-  r.videoFilters = to.videoFilters;
+  // What does not move (source, filters, keying) is the target's from the first frame.
+  RenderLayer r{{to}, to.id};
 
   r.center = lerp(from.center, to.center, pd);
   r.cropRect = Rect{lerp(from.cropRect.origin, to.cropRect.origin, pd), lerp(from.cropRect.size, to.cropRect.size, pd)};
@@ -52,14 +50,6 @@ RenderLayer interpolateLayer(const LayerState& from, const LayerState& to, float
 
   r.fill = true;
 
-  r.keyMode = to.keyMode;
-  r.keyColor = to.keyColor;
-  r.keyThreshold = to.keyThreshold;
-  r.keySmoothness = to.keySmoothness;
-  r.segmentationQuality = to.segmentationQuality;
-  r.segmentationSmoothing = to.segmentationSmoothing;
-  r.backgroundBlur = to.backgroundBlur;
-
   if (from.cornerPin || to.cornerPin) {
     const CornerPin a = from.cornerPin.value_or(CornerPin::unit());
     const CornerPin b = to.cornerPin.value_or(CornerPin::unit());
@@ -68,6 +58,7 @@ RenderLayer interpolateLayer(const LayerState& from, const LayerState& to, float
   }
 
   r.maskMode = MaskMode::none;
+  r.maskPolygons.reset();
   return r;
 }
 

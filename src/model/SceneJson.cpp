@@ -126,7 +126,7 @@ void from_json(const json& j, VideoFilterConfig& v) {
 void to_json(json& j, const LayerState& v) {
   j = json::object();
   j["id"] = v.id;
-  j["sourceID"] = v.sourceID;
+  j["sourceID"] = *v.sourceID;
   j["center"] = v.center;
   j["size"] = v.size;
   j["rotation"] = f32(v.rotation);
@@ -151,12 +151,12 @@ void to_json(json& j, const LayerState& v) {
   j["backgroundBlur"] = f32(v.backgroundBlur);
   if (v.cornerPin) j["cornerPin"] = *v.cornerPin;
   j["maskMode"] = static_cast<int>(v.maskMode);
-  j["maskPolygons"] = v.maskPolygons;
+  j["maskPolygons"] = *v.maskPolygons;
   j["locked"] = v.locked;
   j["groupID"] = v.groupID ? json(*v.groupID) : json(nullptr);  // always written, null when ungrouped
   j["hidden"] = v.hidden;
   j["animation"] = v.animation;
-  j["videoFilters"] = v.videoFilters;
+  j["videoFilters"] = *v.videoFilters;
 }
 
 void from_json(const json& j, LayerState& v) {

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "base/ThreadName.h"
+#include "model/CanvasSize.h"
 
 namespace tavorin {
 
@@ -32,7 +33,10 @@ void StreamingEngine::start(const StreamDestination& destination, const std::str
 void StreamingEngine::startSession(const StreamDestination& destination, const std::string& key) {
   const auto limited = applyLimits(destination);
   auto [width, height] = canvasSizeProvider ? canvasSizeProvider() : std::pair{1920, 1080};
-  if (limited.canvas.value_or(StreamCanvas::main) == StreamCanvas::vertical) std::tie(width, height) = std::pair{1080, 1920};
+  if (limited.canvas.value_or(StreamCanvas::main) == StreamCanvas::vertical) {
+    width = static_cast<int>(kVerticalCanvasPixels.width);
+    height = static_cast<int>(kVerticalCanvasPixels.height);
+  }
   std::weak_ptr<StreamingEngine*> weakSelf = self_;
   MainQueue& queue = queue_;
   // Filled in once the session exists; it reports nothing before start().

@@ -160,7 +160,7 @@ void PreviewEditor::clearMask() {
   maskDraft_.set({});
   if (const LayerState* selected = selectedLayer()) {
     editLayer(selected->id, [](LayerState& layer) {
-      layer.maskPolygons.clear();
+      layer.maskPolygons.reset();
       return true;
     });
   }

@@ -13,12 +13,12 @@ class EngineTest : public ::testing::Test {
     context.makeCurrent();
     red->publish(Frame{solidFrame(64, 36, kRed), 0});
     sources.set("image:red", red);
-    engine.onProgramFrame = [this](const PixelBufferRef& buffer, double) { programFrames.push_back(buffer); };
+    engine.setFrameSink(Canvas::program, [this](const PixelBufferRef& buffer, double) { programFrames.push_back(buffer); });
     engine.vcamSink = [this](const PixelBufferRef& buffer, double) { cameraFrames.push_back(buffer); };
   }
 
   void showRed() {
-    engine.programPlanProvider = [](double) { return RenderPlan{{layerOf("image:red")}}; };
+    engine.setPlanProvider(Canvas::program, [](double) { return RenderPlan{{layerOf("image:red")}}; });
   }
 
   GLContext& context;
@@ -45,7 +45,7 @@ TEST_F(EngineTest, EmptyProgramFeedsNoSinks) {
   engine.onRefresh(1.0);
   EXPECT_TRUE(programFrames.empty());
   EXPECT_TRUE(cameraFrames.empty());
-  EXPECT_EQ(engine.programPixelBuffer(), nullptr);
+  EXPECT_EQ(engine.newestFrame(Canvas::program), nullptr);
 }
 
 TEST_F(EngineTest, UnchangedPictureIsHandedOnWithoutDrawing) {
@@ -80,6 +80,42 @@ TEST_F(EngineTest, LargerCanvasReachesTheCameraAt1080p) {
   EXPECT_TRUE(near(pixelAt(*cameraFrames.back(), 960, 540), kRed));
 }
 
+// The presenter's pass here turns the picture blue, so each canvas's colour
+// tells whether it applied: always on Program canvases, on Preview canvases
+// while their switcher is live, never on the studio canvas.
+TEST_F(EngineTest, EachCanvasDrawsAtItsSizeWithThePresenterPassWhereItApplies) {
+  auto blue = std::make_shared<FrameSlot>();
+  blue->publish(Frame{solidFrame(64, 36, kBlue), 0});
+  sources.set("image:blue", blue);
+  engine.presenterApply = [](RenderPlan) { return RenderPlan{{layerOf("image:blue")}}; };
+  bool live = false;
+  PixelBufferRef verticalSent;
+  engine.setFrameSink(Canvas::vertical, [&](const PixelBufferRef& buffer, double) { verticalSent = buffer; });
+  engine.setCanvas(2560, 1440);
+  const struct {
+    Canvas canvas;
+    int width, height;
+    Rgba direct, live;
+  } table[] = {{Canvas::program, 2560, 1440, kBlue, kBlue},       {Canvas::preview, 2560, 1440, kRed, kBlue},
+               {Canvas::vertical, 1080, 1920, kBlue, kBlue},      {Canvas::verticalPreview, 1080, 1920, kRed, kBlue},
+               {Canvas::studio, 1920, 1080, kRed, kRed}};
+  for (const auto& row : table) {
+    engine.setPlanProvider(row.canvas, [](double) { return RenderPlan{{layerOf("image:red")}}; }, [&] { return live; });
+  }
+  for (double now : {1.0, 2.0}) {
+    live = now > 1;
+    engine.onRefresh(now);
+    for (const auto& row : table) {
+      PixelBufferRef frame = engine.newestFrame(row.canvas);
+      ASSERT_TRUE(frame) << "canvas " << static_cast<int>(row.canvas);
+      EXPECT_EQ(std::pair(frame->width(), frame->height()), std::pair(row.width, row.height));
+      EXPECT_TRUE(near(pixelAt(*frame, row.width / 2, row.height / 2), live ? row.live : row.direct))
+          << "canvas " << static_cast<int>(row.canvas) << (live ? ", live" : "");
+    }
+  }
+  EXPECT_EQ(verticalSent, engine.newestFrame(Canvas::vertical));
+}
+
 TEST_F(EngineTest, ThumbnailsOnEverySixthTick) {
   MixerScene scene;
   scene.layers.push_back(LayerState::make("image:red"));
@@ -97,10 +133,10 @@ TEST_F(EngineTest, ThumbnailsOnEverySixthTick) {
 TEST_F(EngineTest, ClockKeepsItsRateWithASinkThatTakesTime) {
   showRed();
   int calls = 0;
-  engine.onProgramFrame = [&](const PixelBufferRef&, double) {
+  engine.setFrameSink(Canvas::program, [&](const PixelBufferRef&, double) {
     ++calls;
     std::this_thread::sleep_for(std::chrono::milliseconds(4));
-  };
+  });
   engine.onRefresh(0.5);  // the first drawing, here, so the clock only hands the picture on
   context.releaseCurrent();
   engine.start(60);

@@ -90,8 +90,4 @@ PixelBufferRef CompositorTest::compose(const RenderPlan& plan) {
   return readback.collect(pool, true);
 }
 
-Rgba CompositorTest::at(const PixelBuffer& buffer, double fx, double fy) const {
-  return pixelAt(buffer, static_cast<int>(fx * buffer.width()), static_cast<int>(fy * buffer.height()));
-}
-
 }  // namespace tavorin::testing

@@ -45,8 +45,6 @@ class CompositorTest : public ::testing::Test {
   CompositorTest();
   PixelBufferRef compose(const RenderPlan& plan);
   PixelBufferRef compose(std::vector<RenderLayer> layers) { return compose(RenderPlan{std::move(layers)}); }
-  // Pixel at a canvas fraction.
-  Rgba at(const PixelBuffer& buffer, double fx, double fy) const;
 
   GLContext& context;
   std::unique_ptr<GLCompositor> compositor;

@@ -49,12 +49,6 @@ TEST_F(FrameTransfer, ReadbackCompletesWithoutWaitingAndReusesPoolBuffers) {
   EXPECT_EQ(pool.bufferCount(), 2u);
 }
 
-}  // namespace
-}  // namespace tavorin::testing
-
-namespace tavorin::testing {
-namespace {
-
 TEST_F(FrameTransfer, PlanWrittenAsPngReadsBackAsDrawn) {
   TempDir dir;
   frames["quads"] = quadrantFrame(64, 36, kRed, kGreen, kBlue, kWhite);

@@ -117,8 +117,8 @@ TEST(FrameShape, CropsASquareAboutTheCentreAndShapesTheBox) {
 TEST(LayerFilters, NewFilterTakesItsKindsDefaultsAndMovesAlongTheStack) {
   LayerState layer;
   const Uuid temperature = addVideoFilter(layer, VideoFilterKind::temperature);
-  EXPECT_TRUE(layer.videoFilters[0].enabled);
-  EXPECT_EQ(layer.videoFilters[0].params, (std::map<std::string, double>{{"temp", 6500}, {"tint", 0}}));
+  EXPECT_TRUE(layer.videoFilters->at(0).enabled);
+  EXPECT_EQ(layer.videoFilters->at(0).params, (std::map<std::string, double>{{"temp", 6500}, {"tint", 0}}));
   const Uuid blur = addVideoFilter(layer, VideoFilterKind::gaussianBlur);
   const Uuid bw = addVideoFilter(layer, VideoFilterKind::bw);
   struct Case {
@@ -130,7 +130,7 @@ TEST(LayerFilters, NewFilterTakesItsKindsDefaultsAndMovesAlongTheStack) {
     LayerState moved = layer;
     EXPECT_EQ(moveVideoFilter(moved, test.from, test.to), !test.order.empty()) << test.from << " to " << test.to;
     std::vector<Uuid> order;
-    for (const auto& filter : moved.videoFilters) order.push_back(filter.id);
+    for (const auto& filter : *moved.videoFilters) order.push_back(filter.id);
     EXPECT_EQ(order, (test.order.empty() ? std::vector<Uuid>{temperature, blur, bw} : test.order));
   }
 }
@@ -138,13 +138,13 @@ TEST(LayerFilters, NewFilterTakesItsKindsDefaultsAndMovesAlongTheStack) {
 TEST(LayerMasks, RegionNeedsThreePointsAndFirstTurnsOnExclusion) {
   LayerState layer;
   EXPECT_FALSE(addMaskRegion(layer, {{0, 0}, {1, 0}}));
-  EXPECT_TRUE(layer.maskPolygons.empty());
+  EXPECT_TRUE(layer.maskPolygons->empty());
   ASSERT_TRUE(addMaskRegion(layer, {{0, 0}, {1, 0}, {1, 1}}));
   EXPECT_EQ(layer.maskMode, MaskMode::exclude);
   layer.maskMode = MaskMode::include;
   ASSERT_TRUE(addMaskRegion(layer, {{0, 0}, {0, 1}, {1, 1}}));
   EXPECT_EQ(layer.maskMode, MaskMode::include) << "a mode the operator chose stays";
-  EXPECT_EQ(layer.maskPolygons.size(), 2u);
+  EXPECT_EQ(layer.maskPolygons->size(), 2u);
 }
 
 }  // namespace

@@ -115,7 +115,7 @@ TEST(MatchMove, SharedSourceTravelsFromTheFirstOldLayer) {
   EXPECT_TRUE(r.fill);
   EXPECT_EQ(r.keyMode, KeyMode::chroma);
   EXPECT_EQ(r.maskMode, MaskMode::none);
-  EXPECT_TRUE(r.maskPolygons.empty());
+  EXPECT_TRUE(r.maskPolygons->empty());
 }
 
 TEST(MatchMove, LeavingAndArrivingLayersFollowTheirGroupsMotion) {

@@ -75,10 +75,10 @@ TEST_F(PreviewEditing, MaskDraftBecomesARegionOfTheSelectedLayer) {
   editor.undoMaskPoint();
   editor.closeMaskRegion();
   EXPECT_TRUE(editor.maskDraft->empty());
-  ASSERT_EQ(shown(id).maskPolygons.size(), 1u);
-  EXPECT_EQ(shown(id).maskPolygons[0].size(), 3u);
+  ASSERT_EQ(shown(id).maskPolygons->size(), 1u);
+  EXPECT_EQ(shown(id).maskPolygons->at(0).size(), 3u);
   editor.clearMask();
-  EXPECT_TRUE(layer(id).maskPolygons.empty());
+  EXPECT_TRUE(layer(id).maskPolygons->empty());
 }
 
 }  // namespace
