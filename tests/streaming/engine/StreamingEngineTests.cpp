@@ -237,10 +237,12 @@ TEST(StreamingEngine, RefusedServerRetriesOnTheScheduleThenGivesUp) {
   ASSERT_EQ(seen.size(), 10u) << "connecting, reconnecting 1 to 8, error";
   for (int attempt = 1; attempt <= 8; ++attempt) {
     EXPECT_EQ(seen[attempt].state, StreamState::reconnecting(attempt));
-    // Each wait is the back-off of the try it leads to; the attempts themselves are quick.
+    // Each wait is the back-off of the try it leads to; the attempts themselves
+    // are quick. The states are stamped as the main queue sees them, a pump's
+    // slice late or early.
     const double waited = seen[attempt + 1].at - seen[attempt].at;
     const double expected = stream_failure::backOff(attempt) * unit;
-    EXPECT_GE(waited, expected * 0.95) << "after try " << attempt;
+    EXPECT_GE(waited, expected - 0.02) << "after try " << attempt;
     EXPECT_LT(waited, expected + 0.3) << "after try " << attempt;
   }
 }
