@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "audio/AllocationCounter.h"
+#include "support/AllocationCounter.h"
 
 namespace tavorin {
 namespace {

@@ -1,7 +1,7 @@
 // What the compositor does beyond one plan's pixels: the geometry it computes,
 // what it skips, the caches it keeps, masks that arrive late, the monitor's
 // letterbox, and how a broken shader is reported.
-#include "compositor/CompositorTestSupport.h"
+#include "support/CompositorTestSupport.h"
 #include "compositor/FrameReadback.h"
 #include "compositor/LayerUniforms.h"
 #include "compositor/MonitorRenderer.h"

@@ -2,7 +2,7 @@
 #include <thread>
 
 #include "compositor/CompositorEngine.h"
-#include "compositor/CompositorTestSupport.h"
+#include "support/CompositorTestSupport.h"
 
 namespace tavorin::testing {
 namespace {

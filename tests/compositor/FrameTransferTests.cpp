@@ -1,6 +1,6 @@
 #include <epoxy/gl.h>
 
-#include "compositor/CompositorTestSupport.h"
+#include "support/CompositorTestSupport.h"
 #include "compositor/FrameReadback.h"
 #include "compositor/RenderTarget.h"
 #include "platform/media/ImageDecoder.h"

@@ -7,7 +7,7 @@
 #include <numbers>
 #include <ostream>
 
-#include "compositor/CompositorTestSupport.h"
+#include "support/CompositorTestSupport.h"
 #include "switcher/ActiveTransition.h"
 #include "switcher/SwitcherSnapshotStore.h"
 

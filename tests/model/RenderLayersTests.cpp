@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "model/ModelFixtures.h"
+#include "support/ModelFixtures.h"
 
 namespace tavorin {
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "model/CustomTransitionJson.h"
-#include "model/ModelFixtures.h"
+#include "support/ModelFixtures.h"
 
 namespace tavorin {
 namespace {

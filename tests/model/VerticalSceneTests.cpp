@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "model/ModelFixtures.h"
+#include "support/ModelFixtures.h"
 
 namespace tavorin {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "StoreTestFiles.h"
+#include "support/StoreTestFiles.h"
 #include "model/SceneJson.h"
 #include "support/TempDir.h"
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "StoreTestFiles.h"
+#include "support/StoreTestFiles.h"
 #include "model/CustomTransitionJson.h"
 
 namespace tavorin {

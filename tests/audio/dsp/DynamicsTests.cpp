@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "audio/dsp/DspTestSignals.h"
+#include "support/DspTestSignals.h"
 
 namespace tavorin {
 namespace {

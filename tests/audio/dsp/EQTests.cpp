@@ -2,7 +2,7 @@
 
 #include <complex>
 
-#include "audio/dsp/DspTestSignals.h"
+#include "support/DspTestSignals.h"
 
 namespace tavorin {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "audio/AllocationCounter.h"
-#include "audio/dsp/DspTestSignals.h"
+#include "support/AllocationCounter.h"
+#include "support/DspTestSignals.h"
 
 namespace tavorin {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "audio/dsp/DspTestSignals.h"
+#include "support/DspTestSignals.h"
 #include "support/TempDir.h"
 
 namespace tavorin {

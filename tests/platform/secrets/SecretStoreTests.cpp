@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "PrivateSessionBus.h"
+#include "peers/PrivateSessionBus.h"
 #include "platform/secrets/FileSecretStore.h"
 #include "platform/secrets/LibSecretStore.h"
 #include "support/TempDir.h"

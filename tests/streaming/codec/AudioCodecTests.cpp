@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "streaming/codec/AudioCodec.h"
-#include "streaming/codec/CodecTestSupport.h"
+#include "support/CodecTestSupport.h"
 
 namespace tavorin {
 namespace {

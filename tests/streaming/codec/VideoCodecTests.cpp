@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
-#include "streaming/codec/CodecTestSupport.h"
+#include "support/CodecTestSupport.h"
 #include "streaming/codec/VideoCodec.h"
 
 namespace tavorin {

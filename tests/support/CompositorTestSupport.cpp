@@ -1,4 +1,4 @@
-#include "compositor/CompositorTestSupport.h"
+#include "support/CompositorTestSupport.h"
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-#include "PrivateSessionBus.h"
+#include "peers/PrivateSessionBus.h"
 
 #include <gio/gio.h>
 #include <sys/stat.h>

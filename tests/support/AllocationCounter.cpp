@@ -1,4 +1,4 @@
-#include "audio/AllocationCounter.h"
+#include "support/AllocationCounter.h"
 
 #include <cstdlib>
 #include <new>
