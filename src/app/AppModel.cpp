@@ -12,13 +12,6 @@ namespace tavorin {
 
 namespace {
 
-std::vector<Uuid> layerStructure(const MixerScene& scene) {
-  std::vector<Uuid> ids;
-  ids.reserve(scene.layers.size());
-  for (const auto& layer : scene.layers) ids.push_back(layer.id);
-  return ids;
-}
-
 AppModel::EditCanvas readEditCanvas(const Preferences& prefs) {
   return prefs.getString(prefkey::editCanvas) == "vertical" ? AppModel::EditCanvas::vertical
                                                              : AppModel::EditCanvas::horizontal;
@@ -37,22 +30,6 @@ std::unique_ptr<SecretStore> makeStreamSecretStore(bool useService, const std::f
 }
 
 }  // namespace
-
-// Writes Preview edits of a switcher back into the layout it loaded: at once when
-// layers come or go, 0.2 s after the last change otherwise, and at once when the
-// layout is left.
-struct AppModel::LayoutWriteBack {
-  explicit LayoutWriteBack(MainQueue& queue) : debounce(queue, 0.2, [this] { fire(); }) {}
-
-  void fire() {
-    auto layoutID = std::exchange(pendingLayoutID, std::nullopt);
-    if (layoutID && storeLater) storeLater(*layoutID);
-  }
-
-  std::function<void(const Uuid&)> storeLater;
-  Debouncer debounce;
-  std::optional<Uuid> pendingLayoutID;
-};
 
 AppModel::AppModel(AppEnvironment environment)
     : queue_(environment.queue),
@@ -89,11 +66,19 @@ AppModel::AppModel(AppEnvironment environment)
       canvasSize(readCanvasSize(preferences_)),
       showOnboarding(false),
       recordingsFolderPath(preferences_.getString(prefkey::recordingsFolder).value_or("")),
+      recording(queue_, recorder, audioMixer, preferences_,
+                {.canvasPixels = [this] { return pixelSize(canvasSize.get()); },
+                 .recordingsRoot = [this] { return currentRecordingsRoot(); },
+                 .clipsFolder = [this] { return showFolder_.library(ShowFolder::Library::clips); },
+                 .log = [this](std::string line) { appendLog(std::move(line)); },
+                 .loopSaved = [this](const std::filesystem::path& file) { addLoopClip(file); }}),
       secretStore(makeStreamSecretStore(environment.useSecretService, showFolder_.file("secrets.json"),
                                         [this](const std::string& line) { appendLog(line); })),
       streamKeys(*secretStore),
       streamStore(showFolder_, streamKeys),
-      streaming(queue_, [this](const Uuid& id) { return streamKeys.key(id); }) {}
+      streaming(queue_, [this](const Uuid& id) { return streamKeys.key(id); }),
+      streamingControl(streaming, streamStore, audioMixer, [this] { return pixelSize(canvasSize.get()); },
+                       [this](std::string line) { appendLog(std::move(line)); }) {}
 
 // The frame clock stops before the sinks it feeds go.
 AppModel::~AppModel() {
@@ -116,16 +101,13 @@ void AppModel::start() {
 
   bindSwitcherClosures();
   bindAudioMixer();
-  bindStreaming();
+  streamingControl.start();
   bindCustomTransitions();
   bindEngine();
   runMigrations();
   subscribeSelectionExclusivity();
-  subscribeLayoutWriteBack(switcher, lastLayerStructure, false);
-  subscribeLayoutWriteBack(verticalSwitcher, lastVerticalLayerStructure, true);
-  restoreSession();
+  sessionKeeper_.start();
   restoreStudioMode();
-  subscribeSessionSaver();
   subscribeSourceUse();
   sourceLifecycle.start();
   std::weak_ptr<AppModel*> weakSelf = self_;
@@ -277,6 +259,21 @@ void AppModel::restoreSources() {
   }
 }
 
+void AppModel::addLoopClip(const std::filesystem::path& file) {
+  SavedSource clip;
+  clip.id = "clip:" + file.string();
+  clip.kind = SavedSource::Kind::clip;
+  clip.name = file.stem().string();
+  clip.filePath = file.string();
+  sourcesStore.upsert(clip);
+  if (auto source = sourceFactory.make(clip)) sourceLifecycle.addSource(std::move(source));
+  appendLog("Loop saved to Media as “" + clip.name + "”");
+}
+
+std::filesystem::path AppModel::currentRecordingsRoot() const {
+  return recordingsRoot(recordingsFolderPath.get(), recordingsFallback_);
+}
+
 void AppModel::removeSource(const std::string& id) {
   sourceLifecycle.removeSource(id);
   sourcesStore.remove(id);
@@ -304,79 +301,17 @@ void AppModel::subscribeSelectionExclusivity() {
       }));
 }
 
-void AppModel::subscribeLayoutWriteBack(SwitcherEngine& source, std::vector<Uuid>& lastStructure, bool vertical) {
-  auto storeInto = [this, vertical](const Uuid& layoutID, const MixerScene& scene) {
-    if (vertical) {
-      layoutStore.setVertical(layoutID, scene);
-    } else {
-      layoutStore.replace(layoutID, scene);
-    }
-  };
-
-  auto writeBack = std::make_unique<LayoutWriteBack>(queue_);
-  LayoutWriteBack* state = writeBack.get();
-  state->storeLater = [&source, storeInto](const Uuid& layoutID) {
-    // Only while the same layout is still loaded: leaving it already stored the scene.
-    if (source.loadedLayoutID.get() == layoutID) storeInto(layoutID, source.previewScene.get());
-  };
-  writeBacks_.push_back(std::move(writeBack));
-
-  subscriptions_.push_back(source.previewScene.subscribe([&source, &lastStructure, state, storeInto](const MixerScene& scene) {
-    auto layoutID = source.loadedLayoutID.get();
-    if (!layoutID) return;
-    auto structure = layerStructure(scene);
-    if (structure != lastStructure) {
-      storeInto(*layoutID, scene);
-      lastStructure = std::move(structure);
-    }
-    state->pendingLayoutID = layoutID;
-    state->debounce.trigger();
-  }));
-
-  source.onLeavingLoadedLayout = [storeInto](const Uuid& layoutID, const MixerScene& scene) { storeInto(layoutID, scene); };
-}
-
-void AppModel::restoreSession() {
-  auto session = sessionStore.load();
-  if (!session) return;
-  switcher.restoreSession(session->program, session->preview);
-  switcher.setSelectedTransition(
-      enumFromName<TransitionKind>(session->transition).value_or(TransitionKind::crossfade));
-  switcher.setTransitionDuration(session->duration);
-  switcher.setLockAspectRatio(session->lockAspect);
-}
-
 void AppModel::restoreStudioMode() {
   if (auto studio = preferences_.getBool(prefkey::studioMode)) switcher.setStudioMode(*studio);
 }
 
-SessionState AppModel::currentSession() const {
-  SessionState state;
-  state.program = switcher.programScene.get();
-  state.preview = switcher.previewScene.get();
-  state.transition = std::string(enumName(switcher.selectedTransition.get()));
-  state.duration = switcher.transitionDuration.get();
-  state.lockAspect = switcher.lockAspectRatio.get();
-  return state;
-}
-
-void AppModel::subscribeSessionSaver() {
-  sessionSaver_ = std::make_unique<Debouncer>(queue_, 0.5, [this] { sessionStore.save(currentSession()); });
-  auto trigger = [this](const auto&) { sessionSaver_->trigger(); };
-  subscriptions_.push_back(switcher.programScene.subscribe(trigger));
-  subscriptions_.push_back(switcher.previewScene.subscribe(trigger));
-  subscriptions_.push_back(switcher.selectedTransition.subscribe(trigger));
-  subscriptions_.push_back(switcher.transitionDuration.subscribe(trigger));
-  subscriptions_.push_back(switcher.lockAspectRatio.subscribe(trigger));
-}
-
 void AppModel::willTerminate() {
-  finishRecordingForQuit();
+  recording.finishForQuit();
   // Each stream says goodbye to its server; the engine waits for them as it goes.
   streaming.stopAll();
-  for (auto& writeBack : writeBacks_) writeBack->debounce.flush();
-  if (sessionSaver_) sessionSaver_->cancel();
-  sessionStore.save(currentSession());
+  layoutWriteBack_.flush();
+  verticalWriteBack_.flush();
+  sessionKeeper_.saveNow();
 }
 
 void AppModel::take(SwitcherEngine& target, std::optional<TransitionKind> kind) {

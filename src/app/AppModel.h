@@ -8,8 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "app/LayoutWriteBack.h"
+#include "app/RecordingController.h"
+#include "app/SessionKeeper.h"
+#include "app/StreamingController.h"
 #include "audio/AudioMixerEngine.h"
-#include "base/Debouncer.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
 #include "base/Uuid.h"
@@ -106,7 +109,7 @@ class AppModel {
   void restartSource(const std::string& id) { sourceLifecycle.restartSource(id); }
   bool isParked(const std::string& id) const { return sourceLifecycle.isParked(id); }
 
-  SessionState currentSession() const;
+  SessionState currentSession() const { return sessionKeeper_.current(); }
   const ShowFolder& showFolder() const { return showFolder_; }
   MainQueue& queue() const { return queue_; }
 
@@ -140,41 +143,33 @@ class AppModel {
   Published<bool> verticalTakePending;
   SourcesStore sourcesStore;
   SessionStore sessionStore;
-  std::vector<Uuid> lastLayerStructure;
-  std::vector<Uuid> lastVerticalLayerStructure;
   std::vector<std::string> savedAudioInputIDs;
   std::optional<std::string> savedProgramOutputUID;
   Published<CanvasSize> canvasSize;
   Published<bool> showOnboarding;
   Published<std::string> recordingsFolderPath;
   ProgramRecorder recorder;
-  ProgramRecorder::Quality recordQuality = ProgramRecorder::Quality::hevcHigh;
-  Published<bool> isRecording{false};
-  Published<bool> isCapturingLoop{false};
-  Published<bool> isRecordingPaused{false};
-  Published<std::optional<std::filesystem::path>> currentRecordingFolder;
+  RecordingController recording;
   std::unique_ptr<SecretStore> secretStore;
   StreamKeyStore streamKeys;
   StreamDestinationStore streamStore;
   StreamingEngine streaming;
+  StreamingController streamingControl;
 
-  // Recording: a folder "Tavorin-<date-time>" in the recordings folder with
-  // "program.mov" inside. Each logs what happened in the operator's words.
-  void startRecording();
-  void stopRecording();
-  void toggleRecording() { isRecording.get() ? stopRecording() : startRecording(); }
-  void setRecordingPaused(bool on);
-  // Records `seconds` of Program, without sound, as "loop-<uuid>.mov" in the
-  // clips folder and adds it to the show as a clip. Refused while recording.
-  void startLoopCapture(double seconds);
+  // Recording; each logs what happened in the operator's words. A loop
+  // capture becomes a clip of the show.
+  void startRecording() { recording.start(); }
+  void stopRecording() { recording.stop(); }
+  void toggleRecording() { recording.toggle(); }
+  void setRecordingPaused(bool on) { recording.setPaused(on); }
+  void startLoopCapture(double seconds) { recording.startLoopCapture(seconds); }
   // The folder that recordings and screenshots go to now.
   std::filesystem::path currentRecordingsRoot() const;
 
-  // Streaming: the operator's toggle of a saved destination, and going live
-  // to a URL whose last path segment is the key (the command line's --stream).
-  void toggleStream(const Uuid& id);
-  void goLive(const std::string& urlWithKey);
-  void removeStreamDestination(const Uuid& id);
+  // Streaming.
+  void toggleStream(const Uuid& id) { streamingControl.toggle(id); }
+  void goLive(const std::string& urlWithKey) { streamingControl.goLive(urlWithKey); }
+  void removeStreamDestination(const Uuid& id) { streamingControl.remove(id); }
 
   // Hands the current device lists to the mixer: restores the operator's inputs
   // and the Program output, rebinds channels whose device came or went.
@@ -183,17 +178,11 @@ class AppModel {
   std::optional<AudioOutputDevice> defaultAudioOutput() const;
 
  private:
-  // One switcher's write-back of Preview edits into its loaded layout.
-  struct LayoutWriteBack;
-
   void bindSwitcherClosures();
   void bindCustomTransitions();
   void bindAudioMixer();
-  void finishRecordingForQuit();
-  void recordingFinished(std::optional<std::filesystem::path> file, std::filesystem::path folder);
-  void loopCaptureFinished(std::optional<std::filesystem::path> file);
-  void bindStreaming();
-  void logStreamStates(const std::map<Uuid, StreamState>& states);
+  // A finished loop capture joins the show's sources as a clip.
+  void addLoopClip(const std::filesystem::path& file);
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
   std::function<void(float)> makePoseUpdate(const CustomTransition& custom);
   void bindEngine();
@@ -201,25 +190,18 @@ class AppModel {
   void restoreSources();
   void runMigrations();
   void subscribeSelectionExclusivity();
-  void subscribeLayoutWriteBack(SwitcherEngine& source, std::vector<Uuid>& lastStructure, bool vertical);
-  void restoreSession();
   void restoreStudioMode();
-  void subscribeSessionSaver();
   // Scene and transition changes tell the lifecycle to look again at what is in use.
   void subscribeSourceUse();
 
-  // What the log last said of each stream, and the names of the command line's streams.
-  std::map<Uuid, StreamState> loggedStreamStates_;
-  std::map<Uuid, std::string> streamNames_;
-  std::vector<std::unique_ptr<LayoutWriteBack>> writeBacks_;
-  std::unique_ptr<Debouncer> sessionSaver_;
+  SessionKeeper sessionKeeper_{queue_, switcher, sessionStore};
+  LayoutWriteBack layoutWriteBack_{queue_, switcher, layoutStore, LayoutWriteBack::Design::horizontal};
+  LayoutWriteBack verticalWriteBack_{queue_, verticalSwitcher, layoutStore, LayoutWriteBack::Design::vertical};
   std::vector<Subscription> subscriptions_;
   bool started_ = false;
   // The latest screenshot's write; the model waits for it before it goes, so
   // the writer never posts to a queue that is gone.
   std::future<void> screenshotWrite_;
-  TimerHandle loopCaptureTimer_;
-  bool recordingStopping_ = false;
   // Tasks posted to the main queue hold this weakly and do nothing once the model is gone.
   std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
 };

@@ -43,19 +43,19 @@ TEST_F(AppModelRecordingTest, UnwritableRecordingsFolderIsReportedAndTheShowGoes
   auto model = makeModel(show / "not-a-folder" / "fallback");
   model->recordingsFolderPath = (show / "not-a-folder" / "chosen").string();
   model->startRecording();
-  EXPECT_FALSE(model->isRecording.get());
+  EXPECT_FALSE(model->recording.isRecording.get());
   EXPECT_EQ(model->log->back().rfind("Could not start recording: ", 0), 0u) << model->log->back();
   model->startLoopCapture(1);  // the show is still there to command
-  EXPECT_TRUE(model->isCapturingLoop.get());
+  EXPECT_TRUE(model->recording.isCapturingLoop.get());
 }
 
 TEST_F(AppModelRecordingTest, LoopCaptureRecordsAClipAndAddsItToTheShow) {
   auto model = makeModel(show / "Recordings");
   model->startLoopCapture(1);
-  ASSERT_TRUE(model->isCapturingLoop.get());
+  ASSERT_TRUE(model->recording.isCapturingLoop.get());
   EXPECT_EQ(model->log->back(), "Capturing 1s loop…");
   model->startRecording();
-  EXPECT_FALSE(model->isRecording.get()) << "a recording waits for the loop";
+  EXPECT_FALSE(model->recording.isRecording.get()) << "a recording waits for the loop";
 
   auto frame = PixelBuffer::make(1920, 1080);
   frame->fill(10, 200, 30, 255);
@@ -65,8 +65,8 @@ TEST_F(AppModelRecordingTest, LoopCaptureRecordsAClipAndAddsItToTheShow) {
     model->recorder.appendVideo(frame, start + i / 30.0);
   }
   queue.advance(1.0);
-  runUntil([&] { return !model->isCapturingLoop.get(); });
-  ASSERT_FALSE(model->isCapturingLoop.get());
+  runUntil([&] { return !model->recording.isCapturingLoop.get(); });
+  ASSERT_FALSE(model->recording.isCapturingLoop.get());
 
   const auto saved = model->sourcesStore.saved.get();
   ASSERT_EQ(saved.size(), 1u);
@@ -85,7 +85,7 @@ TEST_F(AppModelRecordingTest, LoopWithoutFramesFails) {
   auto model = makeModel(show / "Recordings");
   model->startLoopCapture(0.5);
   queue.advance(0.5);
-  runUntil([&] { return !model->isCapturingLoop.get(); });
+  runUntil([&] { return !model->recording.isCapturingLoop.get(); });
   EXPECT_EQ(model->log->back(), "Loop capture failed.");
   EXPECT_TRUE(model->sourcesStore.saved->empty());
 }

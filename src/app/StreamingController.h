@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "base/Published.h"
+#include "base/Uuid.h"
+#include "model/Geometry.h"
+#include "streaming/StreamState.h"
+
+namespace tavorin {
+
+class AudioMixerEngine;
+class StreamDestinationStore;
+class StreamingEngine;
+
+// Going live: the stream sinks of Program, the operator's toggles, and what
+// the operator reads as destinations go on air, drop and give up. Main thread only.
+class StreamingController {
+ public:
+  StreamingController(StreamingEngine& engine, StreamDestinationStore& destinations, AudioMixerEngine& mixer,
+                      std::function<Size()> canvasPixels, std::function<void(std::string)> log);
+  StreamingController(const StreamingController&) = delete;
+  StreamingController& operator=(const StreamingController&) = delete;
+
+  // Joins the mixer's Program mix to the streams and follows their states.
+  void start();
+  // The operator's toggle of a saved destination.
+  void toggle(const Uuid& id);
+  // Goes live to a URL whose last path segment is the key (the command line's --stream).
+  void goLive(const std::string& urlWithKey);
+  void remove(const Uuid& id);
+
+ private:
+  void logStates(const std::map<Uuid, StreamState>& states);
+
+  StreamingEngine& engine_;
+  StreamDestinationStore& destinations_;
+  AudioMixerEngine& mixer_;
+  std::function<Size()> canvasPixels_;
+  std::function<void(std::string)> log_;
+  // What the log last said of each stream, and the names of the command line's streams.
+  std::map<Uuid, StreamState> loggedStates_;
+  std::map<Uuid, std::string> urlStreamNames_;
+  std::vector<Subscription> subscriptions_;
+};
+
+}  // namespace tavorin
