@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "audio/DeviceAudioChannel.h"
+#include "base/Text.h"
 
 namespace tavorin {
 
@@ -11,12 +12,6 @@ namespace {
 
 constexpr double kRebuildDelay = 0.4;
 constexpr double kSuppressAfterRebuild = 1.0;
-
-std::string trimmed(const std::string& text) {
-  const auto first = text.find_first_not_of(" \t\n\r");
-  if (first == std::string::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\n\r") - first + 1);
-}
 
 }  // namespace
 

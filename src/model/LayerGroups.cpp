@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/Text.h"
 #include "model/SceneStacking.h"
 
 namespace tavorin {
@@ -26,14 +27,6 @@ void setOnMembers(MixerScene& scene, const Uuid& groupID, bool LayerState::*flag
   for (auto& layer : scene.layers) {
     if (layer.groupID == groupID) layer.*flag = on;
   }
-}
-
-std::string trimmed(const std::string& text) {
-  constexpr const char* kSpace = " \t\n\r\v\f";
-  const auto first = text.find_first_not_of(kSpace);
-  if (first == std::string::npos) return {};
-  const auto last = text.find_last_not_of(kSpace);
-  return text.substr(first, last - first + 1);
 }
 
 }  // namespace

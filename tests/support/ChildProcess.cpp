@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "base/Text.h"
 #include "support/TempDir.h"
 
 extern char** environ;
@@ -105,11 +106,6 @@ std::string findProgram(const std::string& name, const std::string& package) {
     if (access(candidate.c_str(), X_OK) == 0) return candidate.string();
   }
   throw std::runtime_error(name + " is missing (install the Debian package " + package + ")");
-}
-
-std::string trimmed(std::string text) {
-  while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-  return text;
 }
 
 std::string logTail(const std::filesystem::path& log, int lines) {

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "base/Text.h"
+
 namespace tavorin::testing {
 
 struct SpawnOptions {
@@ -47,8 +49,6 @@ class ChildProcess {
 // the Debian package to install when it is missing.
 std::string findProgram(const std::string& name, const std::string& package);
 
-// Without trailing newlines and spaces.
-std::string trimmed(std::string text);
 
 // The last lines of a log, indented, for a message that says why a program failed.
 std::string logTail(const std::filesystem::path& log, int lines = 5);
