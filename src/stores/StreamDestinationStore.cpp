@@ -29,10 +29,13 @@ void StreamDestinationStore::update(const StreamDestination& destination) {
 }
 
 void StreamDestinationStore::remove(const Uuid& id) {
-  destinations.modify([&](std::vector<StreamDestination>& list) {
-    std::erase_if(list, [&](const StreamDestination& d) { return d.id == id; });
-  });
   keys_.setKey("", id);
+  // An unknown id changes nothing, so a file that did not read stays as it is.
+  const auto& list = destinations.get();
+  if (std::none_of(list.begin(), list.end(), [&](const StreamDestination& d) { return d.id == id; })) return;
+  destinations.modify([&](std::vector<StreamDestination>& all) {
+    std::erase_if(all, [&](const StreamDestination& d) { return d.id == id; });
+  });
   save();
 }
 

@@ -26,26 +26,6 @@ class LayoutStoreTests : public ::testing::Test {
   std::filesystem::path file = folder.file("layouts.json");
 };
 
-TEST_F(LayoutStoreTests, BadFileGivesAnEmptyStoreAndStaysUntilTheNextChange) {
-  const std::string bad[] = {
-      R"([{"name":"A","layers":[)",
-      "layouts",
-      R"({"name":"A"})",
-      R"([{"name":"A","layers":[{"sourceID":"cam","animation":{"kind":"spin"}}]}])",
-  };
-  for (const auto& contents : bad) {
-    SCOPED_TRACE(contents);
-    writeFile(file, contents);
-    const auto before = fileState(file);
-    LayoutStore store(folder, "layouts.json");
-    EXPECT_TRUE(store.layouts->empty());
-    store.rename(Uuid::make(), "X");
-    EXPECT_EQ(fileState(file), before);
-    store.add(MixerScene{}, "");
-    EXPECT_EQ(onDisk(file).size(), 1u);
-  }
-}
-
 TEST_F(LayoutStoreTests, DuplicateIdsAreRepairedAndWrittenAtOnce) {
   auto first = MixerScene::named("A");
   auto second = first;

@@ -61,19 +61,5 @@ TEST_F(PreferencesTests, AValueOfAnotherTypeReadsAsUnset) {
   EXPECT_EQ(prefs.getDouble(prefkey::presenterInkFade), 2.5);
 }
 
-TEST_F(PreferencesTests, BadFileReadsEmptyAndStaysUntilTheNextChange) {
-  for (const std::string bad : {"{\"Tavorin.remoteEnabled\": tr", "[true]", "not json"}) {
-    SCOPED_TRACE(bad);
-    writeFile(file, bad);
-    const auto before = fileState(file);
-    Preferences prefs(file);
-    EXPECT_FALSE(prefs.has(prefkey::remoteEnabled));
-    prefs.remove(prefkey::remoteEnabled);
-    EXPECT_EQ(fileState(file), before);
-    prefs.setBool(prefkey::remoteEnabled, true);
-    EXPECT_EQ(nlohmann::json::parse(readFile(file)), (nlohmann::json{{"Tavorin.remoteEnabled", true}}));
-  }
-}
-
 }  // namespace
 }  // namespace tavorin

@@ -43,25 +43,6 @@ TEST_F(SourcesStoreTests, AbsentFieldsAreLeftOutAndUnknownDesignsKeptAsWritten) 
   EXPECT_EQ(SourcesStore(folder).saved.get(), store.saved.get());
 }
 
-TEST_F(SourcesStoreTests, FileThatDoesNotDecodeGivesAnEmptyStoreAndStays) {
-  const std::string bad[] = {
-      R"([{"id":"a","kind":"hologram","name":"A"}])",
-      R"([{"id":"a","kind":"camera"}])",
-      R"([{"id":"a","kind":"display","name":"A","displayID":-1}])",
-      R"([{"id":"a","kind":"clip","name":"A","trimStart":"3"}])",
-      R"([{"id":"a","kind":"camera","name":"A"})",
-  };
-  for (const auto& contents : bad) {
-    SCOPED_TRACE(contents);
-    writeFile(file, contents);
-    const auto before = fileState(file);
-    SourcesStore store(folder);
-    EXPECT_TRUE(store.saved->empty());
-    store.rename("a", "B");
-    EXPECT_EQ(fileState(file), before);
-  }
-}
-
 TEST_F(SourcesStoreTests, UpsertReplacesByIdOrAppends) {
   SourcesStore store(folder);
   store.upsert(source("a", SavedSource::Kind::image, "A"));

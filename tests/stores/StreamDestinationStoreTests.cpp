@@ -106,27 +106,5 @@ TEST_F(StreamDestinationStoreTest, KeyLivesOnlyInTheSecretStoreAndGoesWithTheDes
   EXPECT_EQ(keys.key(other.id), std::nullopt);
 }
 
-TEST_F(StreamDestinationStoreTest, BadFileGivesAnEmptyList) {
-  std::filesystem::create_directories(folder.root());
-  const auto good = R"({"id":"7F3C1E5A-2B4D-4C6E-8F10-123456789ABC","name":"A","platform":"twitch",)"
-                    R"("serverURL":"rtmps://live.twitch.tv/app",)"
-                    R"("quality":{"resolution":"p1080","fps":30,"videoBitrateKbps":6000,"audioBitrateKbps":160}})";
-  testing::writeFile(folder.file("streamDestinations.json"), std::string("[") + good + "]");
-  EXPECT_EQ(StreamDestinationStore(folder, keys).destinations->size(), 1u);
-
-  const std::string bad[] = {
-      "not json",
-      R"({"destinations": []})",
-      // One unknown platform spoils the whole file.
-      std::string("[") + good + R"(, {"id":"8F3C1E5A-2B4D-4C6E-8F10-123456789ABC","name":"B","platform":"myspace",)"
-          R"("serverURL":"","quality":{"resolution":"p1080","fps":30,"videoBitrateKbps":1,"audioBitrateKbps":1}}])",
-      R"([{"id":"7F3C1E5A-2B4D-4C6E-8F10-123456789ABC","name":"A","platform":"twitch","serverURL":""}])",
-  };
-  for (const auto& text : bad) {
-    testing::writeFile(folder.file("streamDestinations.json"), text);
-    EXPECT_TRUE(StreamDestinationStore(folder, keys).destinations->empty()) << text;
-  }
-}
-
 }  // namespace
 }  // namespace tavorin

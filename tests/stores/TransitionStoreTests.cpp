@@ -19,29 +19,6 @@ class TransitionStoreTests : public ::testing::Test {
   std::filesystem::path file = folder.file("transitions.json");
 };
 
-TEST_F(TransitionStoreTests, BadFileIsRejectedWholeAndKeptUntilAChange) {
-  // One good entry next to one whose keyframe names an unknown key mode.
-  const std::string bad[] = {
-      R"([{"name":"Good"},{"name":"Bad","tracks":[{"sourceID":"a","keyframes":[
-          {"time":0,"state":{"sourceID":"a","keyMode":"sparkle"}}]}]}])",
-      R"([{"name":"Good"},{"tracks":[{"keyframes":[]}]}])",
-      R"({"name":"Good"})",
-      "[",
-  };
-  std::filesystem::create_directories(folder.root());
-  for (const auto& contents : bad) {
-    SCOPED_TRACE(contents);
-    writeFile(file, contents);
-    const auto before = fileState(file);
-    TransitionStore store(folder);
-    EXPECT_TRUE(store.transitions->empty());
-    EXPECT_EQ(fileState(file), before);
-  }
-  TransitionStore store(folder);
-  store.upsert(CustomTransition{});
-  EXPECT_EQ(TransitionStore(folder).transitions->size(), 1u);
-}
-
 TEST_F(TransitionStoreTests, UpsertReplacesByIdAndSurvivesReopening) {
   TransitionStore store(folder);
   CustomTransition sweep;
