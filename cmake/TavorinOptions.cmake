@@ -36,7 +36,5 @@ function(tavorin_add_test name dir)
   add_executable(${name} ${sources})
   target_link_libraries(${name} PRIVATE tavorin_options GTest::gtest GTest::gmock GTest::gtest_main ${ARGN})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  # Golden files and other test data are read from the source tree.
-  target_compile_definitions(${name} PRIVATE TAVORIN_TESTS_DIR="${PROJECT_SOURCE_DIR}/tests")
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ENVIRONMENT "TAVORIN_BINARY_DIR=${PROJECT_BINARY_DIR}")
 endfunction()
