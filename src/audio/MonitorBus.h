@@ -6,17 +6,15 @@
 
 #include "audio/AudioBackend.h"
 #include "audio/AudioBus.h"
+#include "model/MixerSettings.h"
 
 namespace tavorin {
 
-// A monitor output: its own device, clock and mix.
-struct MonitorBus {
-  std::string id;
-  std::string name;
+// A monitor output: what is kept of it between runs (its deviceUID is the
+// chosen device, kept while that is away), the device it plays on now, and
+// its own clock and mix.
+struct MonitorBus : MonitorSettings {
   std::optional<AudioOutputDevice> device;
-  std::optional<std::string> savedUID;  // the chosen device, kept while it is away
-  float gain = 1.0f;
-  bool muted = false;
   std::unique_ptr<AudioBus> bus = std::make_unique<AudioBus>();
 };
 

@@ -11,18 +11,14 @@ MonitorBuses::MonitorBuses(const MixerSettings& settings, AudioBackend* backend,
     : backend_(backend), log_(log), feedsFor_(std::move(feedsFor)) {
   for (const MonitorSettings& stored : settings.monitors) {
     MonitorBus bus;
-    bus.id = stored.id;
-    bus.name = stored.name;
-    bus.gain = stored.gain;
-    bus.muted = stored.muted;
-    bus.savedUID = stored.deviceUID;
+    static_cast<MonitorSettings&>(bus) = stored;
     buses_.push_back(std::move(bus));
   }
   if (!buses_.empty()) return;
   MonitorBus bus;
   bus.id = kHeadphonesID;
   bus.name = "Headphones";
-  bus.savedUID = settings.previewOutputUID;
+  bus.deviceUID = settings.previewOutputUID;
   bus.gain = settings.cueMasterGain;
   buses_.push_back(std::move(bus));
 }
@@ -36,20 +32,15 @@ std::vector<MonitorInfo> MonitorBuses::infos() const {
                                 .name = bus.name,
                                 .gain = bus.gain,
                                 .muted = bus.muted,
-                                .deviceUID = bus.device ? std::optional<std::string>(bus.device->uid) : bus.savedUID,
+                                .deviceUID = bus.deviceUID,
                                 .removable = bus.id != kHeadphonesID,
-                                .connected = bus.device.has_value() || !bus.savedUID});
+                                .connected = bus.device.has_value() || !bus.deviceUID});
   }
   return infos;
 }
 
 std::vector<MonitorSettings> MonitorBuses::settings() const {
-  std::vector<MonitorSettings> kept;
-  for (const MonitorBus& bus : buses_) {
-    const auto uid = bus.device ? std::optional<std::string>(bus.device->uid) : bus.savedUID;
-    kept.push_back(MonitorSettings{bus.id, bus.name, bus.gain, bus.muted, uid});
-  }
-  return kept;
+  return std::vector<MonitorSettings>(buses_.begin(), buses_.end());
 }
 
 MonitorBus* MonitorBuses::find(const std::string& id) {
@@ -97,7 +88,7 @@ void MonitorBuses::rename(const std::string& id, const std::string& name) {
 void MonitorBuses::setDevice(const std::string& id, std::optional<AudioOutputDevice> device) {
   MonitorBus* bus = find(id);
   if (!bus) return;
-  bus->savedUID = device ? std::optional<std::string>(device->uid) : std::nullopt;
+  bus->deviceUID = device ? std::optional<std::string>(device->uid) : std::nullopt;
   bus->device = std::move(device);
   rebuild(*bus);
 }
@@ -119,8 +110,8 @@ void MonitorBuses::setMuted(const std::string& id, bool on) {
 void MonitorBuses::restore() {
   if (!backend_) return;
   for (MonitorBus& bus : buses_) {
-    if (bus.device || !bus.savedUID) continue;
-    if (auto device = backend_->outputWithUID(*bus.savedUID)) {
+    if (bus.device || !bus.deviceUID) continue;
+    if (auto device = backend_->outputWithUID(*bus.deviceUID)) {
       bus.device = std::move(device);
       rebuild(bus);
     }
@@ -129,8 +120,8 @@ void MonitorBuses::restore() {
 
 void MonitorBuses::rebindDevices() {
   for (MonitorBus& bus : buses_) {
-    if (!bus.savedUID) continue;
-    bus.device = backend_ ? backend_->outputWithUID(*bus.savedUID) : std::nullopt;
+    if (!bus.deviceUID) continue;
+    bus.device = backend_ ? backend_->outputWithUID(*bus.deviceUID) : std::nullopt;
   }
 }
 

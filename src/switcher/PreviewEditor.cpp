@@ -12,6 +12,14 @@ namespace tavorin {
 PreviewEditor::PreviewEditor(SwitcherEngine& engine) : engine_(engine) {}
 
 template <class Fn>
+void PreviewEditor::edit(Fn&& fn) {
+  engine_.editPreview([&](MixerScene& scene) {
+    fn(scene);
+    return true;
+  });
+}
+
+template <class Fn>
 bool PreviewEditor::editLayer(const Uuid& id, Fn&& fn) {
   return engine_.editPreview([&](MixerScene& scene) {
     LayerState* layer = scene.layer(id);
@@ -64,19 +72,13 @@ void PreviewEditor::copyLayer(Uuid id) {
 
 Uuid PreviewEditor::addLayer(const std::string& sourceID) {
   Uuid id;
-  engine_.editPreview([&](MixerScene& scene) {
-    id = addNewLayer(scene, sourceID);
-    return true;
-  });
+  edit([&](MixerScene& scene) { id = addNewLayer(scene, sourceID); });
   selectLayer(id);
   return id;
 }
 
 void PreviewEditor::removeLayer(Uuid id) {
-  engine_.editPreview([&](MixerScene& scene) {
-    tavorin::removeLayer(scene, id);
-    return true;
-  });
+  edit([&](MixerScene& scene) { tavorin::removeLayer(scene, id); });
 }
 
 void PreviewEditor::updateLayer(const LayerState& layer) {
@@ -88,27 +90,18 @@ void PreviewEditor::updateLayer(const LayerState& layer) {
 
 void PreviewEditor::duplicateLayer(const LayerState& layer) {
   Uuid id;
-  engine_.editPreview([&](MixerScene& scene) {
-    id = addDuplicate(scene, layer);
-    return true;
-  });
+  edit([&](MixerScene& scene) { id = addDuplicate(scene, layer); });
   selectLayer(id);
 }
 
 void PreviewEditor::pasteLayer(const LayerState& layer) {
   Uuid id;
-  engine_.editPreview([&](MixerScene& scene) {
-    id = addPasted(scene, layer);
-    return true;
-  });
+  edit([&](MixerScene& scene) { id = addPasted(scene, layer); });
   selectLayer(id);
 }
 
 void PreviewEditor::applyLayerOrder(const std::vector<Uuid>& topFirst) {
-  engine_.editPreview([&](MixerScene& scene) {
-    tavorin::applyLayerOrder(scene, topFirst);
-    return true;
-  });
+  edit([&](MixerScene& scene) { tavorin::applyLayerOrder(scene, topFirst); });
 }
 
 void PreviewEditor::setCropEditing(bool on) { changeCropEditing(on, CropExit::bake); }
@@ -232,24 +225,15 @@ void PreviewEditor::renameGroup(Uuid id, const std::string& name) {
 }
 
 void PreviewEditor::setGroupHidden(Uuid id, bool hidden) {
-  engine_.editPreview([&](MixerScene& scene) {
-    tavorin::setGroupHidden(scene, id, hidden);
-    return true;
-  });
+  edit([&](MixerScene& scene) { tavorin::setGroupHidden(scene, id, hidden); });
 }
 
 void PreviewEditor::setGroupLocked(Uuid id, bool locked) {
-  engine_.editPreview([&](MixerScene& scene) {
-    tavorin::setGroupLocked(scene, id, locked);
-    return true;
-  });
+  edit([&](MixerScene& scene) { tavorin::setGroupLocked(scene, id, locked); });
 }
 
 void PreviewEditor::ungroup(Uuid id) {
-  engine_.editPreview([&](MixerScene& scene) {
-    tavorin::ungroup(scene, id);
-    return true;
-  });
+  edit([&](MixerScene& scene) { tavorin::ungroup(scene, id); });
 }
 
 void PreviewEditor::moveIntoGroup(Uuid layerID, Uuid groupID) {
@@ -261,18 +245,12 @@ void PreviewEditor::removeFromGroup(Uuid layerID) {
 }
 
 void PreviewEditor::moveGroup(Uuid id, const std::map<Uuid, Point>& startCenters, double dx, double dy) {
-  engine_.editPreview([&](MixerScene& scene) {
-    tavorin::moveGroup(scene, id, startCenters, dx, dy);
-    return true;
-  });
+  edit([&](MixerScene& scene) { tavorin::moveGroup(scene, id, startCenters, dx, dy); });
 }
 
 void PreviewEditor::resizeGroup(Uuid id, const std::map<Uuid, LayerState>& startLayers, Point anchor,
                                 Size scale) {
-  engine_.editPreview([&](MixerScene& scene) {
-    tavorin::resizeGroup(scene, id, startLayers, anchor, scale);
-    return true;
-  });
+  edit([&](MixerScene& scene) { tavorin::resizeGroup(scene, id, startLayers, anchor, scale); });
 }
 
 }  // namespace tavorin

@@ -107,6 +107,10 @@ class PreviewEditor {
   // While cropping, the selected layer shows its whole frame on Preview.
   void markWholeFrameLayer();
   void showSelection();
+  // Applies an edit that always changes Preview.
+  template <class Fn>
+  void edit(Fn&& fn);
+  // Applies `fn` to the layer `id`; Preview changes only when there is one and `fn` says it changed it.
   template <class Fn>
   bool editLayer(const Uuid& id, Fn&& fn);
 
