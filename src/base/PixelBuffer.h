@@ -6,9 +6,10 @@
 
 namespace tavorin {
 
-// A 32-bit BGRA image with premultiplied alpha. Rows start on 64-byte
-// boundaries so that SIMD copies and GPU uploads never straddle a row.
-// Shared by reference between threads; once published it is not written.
+// A 32-bit BGRA image with premultiplied alpha and the host time it shows.
+// Rows start on 64-byte boundaries so that SIMD copies and GPU uploads never
+// straddle a row. Its producer writes it, stamps it and publishes it as a
+// FrameRef; from then on it is shared by reference and nobody writes it.
 class PixelBuffer {
  public:
   static constexpr std::size_t kRowAlignment = 64;
@@ -40,6 +41,10 @@ class PixelBuffer {
   std::uint64_t generation() const { return generation_; }
   void markRewritten();
 
+  // Host seconds of the moment the picture shows (capture or composition).
+  double hostTime() const { return hostTime_; }
+  void setHostTime(double seconds) { hostTime_ = seconds; }
+
   // Fills every pixel with one premultiplied BGRA value.
   void fill(std::uint8_t b, std::uint8_t g, std::uint8_t r, std::uint8_t a);
 
@@ -49,8 +54,12 @@ class PixelBuffer {
   std::size_t bytesPerRow_;
   std::uint8_t* data_ = nullptr;
   std::uint64_t generation_;
+  double hostTime_ = 0;
 };
 
+// A buffer its producer still writes.
 using PixelBufferRef = std::shared_ptr<PixelBuffer>;
+// A published frame: read-only, its time inside.
+using FrameRef = std::shared_ptr<const PixelBuffer>;
 
 }  // namespace tavorin
