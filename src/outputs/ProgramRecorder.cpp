@@ -1,31 +1,58 @@
 #include "outputs/ProgramRecorder.h"
 
-#include <cmath>
+#include <fstream>
 
 #include "base/HostTime.h"
 #include "base/ThreadName.h"
-#include "outputs/MovieEncoder.h"
+#include "platform/media/MovieMuxer.h"
 
 namespace tavorin {
 
 namespace {
 
-constexpr int kTimeScale = MovieEncoder::videoTimeScale;
-constexpr int kSampleRate = MovieEncoder::audioSampleRate;
-// Frames waiting for the encoder beyond this are dropped: the clock never waits.
-constexpr std::size_t kMaxQueuedFrames = 8;
+// Samples waiting for the disk beyond this are dropped until the next key frame.
+constexpr std::size_t kMaxQueuedItems = 900;
 
 }  // namespace
 
-ProgramRecorder::ProgramRecorder() = default;
+ProgramRecorder::ProgramRecorder(SharedEncoders& encoders) : encoders_(encoders) {}
 
 ProgramRecorder::~ProgramRecorder() {
   finish(nullptr);
   if (worker_.joinable()) worker_.join();
 }
 
+VideoEncoding ProgramRecorder::encodingFor(Quality quality, int width, int height, int frameRate) {
+  VideoEncoding encoding;
+  encoding.width = width;
+  encoding.height = height;
+  encoding.frameRate = frameRate;
+  encoding.fit = FrameFit::stretch;
+  if (quality == Quality::proRes422) {
+    encoding.codec = VideoCodecKind::proRes422;
+    encoding.preferHardware = false;
+    return encoding;
+  }
+  // HEVC in hardware where it works; otherwise H.264 in software at the same
+  // rate, since a software HEVC encoder cannot keep real time on a CPU.
+  encoding.codec = VideoCodecKind::hevc;
+  encoding.profile = VideoProfile::main;
+  encoding.bitRate = 40'000'000;
+  encoding.maxBitRate = encoding.bitRate;
+  encoding.bufferBits = encoding.bitRate;
+  encoding.keyFrameIntervalSeconds = 1;
+  encoding.bFrames = 0;
+  encoding.preferHardware = true;
+  return encoding;
+}
+
 bool ProgramRecorder::start(const std::filesystem::path& file, int frameRate, int width, int height,
                             Quality quality, bool withAudio, std::string* error) {
+  return start(file, encodingFor(quality, width, height, frameRate), withAudio, error);
+}
+
+bool ProgramRecorder::start(const std::filesystem::path& file, const VideoEncoding& encoding, bool withAudio,
+                            std::string* error) {
   {
     std::lock_guard guard(lock_);
     if (isRecording_) return true;  // already recording: nothing changes
@@ -34,72 +61,78 @@ bool ProgramRecorder::start(const std::filesystem::path& file, int frameRate, in
       return false;
     }
   }
-  // The previous recording's thread has closed its file by now or is about to.
   if (worker_.joinable()) worker_.join();
   std::error_code ignored;
   std::filesystem::remove(file, ignored);
-  auto encoder = std::make_shared<MovieEncoder>();
-  const auto codec = quality == Quality::proRes422 ? MovieEncoder::VideoCodec::proRes422 : MovieEncoder::VideoCodec::hevcHigh;
-  std::string reason;
-  if (!encoder->open(file, width, height, frameRate, codec, withAudio, &reason)) {
-    if (error) *error = reason;
-    std::filesystem::remove(file, ignored);
+  // The movie opens with its first sample; whether the file can be made is known now.
+  if (!std::ofstream(file, std::ios::binary)) {
+    if (error) *error = "Can't make a movie file at " + file.string() + ".";
     return false;
   }
+  {
+    std::lock_guard guard(lock_);
+    queue_.clear();
+    isRecording_ = true;
+    finishing_ = false;
+    closing_ = false;
+    origin_.reset();
+    isPaused_ = false;
+    awaitingKeyFrame_ = false;
+    pausedTotal_ = 0;
+    pauseBegan_.reset();
+    withAudio_ = withAudio;
+    file_ = file;
+    requestKeyFrame_ = [] {};
+  }
+  EncoderError opened = EncoderError::none;
+  video_ = encoders_.subscribeVideo(
+      std::string(kCanvas), encoding, [this](const EncodedVideoSampleRef& sample) { received(sample); }, opened);
+  if (!video_.active()) {
+    {
+      std::lock_guard guard(lock_);
+      isRecording_ = false;
+    }
+    std::filesystem::remove(file, ignored);
+    if (error) *error = "No video encoder could be opened: " + std::string(describe(opened)) + ".";
+    return false;
+  }
+  if (withAudio) {
+    AudioEncoding audio;
+    audio.bitRate = kAudioBitRate;
+    audio.sampleRate = kAudioSampleRate;
+    audio_ = encoders_.subscribeAudio(audio, [this](const EncodedAudioSampleRef& sample) { received(sample); });
+  }
   std::lock_guard guard(lock_);
-  queue_.clear();
-  queuedFrames_ = 0;
-  isRecording_ = true;
-  finishing_ = false;
-  sessionStarted_ = false;
-  sessionStart_ = 0;
-  isPaused_ = false;
-  pausedTotal_ = 0;
-  pauseBegan_.reset();
-  frameInterval_ = 1.0 / std::max(frameRate, 1);
-  lastVideoTime_ = -1;
-  lastVideoPts_ = -1;
-  withAudio_ = encoder->hasAudio();
-  videoEncoderName_ = encoder->videoEncoderName();
-  file_ = file;
-  worker_ = std::thread([this, encoder] { run(encoder); });
+  videoEncoderName_ = video_.encoderName();
+  requestKeyFrame_ = video_.keyFrameRequester();
+  worker_ = std::thread([this] { run(); });
   return true;
 }
 
-void ProgramRecorder::appendVideo(const PixelBufferRef& frame, double time) {
+void ProgramRecorder::received(const EncodedVideoSampleRef& sample) {
   std::lock_guard guard(lock_);
-  if (!isRecording_ || isPaused_ || !frame) return;
-  // A clock a little early passes; one at twice the rate gives every second frame.
-  if (lastVideoTime_ >= 0 && time - lastVideoTime_ < frameInterval_ * 0.95) return;
-  const double at = time - pausedTotal_;
-  if (!sessionStarted_) {
-    sessionStarted_ = true;
-    sessionStart_ = at;
+  if (!isRecording_ && !finishing_) return;
+  if (isPaused_) return;
+  if (awaitingKeyFrame_ && !sample->isKeyFrame) return;
+  awaitingKeyFrame_ = false;
+  if (queue_.size() >= kMaxQueuedItems) {
+    awaitingKeyFrame_ = true;
+    requestKeyFrame_();
+    return;
   }
-  if (queuedFrames_ >= kMaxQueuedFrames) return;
-  Item item;
-  item.frame = frame;
-  // Right after a resume a frame can round onto the last one's time; the
-  // movie needs every frame later than the one before.
-  item.pts = std::max<std::int64_t>(std::llround((at - sessionStart_) * kTimeScale), lastVideoPts_ + 1);
-  lastVideoPts_ = item.pts;
-  queue_.push_back(std::move(item));
-  ++queuedFrames_;
-  lastVideoTime_ = time;
+  const double dts = sample->dts - pausedTotal_;
+  if (!origin_) origin_ = dts;
+  queue_.push_back({sample, sample->pts - pausedTotal_ - *origin_, dts - *origin_});
   wake_.notify_one();
 }
 
-void ProgramRecorder::appendAudio(const float* left, const float* right, std::uint32_t frames, double time) {
+void ProgramRecorder::received(const EncodedAudioSampleRef& sample) {
   std::lock_guard guard(lock_);
-  if (!isRecording_ || isPaused_ || !sessionStarted_ || !withAudio_ || frames == 0) return;
-  const double at = time - pausedTotal_;
-  // Video opens the timeline: audio from before the first frame is not kept.
-  if (at < sessionStart_) return;
-  Item item;
-  item.left.assign(left, left + frames);
-  item.right.assign(right ? right : left, (right ? right : left) + frames);
-  item.pts = std::llround((at - sessionStart_) * kSampleRate);
-  queue_.push_back(std::move(item));
+  if ((!isRecording_ && !finishing_) || isPaused_ || !origin_ || queue_.size() >= kMaxQueuedItems) return;
+  // Video opens the timeline: sound from before the first frame is not kept.
+  const double at = sample->pts - pausedTotal_ - *origin_;
+  if (at < 0) return;
+  queue_.push_back({sample, at, at});
   wake_.notify_one();
 }
 
@@ -112,45 +145,63 @@ void ProgramRecorder::setPaused(bool on) {
   } else if (pauseBegan_) {
     pausedTotal_ += hostTimeNow() - *pauseBegan_;
     pauseBegan_.reset();
+    // The picture goes on from a key frame; one is asked for at once.
+    awaitingKeyFrame_ = true;
+    requestKeyFrame_();
   }
 }
 
 void ProgramRecorder::finish(Completion completion) {
-  std::unique_lock guard(lock_);
-  if (!isRecording_) {
-    guard.unlock();
-    if (completion) completion(std::nullopt);
-    return;
+  {
+    std::unique_lock guard(lock_);
+    if (!isRecording_) {
+      guard.unlock();
+      if (completion) completion(std::nullopt);
+      return;
+    }
+    isRecording_ = false;
+    finishing_ = true;
+    completion_ = std::move(completion);
   }
-  isRecording_ = false;
-  finishing_ = true;
-  completion_ = std::move(completion);
+  // Leaving the encoders: the last receiver of an encoder gets what it still holds.
+  video_.reset();
+  audio_.reset();
+  std::lock_guard guard(lock_);
+  closing_ = true;
   wake_.notify_one();
 }
 
-void ProgramRecorder::run(std::shared_ptr<MovieEncoder> encoder) {
+void ProgramRecorder::run() {
   nameThisThread("Tavorin.Recorder");
+  MovieMuxer muxer;
+  bool opened = false;
   bool wroteVideo = false;
   bool failed = false;
+  std::optional<AudioFormatDescription> audioFormat;
+  if (withAudio_) audioFormat = AudioFormatDescription{kAudioSampleRate, 2, 2};
   for (;;) {
     Item item;
     {
       std::unique_lock guard(lock_);
-      wake_.wait(guard, [&] { return !queue_.empty() || finishing_; });
-      if (queue_.empty()) break;  // finishing, and everything is written
+      wake_.wait(guard, [&] { return !queue_.empty() || closing_; });
+      if (queue_.empty()) break;  // closing, and everything is written
       item = std::move(queue_.front());
       queue_.pop_front();
-      if (item.frame) --queuedFrames_;
     }
     if (failed) continue;
-    if (item.frame) {
-      failed = !encoder->writeVideo(*item.frame, item.pts);
+    if (const auto* video = std::get_if<EncodedVideoSampleRef>(&item.sample)) {
+      if (!opened) {
+        opened = muxer.open(file_, *(*video)->format, audioFormat, nullptr);
+        failed = !opened;
+        if (failed) continue;
+      }
+      failed = !muxer.writeVideo(**video, item.pts, item.dts);
       wroteVideo = wroteVideo || !failed;
-    } else {
-      failed = !encoder->writeAudio(item.left.data(), item.right.data(), static_cast<std::uint32_t>(item.left.size()), item.pts);
+    } else if (opened && muxer.hasAudio()) {
+      failed = !muxer.writeAudio(*std::get<EncodedAudioSampleRef>(item.sample), item.pts);
     }
   }
-  const bool closed = encoder->close();
+  const bool closed = opened && muxer.close();
   Completion completion;
   std::filesystem::path file;
   {
@@ -161,9 +212,9 @@ void ProgramRecorder::run(std::shared_ptr<MovieEncoder> encoder) {
   }
   // A movie without a single frame is no recording.
   const bool good = closed && !failed && wroteVideo;
-  if (!good) {
+  if (!wroteVideo) {
     std::error_code ignored;
-    if (!wroteVideo) std::filesystem::remove(file, ignored);
+    std::filesystem::remove(file, ignored);
   }
   if (completion) completion(good ? std::optional<std::filesystem::path>(file) : std::nullopt);
 }

@@ -1,82 +1,91 @@
 #pragma once
 
 #include <condition_variable>
-#include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
+#include <variant>
 
 #include "base/EnumNames.h"
-#include "base/PixelBuffer.h"
+#include "platform/media/EncodedAudioSample.h"
+#include "platform/media/EncodedVideoSample.h"
+#include "platform/media/SharedEncoders.h"
+#include "platform/media/VideoEncoding.h"
 
 namespace tavorin {
 
-class MovieEncoder;
-
-// Writes Program to one QuickTime movie: composed frames from the frame clock
-// and the Program mix from the mixer's tap, put on one timeline by host time.
-// The appends only stamp and queue (by reference for frames); a thread of the
-// recording's own encodes and writes, and drops rather than waits, so a slow
-// disk costs frames, never the clock. Fragments every 2 s keep all but the
+// Writes Program to one QuickTime movie. It encodes nothing itself: it takes
+// the samples of the shared encoder for its encoding of the main canvas (one
+// that a stream at the same encoding also receives) and of the shared AAC
+// encoder, and puts them on the movie's timeline by host time. Samples only
+// queue on the encoders' threads; a thread of the recording's own writes, so
+// a slow disk never holds up an encoder. Fragments every 2 s keep all but the
 // last one readable after a crash.
 class ProgramRecorder {
  public:
   enum class Quality { hevcHigh, proRes422 };
   using Completion = std::function<void(std::optional<std::filesystem::path> file)>;
 
-  ProgramRecorder();
+  // The canvas the recorder's frames come from, as the encoders know it.
+  static constexpr std::string_view kCanvas = "main";
+  static constexpr int kAudioSampleRate = 48000;
+  static constexpr std::int64_t kAudioBitRate = 256'000;
+
+  explicit ProgramRecorder(SharedEncoders& encoders);
   ~ProgramRecorder();
   ProgramRecorder(const ProgramRecorder&) = delete;
   ProgramRecorder& operator=(const ProgramRecorder&) = delete;
 
-  // Replaces any file at `file`. False with `error` set when the movie cannot
-  // be made; nothing at all while already recording.
+  // What a quality asks of the encoder at this canvas size and frame rate.
+  static VideoEncoding encodingFor(Quality quality, int width, int height, int frameRate);
+
+  // Replaces any file at `file`. False with `error` set when no encoder opens
+  // or the file cannot be made; nothing at all while already recording.
   bool start(const std::filesystem::path& file, int frameRate, int width, int height, Quality quality,
              bool withAudio, std::string* error);
-  // Frame clock thread: BGRA frames of the size given to start.
-  void appendVideo(const PixelBufferRef& frame, double time);
-  // Tap thread: stereo float planes, copied.
-  void appendAudio(const float* left, const float* right, std::uint32_t frames, double time);
+  bool start(const std::filesystem::path& file, const VideoEncoding& encoding, bool withAudio, std::string* error);
   void setPaused(bool on);
   // Ends the movie; `completion` gets the file, or nothing on failure or when
   // nothing was recording. Runs on the recording's thread once the file is closed.
   void finish(Completion completion);
 
-  // The encoder the last start chose ("libx264", "hevc_nvenc", "prores_ks", …).
+  // The encoder the last start got ("libx264", "hevc_nvenc", "prores_ks", …).
   std::string videoEncoderName() const;
 
  private:
   struct Item {
-    PixelBufferRef frame;               // video, or null for audio
-    std::vector<float> left, right;     // audio
-    std::int64_t pts = 0;               // 1/600 s for video, 1/48000 s for audio
+    std::variant<EncodedVideoSampleRef, EncodedAudioSampleRef> sample;
+    double pts = 0;  // seconds from the start of the movie
+    double dts = 0;
   };
 
-  void run(std::shared_ptr<MovieEncoder> encoder);
+  void received(const EncodedVideoSampleRef& sample);
+  void received(const EncodedAudioSampleRef& sample);
+  void run();
+
+  SharedEncoders& encoders_;
+  SharedEncoders::Subscription video_;
+  SharedEncoders::Subscription audio_;
+  std::function<void()> requestKeyFrame_;  // under lock_
 
   mutable std::mutex lock_;
   std::condition_variable wake_;
   std::deque<Item> queue_;
-  std::size_t queuedFrames_ = 0;
   std::thread worker_;
   bool isRecording_ = false;
   bool finishing_ = false;
+  bool closing_ = false;  // the encoders have given their last samples
   Completion completion_;
-  bool sessionStarted_ = false;
-  double sessionStart_ = 0;  // seconds, pause-corrected host time of the first frame
+  std::optional<double> origin_;  // host seconds of the movie's first decode time
   bool isPaused_ = false;
+  bool awaitingKeyFrame_ = false;
   double pausedTotal_ = 0;
   std::optional<double> pauseBegan_;
-  double frameInterval_ = 1.0 / 30;
-  double lastVideoTime_ = -1;
-  std::int64_t lastVideoPts_ = -1;
   bool withAudio_ = false;
   std::string videoEncoderName_;
   std::filesystem::path file_;

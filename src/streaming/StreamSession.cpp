@@ -29,9 +29,10 @@ std::pair<int, int> encodeSize(StreamResolution resolution, bool vertical, int c
 
 }  // namespace
 
-StreamSession::StreamSession(StreamDestination destination, std::string key, int canvasWidth, int canvasHeight,
-                             StateHandler onState, Timing timing)
-    : destination_(std::move(destination)),
+StreamSession::StreamSession(SharedEncoders& encoders, StreamDestination destination, std::string key,
+                             int canvasWidth, int canvasHeight, StateHandler onState, Timing timing)
+    : encoders_(encoders),
+      destination_(std::move(destination)),
       key_(std::move(key)),
       canvas_(destination_.canvas.value_or(StreamCanvas::main)),
       timing_(timing),
@@ -42,21 +43,37 @@ StreamSession::StreamSession(StreamDestination destination, std::string key, int
   connection_.swfUrl.reset();
   connection_.pageUrl.reset();
   connection_.capsEx = 0;
-  std::tie(videoWidth_, videoHeight_) =
+  const auto [width, height] =
       encodeSize(destination_.quality.resolution, canvas_ == StreamCanvas::vertical, canvasWidth, canvasHeight);
-  minFrameInterval_ = 1.0 / std::max(destination_.quality.fps, 1) - 0.002;
+  const auto& quality = destination_.quality;
+  videoSettings_.videoSize = {width, height};
+  videoSettings_.bitRate = static_cast<std::int64_t>(quality.videoBitrateKbps) * 1000;
+  videoSettings_.format = VideoCodecSettings::Format::h264;
+  videoSettings_.profile = VideoProfile::high;
+  videoSettings_.level.reset();
+  const bool portraitPlatform =
+      destination_.platform == StreamPlatform::tiktok || destination_.platform == StreamPlatform::instagram;
+  videoSettings_.scalingMode =
+      portraitPlatform ? VideoCodecSettings::ScalingMode::letterbox : VideoCodecSettings::ScalingMode::trim;
+  videoSettings_.bitRateMode = VideoCodecSettings::BitRateMode::average;
+  videoSettings_.maxKeyFrameIntervalDuration = 2;
+  videoSettings_.expectedFrameRate = std::max(quality.fps, 1);
+  audioSettings_.bitRate = static_cast<std::int64_t>(quality.audioBitrateKbps) * 1000;
+  audioSettings_.downmix = true;
+  audioSettings_.channelMap.reset();
+  audioSettings_.sampleRate = 0;
+  audioSettings_.format = AudioCodecSettings::Format::aac;
   stream_ = RTMPStream::make(connection_);
 }
 
 StreamSession::~StreamSession() {
   stop();
   if (loop_.joinable()) loop_.join();
-  if (pump_.joinable()) pump_.join();
+  leaveEncoders();
 }
 
 void StreamSession::start() {
   if (loop_.joinable()) return;
-  pump_ = std::thread([this] { pump(); });
   loop_ = std::thread([this] { runLoop(); });
 }
 
@@ -67,13 +84,37 @@ void StreamSession::stop() {
     signal_->cancelled = true;
   }
   signal_->changed.notify_all();
-  feed_.finish();
 }
 
 void StreamSession::finish() {
   if (loop_.joinable()) loop_.join();
-  if (pump_.joinable()) pump_.join();
+  leaveEncoders();
   closeQuietly(kCloseWaitSeconds);
+}
+
+std::optional<std::string> StreamSession::joinEncoders() {
+  EncoderError error = EncoderError::none;
+  const std::string canvas(enumName(canvas_));
+  auto stream = stream_;
+  video_ = encoders_.subscribeVideo(
+      canvas, videoSettings_.encoding(), [stream](const EncodedVideoSampleRef& sample) { stream->send(sample); },
+      error);
+  if (!video_.active()) return std::string("the video encoder did not open: ") + std::string(describe(error));
+  audio_ = encoders_.subscribeAudio(audioSettings_.encoding(),
+                                    [stream](const EncodedAudioSampleRef& sample) { stream->send(sample); });
+  return std::nullopt;
+}
+
+void StreamSession::countDrops() {
+  videoDropCount_ = dropsOfEarlierJoins_ + video_.droppedFrames() + stream_->droppedVideoSamples();
+}
+
+void StreamSession::leaveEncoders() {
+  if (!video_.active() && !audio_.active()) return;
+  countDrops();
+  dropsOfEarlierJoins_ += video_.droppedFrames();
+  video_.reset();
+  audio_.reset();
 }
 
 bool StreamSession::isCancelled() const {
@@ -112,27 +153,17 @@ std::string StreamSession::urlForAttempt(int attempt) const {
 }
 
 StreamSession::Attempt StreamSession::connect(int attempt) {
-  const auto& quality = destination_.quality;
-  VideoCodecSettings video;
-  video.videoSize = {videoWidth_, videoHeight_};
-  video.bitRate = static_cast<std::int64_t>(quality.videoBitrateKbps) * 1000;
-  video.profileLevel = "H264_High_AutoLevel";
-  const bool portraitPlatform =
-      destination_.platform == StreamPlatform::tiktok || destination_.platform == StreamPlatform::instagram;
-  video.scalingMode = portraitPlatform ? VideoCodecSettings::ScalingMode::letterbox
-                                       : VideoCodecSettings::ScalingMode::trim;
-  video.bitRateMode = VideoCodecSettings::BitRateMode::average;
-  video.maxKeyFrameIntervalDuration = 2;
-  video.expectedFrameRate = quality.fps;
-  stream_->setVideoSettings(video);
-
-  AudioCodecSettings audio;
-  audio.bitRate = static_cast<std::int64_t>(quality.audioBitrateKbps) * 1000;
-  audio.downmix = true;
-  audio.channelMap.reset();
-  audio.sampleRate = 0;
-  audio.format = AudioCodecSettings::Format::aac;
-  stream_->setAudioSettings(audio);
+  RTMPStreamMetadata metadata;
+  metadata.hasVideo = true;
+  metadata.width = videoSettings_.videoSize.width;
+  metadata.height = videoSettings_.videoSize.height;
+  metadata.videoCodec = videoSettings_.format;
+  metadata.videoBitRate = videoSettings_.bitRate;
+  metadata.frameRate = videoSettings_.expectedFrameRate;
+  metadata.hasAudio = true;
+  metadata.audioBitRate = audioSettings_.bitRate;
+  metadata.audioSampleRate = audioSettings_.sampleRate > 0 ? static_cast<int>(audioSettings_.sampleRate) : 48000;
+  stream_->setMetadata(metadata);
 
   std::string name = key_;
   if (destination_.platform == StreamPlatform::twitch && destination_.bandwidthTest.value_or(false)) {
@@ -174,14 +205,22 @@ void StreamSession::runLoop() {
     const auto outcome = connect(attempt);
     if (outcome.cancelled) return;
     if (!outcome.error) {
+      // A receiver joins at the encoder's next key frame, forced for it.
+      if (auto failed = joinEncoders()) {
+        report(StreamState::error(std::move(*failed)));
+        closeQuietly(0);
+        return;
+      }
       isPublishing_ = true;
       report(StreamState::live(wallClockNow()));
       while (true) {
         if (sleepCancelled(kConnectionCheckUnits * timing_.unit)) return;
+        countDrops();
         if (!isPublishing_ || !connection_.connected()) break;
       }
       // Dropped after being live: the count starts over.
       isPublishing_ = false;
+      leaveEncoders();
       attempt = 1;
       report(StreamState::reconnecting(attempt));
       closeQuietly(0);
@@ -203,35 +242,6 @@ void StreamSession::runLoop() {
     }
     if (sleepCancelled(stream_failure::backOff(attempt) * timing_.unit)) return;
   }
-}
-
-void StreamSession::pump() {
-  nameThisThread("Tavorin.Pump");
-  StreamFeed::Batch batch;
-  while (feed_.take(batch)) {
-    for (std::size_t i = 0; i < batch.audioCount; ++i) {
-      const auto& chunk = batch.audio[i];
-      if (chunk.buffer.planes.empty()) continue;
-      const float* left = chunk.buffer.planes[0].data();
-      const float* right = chunk.buffer.planes.size() > 1 ? chunk.buffer.planes[1].data() : left;
-      stream_->append(left, right, static_cast<int>(chunk.buffer.frameLength), chunk.when);
-    }
-    for (std::size_t i = 0; i < batch.videoCount; ++i) {
-      if (!stream_->append(std::move(batch.video[i].frame), batch.video[i].time)) ++videoDropCount_;
-    }
-  }
-}
-
-void StreamSession::feed(PixelBufferRef frame, double time) {
-  if (!isPublishing_) return;
-  if (time - lastVideoTime_ < minFrameInterval_) return;
-  lastVideoTime_ = time;
-  if (feed_.putVideo(std::move(frame), time)) ++videoDropCount_;
-}
-
-void StreamSession::feedAudio(const PcmBuffer& buffer, double when) {
-  if (!isPublishing_) return;
-  feed_.putAudio(buffer, when);
 }
 
 }  // namespace tavorin

@@ -10,11 +10,11 @@
 #include <string>
 #include <thread>
 
-#include "base/PcmBuffer.h"
-#include "base/PixelBuffer.h"
 #include "model/StreamDestination.h"
-#include "streaming/StreamFeed.h"
+#include "platform/media/SharedEncoders.h"
+#include "streaming/AudioCodecSettings.h"
 #include "streaming/StreamState.h"
+#include "streaming/VideoCodecSettings.h"
 #include "streaming/rtmp/RTMPConnection.h"
 #include "streaming/rtmp/RTMPStream.h"
 
@@ -26,37 +26,35 @@ struct StreamSessionTiming {
   double unit = 1.0;
 };
 
-// One destination on air: its own connection, stream, encoders, feed and
-// retry loop. Sessions know nothing of each other. The loop and the pump
-// run on threads of the session's own; media arrives from the frame path and
-// the audio tap, which only wrap and queue.
+// One destination on air: its own connection, stream and retry loop, and
+// while it publishes, a place among the receivers of the shared encoders for
+// its settings. Sessions know nothing of each other. The loop runs on a
+// thread of the session's own; samples reach the stream by reference from
+// the encoders' threads.
 class StreamSession {
  public:
   using StateHandler = std::function<void(const Uuid& id, const StreamState& state)>;
 
   using Timing = StreamSessionTiming;
 
-  // `destination` already has its platform's limits applied.
-  StreamSession(StreamDestination destination, std::string key, int canvasWidth, int canvasHeight,
-                StateHandler onState, Timing timing = Timing());
+  // `destination` already has its platform's limits applied; `encoders` outlives the session.
+  StreamSession(SharedEncoders& encoders, StreamDestination destination, std::string key, int canvasWidth,
+                int canvasHeight, StateHandler onState, Timing timing = Timing());
   ~StreamSession();
   StreamSession(const StreamSession&) = delete;
   StreamSession& operator=(const StreamSession&) = delete;
 
   void start();
-  // Cancels the loop and the pump at once without waiting for them; the feed
-  // takes nothing more and no state is reported after it.
+  // Cancels the loop at once without waiting for it; no state is reported after it.
   void stop();
-  // After stop: waits for the threads, then closes the stream and the
-  // connection, ignoring errors. Blocks for at most a few seconds.
+  // After stop: waits for the loop, leaves the encoders, then closes the
+  // stream and the connection, ignoring errors. Blocks for at most a few seconds.
   void finish();
 
-  // The frame path: drops frames that come sooner than the destination's
-  // rate wants, then queues the frame by reference.
-  void feed(PixelBufferRef frame, double time);
-  void feedAudio(const PcmBuffer& buffer, double when);
-
   StreamCanvas canvas() const { return canvas_; }
+  // What the session asks of the shared encoders.
+  const VideoCodecSettings& videoSettings() const { return videoSettings_; }
+  const AudioCodecSettings& audioSettings() const { return audioSettings_; }
   std::uint64_t byteCount() const { return stream_->info().byteCount; }
   std::uint16_t currentFPS() const { return stream_->currentFPS(); }
   int videoDropCount() const { return videoDropCount_; }
@@ -80,8 +78,11 @@ class StreamSession {
   };
 
   void runLoop();
-  void pump();
   Attempt connect(int attempt);
+  // Joins the encoders once the stream publishes; the reason when no video encoder opens.
+  std::optional<std::string> joinEncoders();
+  void leaveEncoders();
+  void countDrops();
   // Waits `seconds`; true when cancelled meanwhile.
   bool sleepCancelled(double seconds);
   bool isCancelled() const;
@@ -94,27 +95,29 @@ class StreamSession {
   template <class Result, class Start>
   std::optional<Result> await(Start&& start, bool cancellable, double seconds);
 
+  SharedEncoders& encoders_;
   const StreamDestination destination_;
   const std::string key_;
   const StreamCanvas canvas_;
   const Timing timing_;
-  int videoWidth_ = 0;
-  int videoHeight_ = 0;
-  double minFrameInterval_ = 0;
+  VideoCodecSettings videoSettings_;
+  AudioCodecSettings audioSettings_;
   StateHandler onState_;
 
   RTMPConnection connection_;
   std::shared_ptr<RTMPStream> stream_;
-  StreamFeed feed_;
 
   std::atomic<bool> isPublishing_{false};
-  double lastVideoTime_ = -1e300;  // frame path only
-  // Frames lost because the session fell behind: in its feed or at a full encoder.
+  // The loop's thread's, and finish()'s once the loop is over.
+  SharedEncoders::Subscription video_;
+  SharedEncoders::Subscription audio_;
+  // Frames lost on the way: at the shared encoder while this session received
+  // from it, and samples the stream could not send.
+  int dropsOfEarlierJoins_ = 0;
   std::atomic<int> videoDropCount_{0};
 
   std::shared_ptr<Signal> signal_ = std::make_shared<Signal>();
   std::thread loop_;
-  std::thread pump_;
 };
 
 }  // namespace tavorin

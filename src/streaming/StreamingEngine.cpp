@@ -8,7 +8,8 @@
 
 namespace tavorin {
 
-StreamingEngine::StreamingEngine(MainQueue& queue, KeyLookup keys) : queue_(queue), keys_(std::move(keys)) {}
+StreamingEngine::StreamingEngine(MainQueue& queue, KeyLookup keys, SharedEncoders& encoders)
+    : queue_(queue), keys_(std::move(keys)), encoders_(encoders) {}
 
 StreamingEngine::~StreamingEngine() {
   self_.reset();
@@ -49,11 +50,10 @@ void StreamingEngine::startSession(const StreamDestination& destination, const s
       if (self && session) (*self)->stateReported(id, session, state);
     });
   };
-  auto session = std::make_shared<StreamSession>(limited, key, width, height, onState, timing);
+  auto session = std::make_shared<StreamSession>(encoders_, limited, key, width, height, onState, timing);
   *sender = session;
   sessions_[destination.id] = session;
   states.modify([&](auto& map) { map[destination.id] = StreamState::connecting(); });
-  publishFeedList();
   session->start();
   if (!healthTask_.active()) healthTask_ = queue_.every(kHealthPeriod, [this] { sampleHealth(); });
 }
@@ -97,18 +97,12 @@ void StreamingEngine::remove(const Uuid& id) {
   if (found == sessions_.end()) return;
   auto session = found->second;
   sessions_.erase(found);
-  publishFeedList();
   session->stop();
   reapClosers(false);
   auto done = std::make_shared<std::atomic<bool>>(false);
   closers_.push_back({std::thread([session, done]() mutable {
                         nameThisThread("Tavorin.Closer");
                         session->finish();
-                        // The frame path may still hold the old snapshot for a moment; the
-                        // session is let go here, not on the render thread.
-                        for (int i = 0; i < 200 && session.use_count() > 1; ++i) {
-                          std::this_thread::sleep_for(std::chrono::milliseconds(5));
-                        }
                         session.reset();
                         *done = true;
                       }),
@@ -124,29 +118,6 @@ void StreamingEngine::reapClosers(bool all) {
       ++it;
     }
   }
-}
-
-void StreamingEngine::publishFeedList() {
-  auto list = std::make_shared<SessionList>();
-  for (const auto& [id, session] : sessions_) list->push_back(session);
-  std::lock_guard hold(feeds_->lock);
-  feeds_->sessions = std::move(list);
-}
-
-void StreamingEngine::feedCanvas(StreamCanvas canvas, const PixelBufferRef& frame, double time) {
-  const auto sessions = feeds_->snapshot();
-  for (const auto& session : *sessions) {
-    if (session->canvas() == canvas) session->feed(frame, time);
-  }
-}
-
-void StreamingEngine::feedAudioTo(FeedList& feeds, const PcmBuffer& buffer, double when) {
-  const auto sessions = feeds.snapshot();
-  for (const auto& session : *sessions) session->feedAudio(buffer, when);
-}
-
-std::function<void(const PcmBuffer&, double)> StreamingEngine::audioSink() const {
-  return [feeds = feeds_](const PcmBuffer& buffer, double when) { feedAudioTo(*feeds, buffer, when); };
 }
 
 void StreamingEngine::sampleHealth() {

@@ -11,11 +11,10 @@
 #include <vector>
 
 #include "base/MainQueue.h"
-#include "base/PcmBuffer.h"
-#include "base/PixelBuffer.h"
 #include "base/Published.h"
 #include "base/Uuid.h"
 #include "model/StreamDestination.h"
+#include "platform/media/SharedEncoders.h"
 #include "streaming/StreamHealth.h"
 #include "streaming/StreamSession.h"
 #include "streaming/StreamState.h"
@@ -24,16 +23,18 @@ namespace tavorin {
 
 // Runs the live streams: one session per destination on air, one state per
 // destination, and every two seconds one health record per live one. The
-// main thread owns the states and the sessions; the frame path and the audio
-// tap reach the sessions through a snapshot list that is swapped, never
-// changed in place, so they copy one reference under the lock and nothing else.
+// main thread owns the states and the sessions. The media never pass through
+// here: sessions receive from the shared encoders, which the frame path and
+// the audio tap feed once for every output, so destinations that ask for the
+// same encoding share one encoder.
 class StreamingEngine {
  public:
   using KeyLookup = std::function<std::optional<std::string>(const Uuid&)>;
 
   static constexpr double kHealthPeriod = 2.0;
 
-  StreamingEngine(MainQueue& queue, KeyLookup keys);
+  // `encoders` outlives the engine.
+  StreamingEngine(MainQueue& queue, KeyLookup keys, SharedEncoders& encoders);
   // Stops every session and waits (a few seconds at most) for their streams to close.
   ~StreamingEngine();
   StreamingEngine(const StreamingEngine&) = delete;
@@ -58,22 +59,13 @@ class StreamingEngine {
   void forget(const Uuid& id);
   void stopAll();
 
-  // The frame clock's presentation time in seconds; render thread.
-  void feedVideo(const PixelBufferRef& frame, double time) { feedCanvas(StreamCanvas::main, frame, time); }
-  void feedVerticalVideo(const PixelBufferRef& frame, double time) {
-    feedCanvas(StreamCanvas::vertical, frame, time);
-  }
-  // Program PCM from the mixer's tap; every session takes it, whatever its canvas.
-  void feedAudio(const PcmBuffer& buffer, double when) { feedAudioTo(*feeds_, buffer, when); }
-  // The same as a sink that stays safe to call after the engine is gone: the
-  // tap may hold a copy for one more block while the model shuts down.
-  std::function<void(const PcmBuffer&, double)> audioSink() const;
-
   std::vector<Uuid> liveDestinations() const;
   bool isAnyActive() const;
   // The wall-clock second the first of the live destinations went live.
   std::optional<double> earliestLiveSince() const;
   bool hasSession(const Uuid& id) const { return sessions_.count(id) > 0; }
+  // The canvas name the encoders know a stream canvas by.
+  static std::string encoderCanvas(StreamCanvas canvas) { return std::string(enumName(canvas)); }
 
  private:
   using SessionList = std::vector<std::shared_ptr<StreamSession>>;
@@ -81,28 +73,13 @@ class StreamingEngine {
   void startSession(const StreamDestination& destination, const std::string& key);
   void stateReported(const Uuid& id, const std::shared_ptr<StreamSession>& session, const StreamState& state);
   void remove(const Uuid& id);
-  // The sessions as the media paths see them. `lock` is held only to copy or
-  // swap the list reference.
-  struct FeedList {
-    std::mutex lock;
-    std::shared_ptr<const SessionList> sessions = std::make_shared<SessionList>();
-
-    std::shared_ptr<const SessionList> snapshot() {
-      std::lock_guard hold(lock);
-      return sessions;
-    }
-  };
-
-  void publishFeedList();
   void sampleHealth();
-  void feedCanvas(StreamCanvas canvas, const PixelBufferRef& frame, double time);
-  static void feedAudioTo(FeedList& feeds, const PcmBuffer& buffer, double when);
   void reapClosers(bool all);
 
   MainQueue& queue_;
   KeyLookup keys_;
+  SharedEncoders& encoders_;
   std::map<Uuid, std::shared_ptr<StreamSession>> sessions_;
-  std::shared_ptr<FeedList> feeds_ = std::make_shared<FeedList>();
   TimerHandle healthTask_;
   // Stopped sessions closing their streams off the main thread.
   struct Closer {

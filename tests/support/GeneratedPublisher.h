@@ -7,8 +7,8 @@
 #include <string>
 
 #include "base/PixelBuffer.h"
-#include "streaming/codec/AudioCodecSettings.h"
-#include "streaming/codec/VideoCodecSettings.h"
+#include "streaming/AudioCodecSettings.h"
+#include "streaming/VideoCodecSettings.h"
 
 namespace tavorin::testing {
 

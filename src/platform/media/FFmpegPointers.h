@@ -37,6 +37,9 @@ struct OutputFormatFreer {
     avformat_free_context(context);
   }
 };
+struct BufferRefFreer {
+  void operator()(AVBufferRef* buffer) const { av_buffer_unref(&buffer); }
+};
 struct AudioFifoFreer {
   void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
 };
@@ -47,6 +50,7 @@ using FramePtr = std::unique_ptr<AVFrame, FrameFreer>;
 using PacketPtr = std::unique_ptr<AVPacket, PacketFreer>;
 using ScalerPtr = std::unique_ptr<SwsContext, ScalerFreer>;
 using OutputFormatPtr = std::unique_ptr<AVFormatContext, OutputFormatFreer>;
+using BufferRefPtr = std::unique_ptr<AVBufferRef, BufferRefFreer>;
 using AudioFifoPtr = std::unique_ptr<AVAudioFifo, AudioFifoFreer>;
 
 inline std::string errorText(int code) {

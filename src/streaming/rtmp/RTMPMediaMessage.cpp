@@ -27,10 +27,11 @@ void putHvc1(std::vector<std::uint8_t>& out) { out.insert(out.end(), {'h', 'v', 
 }  // namespace
 
 std::optional<std::vector<std::uint8_t>> videoSequenceHeader(const VideoFormatDescription& format) {
-  if (format.avcC.empty()) return std::nullopt;
+  const auto& record = format.configurationRecord;
+  if (record.empty() || format.codec == VideoCodecKind::proRes422) return std::nullopt;
   std::vector<std::uint8_t> body;
-  body.reserve(format.avcC.size() + 5);
-  if (format.format == VideoCodecSettings::Format::hevc) {
+  body.reserve(record.size() + 5);
+  if (format.codec == VideoCodecKind::hevc) {
     body.push_back(kExHeader | (kKeyFrame << 4) | kPacketSequenceStart);
     putHvc1(body);
   } else {
@@ -38,19 +39,17 @@ std::optional<std::vector<std::uint8_t>> videoSequenceHeader(const VideoFormatDe
     body.push_back(0);
     put24(body, 0);
   }
-  body.insert(body.end(), format.avcC.begin(), format.avcC.end());
+  body.insert(body.end(), record.begin(), record.end());
   return body;
 }
 
 std::vector<std::uint8_t> videoMessageBody(const EncodedVideoSample& sample) {
   const std::uint8_t frameType = sample.isKeyFrame ? kKeyFrame : kInterFrame;
-  std::uint32_t composition = 0;
-  if (sample.dts) {
-    composition = static_cast<std::uint32_t>(std::max(0.0, std::floor((sample.pts - *sample.dts + 0.066) * 1000)));
-  }
+  const auto composition =
+      static_cast<std::uint32_t>(std::max(0.0, std::floor((sample.pts - sample.dts + 0.066) * 1000)));
   std::vector<std::uint8_t> body;
   body.reserve(sample.data.size() + 8);
-  if (sample.format && sample.format->format == VideoCodecSettings::Format::hevc) {
+  if (sample.format && sample.format->codec == VideoCodecKind::hevc) {
     body.push_back(kExHeader | (frameType << 4) | kPacketCodedFrames);
     putHvc1(body);
   } else {

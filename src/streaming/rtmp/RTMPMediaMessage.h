@@ -4,10 +4,10 @@
 #include <optional>
 #include <vector>
 
-#include "streaming/codec/AudioFormatDescription.h"
-#include "streaming/codec/EncodedAudioSample.h"
-#include "streaming/codec/EncodedVideoSample.h"
-#include "streaming/codec/VideoFormatDescription.h"
+#include "platform/media/AudioFormatDescription.h"
+#include "platform/media/EncodedAudioSample.h"
+#include "platform/media/EncodedVideoSample.h"
+#include "platform/media/VideoFormatDescription.h"
 
 namespace tavorin {
 
@@ -16,8 +16,7 @@ namespace tavorin {
 
 // The sequence header of a format; nothing for a format without its record.
 std::optional<std::vector<std::uint8_t>> videoSequenceHeader(const VideoFormatDescription& format);
-// Composition time is (pts - dts + 0.066) s in whole milliseconds, at least
-// 0, and 0 when there is no decode time.
+// Composition time is (pts - dts + 0.066) s in whole milliseconds, at least 0.
 std::vector<std::uint8_t> videoMessageBody(const EncodedVideoSample& sample);
 
 std::optional<std::vector<std::uint8_t>> audioSequenceHeader(const AudioFormatDescription& format);

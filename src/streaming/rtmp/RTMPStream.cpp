@@ -42,34 +42,9 @@ std::shared_ptr<RTMPStream> RTMPStream::make(RTMPConnection& connection) {
 }
 
 RTMPStream::RTMPStream(RTMPConnection& connection)
-    : connection_(connection), requestTimer_(connection.context()) {
-  videoCodec_.setOutputHandler([this](const EncodedVideoSample& sample) {
-    // The encoder's thread: the sample moves over to the connection's context.
-    auto weak = weak_from_this();
-    connection_.post([weak, sample] {
-      if (auto self = weak.lock()) self->appendEncoded(sample);
-    });
-  });
-  audioCodec_.setOutputHandler([this](const EncodedAudioSample& sample) {
-    auto weak = weak_from_this();
-    connection_.post([weak, sample] {
-      if (auto self = weak.lock()) self->appendEncoded(sample);
-    });
-  });
-  auto forward = [this](const std::string& line) {
-    auto weak = weak_from_this();
-    connection_.post([weak, line] {
-      if (auto self = weak.lock()) self->emit(line);
-    });
-  };
-  videoCodec_.setLogHandler(forward);
-  audioCodec_.setLogHandler(forward);
-}
+    : connection_(connection), requestTimer_(connection.context()) {}
 
-RTMPStream::~RTMPStream() {
-  videoCodec_.stopRunning();
-  audioCodec_.stopRunning();
-}
+RTMPStream::~RTMPStream() = default;
 
 void RTMPStream::createStream(std::function<void()> done) {
   auto weak = weak_from_this();
@@ -98,8 +73,11 @@ void RTMPStream::publish(std::optional<std::string> name, HowToPublish type, Com
       if (self->readyState_ == ReadyState::publishing) return self->close(std::move(done));
       return done(RTMPStreamResult::failure({RTMPStreamError::Kind::invalidState, {}}));
     }
+    // A new publish is a new timeline: both start at 0 with their sequence headers.
     self->audioFormat_.reset();
     self->videoFormat_.reset();
+    self->audioTimestamp_ = {};
+    self->videoTimestamp_ = {};
     self->readyState_ = ReadyState::publish;
     auto resource = *name;
     self->waitForAnswer(
@@ -147,28 +125,23 @@ void RTMPStream::finishWait(RTMPStreamResult result) {
 void RTMPStream::startPublishing(Completion done) {
   readyState_ = ReadyState::publishing;
   sendMetadata();
-  videoCodec_.startRunning();
-  audioCodec_.startRunning();
   done(RTMPStreamResult::success({}));
 }
 
 AMFArray RTMPStream::makeMetadata() const {
   AMFArray metadata;
   metadata.dict["duration"] = 0;
-  if (hasVideoInput_) {
-    const auto video = videoCodec_.settings();
-    metadata.dict["width"] = video.videoSize.width;
-    metadata.dict["height"] = video.videoSize.height;
-    metadata.dict["videocodecid"] =
-        video.format() == VideoCodecSettings::Format::hevc ? kHevcCodecID : kAvcCodecID;
-    metadata.dict["videodatarate"] = static_cast<double>(video.bitRate / 1000);
-    if (video.expectedFrameRate) metadata.dict["framerate"] = *video.expectedFrameRate;
+  if (metadata_.hasVideo) {
+    metadata.dict["width"] = metadata_.width;
+    metadata.dict["height"] = metadata_.height;
+    metadata.dict["videocodecid"] = metadata_.videoCodec == VideoCodecKind::hevc ? kHevcCodecID : kAvcCodecID;
+    metadata.dict["videodatarate"] = static_cast<double>(metadata_.videoBitRate / 1000);
+    if (metadata_.frameRate) metadata.dict["framerate"] = *metadata_.frameRate;
   }
-  if (hasAudioInput_) {
-    const auto audio = audioCodec_.settings();
+  if (metadata_.hasAudio) {
     metadata.dict["audiocodecid"] = kAacCodecID;
-    metadata.dict["audiodatarate"] = static_cast<double>(audio.bitRate / 1000);
-    metadata.dict["audiosamplerate"] = audio.sampleRate > 0 ? audio.sampleRate : 48000.0;
+    metadata.dict["audiodatarate"] = static_cast<double>(metadata_.audioBitRate / 1000);
+    metadata.dict["audiosamplerate"] = static_cast<double>(metadata_.audioSampleRate);
   }
   return metadata;
 }
@@ -189,7 +162,6 @@ void RTMPStream::close(Completion done) {
     if (self->readyState_ != ReadyState::publishing) {
       return done(RTMPStreamResult::failure({RTMPStreamError::Kind::invalidState, {}}));
     }
-    self->stopEncoders();
     self->waitForAnswer(std::move(done), kUnpublishSuccess);
     RTMPCommandMessage command;
     command.streamId = self->id_;
@@ -199,14 +171,8 @@ void RTMPStream::close(Completion done) {
   });
 }
 
-void RTMPStream::stopEncoders() {
-  videoCodec_.stopRunning();
-  audioCodec_.stopRunning();
-}
-
 void RTMPStream::connectionClosing() {
   if (readyState_ == ReadyState::idle) return;
-  stopEncoders();
   readyState_ = ReadyState::idle;
   if (continuation_) {
     RTMPResponse response;
@@ -215,25 +181,34 @@ void RTMPStream::connectionClosing() {
   }
 }
 
-bool RTMPStream::append(PixelBufferRef frame, double presentationTime) {
-  hasVideoInput_ = true;
-  if (readyState_ != ReadyState::publishing) return true;
-  return videoCodec_.append(std::move(frame), presentationTime);
+void RTMPStream::send(EncodedVideoSampleRef sample) {
+  if (readyState_ != ReadyState::publishing || !sample) return;
+  auto weak = weak_from_this();
+  connection_.post([weak, sample = std::move(sample)] {
+    if (auto self = weak.lock()) self->appendEncoded(*sample);
+  });
 }
 
-void RTMPStream::append(const float* left, const float* right, int frames, double hostTime) {
-  hasAudioInput_ = true;
-  if (readyState_ == ReadyState::publishing) audioCodec_.append(left, right, frames, hostTime);
+void RTMPStream::send(EncodedAudioSampleRef sample) {
+  if (readyState_ != ReadyState::publishing || !sample) return;
+  auto weak = weak_from_this();
+  connection_.post([weak, sample = std::move(sample)] {
+    if (auto self = weak.lock()) self->appendEncoded(*sample);
+  });
 }
 
-void RTMPStream::setVideoSettings(const VideoCodecSettings& settings) { videoCodec_.setSettings(settings); }
-
-void RTMPStream::setAudioSettings(const AudioCodecSettings& settings) { audioCodec_.setSettings(settings); }
+void RTMPStream::setMetadata(const RTMPStreamMetadata& metadata) {
+  auto weak = weak_from_this();
+  connection_.post([weak, metadata] {
+    if (auto self = weak.lock()) self->metadata_ = metadata;
+  });
+}
 
 void RTMPStream::appendEncoded(const EncodedVideoSample& sample) {
   if (readyState_ != ReadyState::publishing || sample.data.empty() || !sample.format) return;
-  const auto delta = videoTimestamp_.update(sample.dts.value_or(sample.pts));
+  const auto delta = videoTimestamp_.update(sample.dts);
   if (!delta) {
+    ++droppedVideo_;
     emit("Video sample dropped: its time does not follow the last one");
     return;
   }

@@ -10,11 +10,8 @@
 
 #include <boost/asio/steady_timer.hpp>
 
-#include "base/PixelBuffer.h"
-#include "streaming/codec/AudioCodec.h"
-#include "streaming/codec/AudioCodecSettings.h"
-#include "streaming/codec/VideoCodec.h"
-#include "streaming/codec/VideoCodecSettings.h"
+#include "platform/media/EncodedAudioSample.h"
+#include "platform/media/EncodedVideoSample.h"
 #include "streaming/rtmp/AMFValue.h"
 #include "streaming/rtmp/RTMPConnection.h"
 #include "streaming/rtmp/RTMPConnectionStream.h"
@@ -23,10 +20,23 @@
 
 namespace tavorin {
 
+// What the metadata tells the server about the media to come.
+struct RTMPStreamMetadata {
+  bool hasVideo = false;
+  int width = 0;
+  int height = 0;
+  VideoCodecKind videoCodec = VideoCodecKind::h264;
+  std::int64_t videoBitRate = 0;
+  std::optional<double> frameRate;
+  bool hasAudio = false;
+  std::int64_t audioBitRate = 0;
+  int audioSampleRate = 48000;
+};
+
 // The client's NetStream, publishing only: asks the server for a message
-// stream, publishes under a key, sends the metadata, encodes raw frames and
-// audio and sends them as FLV bodies with delta timestamps. It runs on its
-// connection's context; the encoders hand their output over to it there.
+// stream, publishes under a key, sends the metadata, and sends encoded
+// samples as FLV bodies with delta timestamps. It encodes nothing; it runs on
+// its connection's context and samples reach it there by reference.
 class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_from_this<RTMPStream> {
  public:
   enum class ReadyState { idle, publish, publishing };
@@ -49,16 +59,13 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   void publish(std::optional<std::string> name, HowToPublish type, Completion done);
   void close(Completion done);
 
-  // Frames waiting for the encoder at most: an encoder that cannot keep up
-  // loses frames instead of piling them up.
-  static constexpr int kVideoQueueLimit = 15;
-
-  // Raw media, from any thread. Frames go by reference to the encoder's
-  // queue; false when the queue was full and the frame is dropped.
-  bool append(PixelBufferRef frame, double presentationTime);
-  void append(const float* left, const float* right, int frames, double hostTime);
-  void setVideoSettings(const VideoCodecSettings& settings);
-  void setAudioSettings(const AudioCodecSettings& settings);
+  // Encoded media, from any thread; sent in order while publishing.
+  void send(EncodedVideoSampleRef sample);
+  void send(EncodedAudioSampleRef sample);
+  // Set before publish: the metadata goes out as publishing starts.
+  void setMetadata(const RTMPStreamMetadata& metadata);
+  // Samples that could not go out because their time did not follow the last one.
+  int droppedVideoSamples() const { return droppedVideo_; }
 
   ReadyState readyState() const { return readyState_; }
   std::uint32_t messageStreamId() const override { return id_; }
@@ -82,7 +89,6 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   void waitForAnswer(Completion done, std::optional<std::string> expected);
   void finishWait(RTMPStreamResult result);
   void sendMetadata();
-  void stopEncoders();
   void appendEncoded(const EncodedVideoSample& sample);
   void appendEncoded(const EncodedAudioSample& sample);
   AMFArray makeMetadata() const;
@@ -104,12 +110,8 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   RTMPTimestamp videoTimestamp_;
   std::shared_ptr<const AudioFormatDescription> audioFormat_;
   std::shared_ptr<const VideoFormatDescription> videoFormat_;
-
-  // The outgoing side: both encoders and what they were last given.
-  VideoCodec videoCodec_{kVideoQueueLimit};
-  AudioCodec audioCodec_;
-  std::atomic<bool> hasVideoInput_{false};
-  std::atomic<bool> hasAudioInput_{false};
+  RTMPStreamMetadata metadata_;  // the connection's context
+  std::atomic<int> droppedVideo_{0};
 };
 
 }  // namespace tavorin

@@ -1,4 +1,4 @@
-#include "streaming/codec/AvcConfiguration.h"
+#include "platform/media/AvcConfiguration.h"
 
 namespace tavorin::avc {
 

@@ -1,4 +1,4 @@
-#include "streaming/codec/AudioFormatDescription.h"
+#include "platform/media/AudioFormatDescription.h"
 
 namespace tavorin {
 

@@ -4,9 +4,11 @@
 #include <optional>
 #include <vector>
 
+#include "platform/media/VideoEncoding.h"
+
 namespace tavorin {
 
-// What a stream's audio encoder is asked to do. Only `aac` is encoded.
+// What a stream asks of its audio encoder. Only `aac` is encoded.
 struct AudioCodecSettings {
   enum class Format { aac, opus, pcm };
 
@@ -20,6 +22,10 @@ struct AudioCodecSettings {
   Format format = Format::aac;
 
   bool operator==(const AudioCodecSettings&) const = default;
+
+  AudioEncoding encoding() const {
+    return AudioEncoding{bitRate, static_cast<int>(sampleRate), downmix, channelMap};
+  }
 };
 
 }  // namespace tavorin

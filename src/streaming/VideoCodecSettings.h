@@ -2,23 +2,20 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
 #include "base/EnumNames.h"
-#include "streaming/codec/VTSessionOption.h"
+#include "platform/media/VideoEncoding.h"
 
 namespace tavorin {
 
-// What a stream's video encoder is asked to do. Profile-level names are the
-// platform encoder's names without their "kVTProfileLevel_" prefix, e.g.
-// "H264_Baseline_3_1", "H264_Main_AutoLevel", "H264_High_AutoLevel",
-// "HEVC_Main_AutoLevel".
+// What a stream asks of its video encoder, in the stream's own terms; the
+// encoding it maps to is what the shared encoders are keyed by.
 struct VideoCodecSettings {
   enum class ScalingMode { normal, letterbox, cropSourceToCleanAperture, trim };
   enum class BitRateMode { average, constant, variable };
-  enum class Format { h264, hevc };
+  using Format = VideoCodecKind;
 
   struct Size {
     int width = 854;
@@ -28,7 +25,10 @@ struct VideoCodecSettings {
 
   Size videoSize;
   std::int64_t bitRate = 640000;
-  std::string profileLevel = "H264_Baseline_3_1";
+  Format format = Format::h264;
+  VideoProfile profile = VideoProfile::baseline;
+  // Level times ten; nothing lets the encoder choose.
+  std::optional<int> level = 31;
   ScalingMode scalingMode = ScalingMode::trim;
   BitRateMode bitRateMode = BitRateMode::average;
   std::int32_t maxKeyFrameIntervalDuration = 2;
@@ -43,12 +43,11 @@ struct VideoCodecSettings {
 
   bool operator==(const VideoCodecSettings&) const = default;
 
-  Format format() const;
-  bool isBaseline() const;
-  VTSessionOptions options() const;
-  // True when going from this to `next` needs a new encoder session rather
-  // than a change to the running one.
-  bool needsNewSession(const VideoCodecSettings& next) const;
+  bool isBaseline() const { return profile == VideoProfile::baseline; }
+  // The encoder's parameters: reordering unless Baseline or told otherwise,
+  // a rate cap from the data-rate limits, CABAC above Baseline, hardware as
+  // a preference (software stands in where none opens).
+  VideoEncoding encoding() const;
 };
 
 template <>

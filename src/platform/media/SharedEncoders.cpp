@@ -1,0 +1,179 @@
+#include "platform/media/SharedEncoders.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/media/SharedAudioEncoder.h"
+#include "platform/media/SharedVideoEncoder.h"
+
+namespace tavorin {
+
+namespace {
+
+const char* codecName(VideoCodecKind codec) {
+  switch (codec) {
+    case VideoCodecKind::h264:
+      return "H.264";
+    case VideoCodecKind::hevc:
+      return "HEVC";
+    case VideoCodecKind::proRes422:
+      return "ProRes 422";
+  }
+  return "video";
+}
+
+}  // namespace
+
+SharedEncoders::Subscription::Subscription(Subscription&& other) noexcept { *this = std::move(other); }
+
+SharedEncoders::Subscription& SharedEncoders::Subscription::operator=(Subscription&& other) noexcept {
+  if (this == &other) return *this;
+  reset();
+  leave_ = std::exchange(other.leave_, nullptr);
+  video_ = std::move(other.video_);
+  audio_ = std::move(other.audio_);
+  dropsAtJoin_ = other.dropsAtJoin_;
+  return *this;
+}
+
+void SharedEncoders::Subscription::reset() {
+  if (auto leave = std::exchange(leave_, nullptr)) leave();
+  video_.reset();
+  audio_.reset();
+}
+
+int SharedEncoders::Subscription::droppedFrames() const {
+  if (video_) return video_->droppedFrames() - dropsAtJoin_;
+  if (audio_) return audio_->droppedBlocks() - dropsAtJoin_;
+  return 0;
+}
+
+std::string SharedEncoders::Subscription::encoderName() const {
+  if (video_) return video_->encoderName();
+  return audio_ ? "aac" : "";
+}
+
+void SharedEncoders::Subscription::requestKeyFrame() const {
+  if (video_) video_->requestKeyFrame();
+}
+
+std::function<void()> SharedEncoders::Subscription::keyFrameRequester() const {
+  return [encoder = video_] {
+    if (encoder) encoder->requestKeyFrame();
+  };
+}
+
+SharedEncoders::SharedEncoders(HardwareEncoders hardware, LogHandler log)
+    : hardware_(std::move(hardware)), log_(std::move(log)) {}
+
+SharedEncoders::~SharedEncoders() {
+  std::lock_guard hold(change_);
+  videoEncoders_.clear();
+  audioEncoders_.clear();
+  publishLists();
+}
+
+SharedEncoders::Subscription SharedEncoders::subscribeVideo(const std::string& canvas, const VideoEncoding& encoding,
+                                                            VideoReceiver receiver, EncoderError& error) {
+  std::lock_guard hold(change_);
+  error = EncoderError::none;
+  auto found = std::find_if(videoEncoders_.begin(), videoEncoders_.end(), [&](const auto& encoder) {
+    return encoder->canvas() == canvas && encoder->encoding() == encoding;
+  });
+  std::shared_ptr<SharedVideoEncoder> encoder;
+  if (found != videoEncoders_.end()) {
+    encoder = *found;
+  } else {
+    auto opened = VideoEncoder::open(encoding, hardware_, error);
+    if (!opened) return {};
+    if (encoding.preferHardware && !opened->isHardware() && encoding.codec != VideoCodecKind::proRes422 && log_) {
+      log_(std::string("No hardware ") + codecName(encoding.codec) + " encoder works here: using software H.264 (" +
+           opened->encoderName() + ")");
+    }
+    encoder = std::make_shared<SharedVideoEncoder>(canvas, std::move(opened));
+    videoEncoders_.push_back(encoder);
+    publishLists();
+  }
+  const std::uint64_t id = nextReceiverID_++;
+  encoder->addReceiver(id, std::move(receiver));
+  Subscription subscription;
+  subscription.video_ = encoder;
+  subscription.dropsAtJoin_ = encoder->droppedFrames();
+  subscription.leave_ = [this, encoder, id] { leaveVideo(encoder, id); };
+  return subscription;
+}
+
+SharedEncoders::Subscription SharedEncoders::subscribeAudio(const AudioEncoding& encoding, AudioReceiver receiver) {
+  std::lock_guard hold(change_);
+  auto found = std::find_if(audioEncoders_.begin(), audioEncoders_.end(),
+                            [&](const auto& encoder) { return encoder->encoding() == encoding; });
+  std::shared_ptr<SharedAudioEncoder> encoder;
+  if (found != audioEncoders_.end()) {
+    encoder = *found;
+  } else {
+    encoder = std::make_shared<SharedAudioEncoder>(encoding, log_);
+    audioEncoders_.push_back(encoder);
+    publishLists();
+  }
+  const std::uint64_t id = nextReceiverID_++;
+  encoder->addReceiver(id, std::move(receiver));
+  Subscription subscription;
+  subscription.audio_ = encoder;
+  subscription.dropsAtJoin_ = encoder->droppedBlocks();
+  subscription.leave_ = [this, encoder, id] { leaveAudio(encoder, id); };
+  return subscription;
+}
+
+void SharedEncoders::leaveVideo(const std::shared_ptr<SharedVideoEncoder>& encoder, std::uint64_t receiverID) {
+  std::lock_guard hold(change_);
+  if (!encoder->removeReceiver(receiverID)) return;
+  std::erase(videoEncoders_, encoder);
+  publishLists();
+}
+
+void SharedEncoders::leaveAudio(const std::shared_ptr<SharedAudioEncoder>& encoder, std::uint64_t receiverID) {
+  std::lock_guard hold(change_);
+  if (!encoder->removeReceiver(receiverID)) return;
+  std::erase(audioEncoders_, encoder);
+  publishLists();
+}
+
+void SharedEncoders::publishLists() {
+  auto video = std::make_shared<const VideoList>(videoEncoders_);
+  auto audio = std::make_shared<const AudioList>(audioEncoders_);
+  std::lock_guard hold(snapshotLock_);
+  videoSnapshot_ = std::move(video);
+  audioSnapshot_ = std::move(audio);
+}
+
+void SharedEncoders::feedVideo(std::string_view canvas, const FrameRef& frame) {
+  std::shared_ptr<const VideoList> encoders;
+  {
+    std::lock_guard hold(snapshotLock_);
+    encoders = videoSnapshot_;
+  }
+  for (const auto& encoder : *encoders) {
+    if (encoder->canvas() == canvas) encoder->offer(frame);
+  }
+}
+
+void SharedEncoders::feedAudio(const AudioBlockRef& block) {
+  std::shared_ptr<const AudioList> encoders;
+  {
+    std::lock_guard hold(snapshotLock_);
+    encoders = audioSnapshot_;
+  }
+  for (const auto& encoder : *encoders) encoder->offer(block);
+}
+
+int SharedEncoders::videoEncoderCount() const {
+  std::lock_guard hold(snapshotLock_);
+  return static_cast<int>(videoSnapshot_->size());
+}
+
+int SharedEncoders::audioEncoderCount() const {
+  std::lock_guard hold(snapshotLock_);
+  return static_cast<int>(audioSnapshot_->size());
+}
+
+}  // namespace tavorin

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "base/PixelBuffer.h"
+#include "platform/media/EncodedVideoSample.h"
+#include "platform/media/EncoderError.h"
+#include "platform/media/FFmpegPointers.h"
+#include "platform/media/HardwareEncoders.h"
+#include "platform/media/VideoEncoding.h"
+
+namespace tavorin {
+
+// One open FFmpeg video encoder, used in FFmpeg's manner: send a frame,
+// receive the packets it gives back. Takes BGRA frames of any size, fits them
+// to the encode size and converts them for the encoder (NV12 surfaces for
+// VAAPI). Time stamps are host seconds in and out. One thread uses it.
+class VideoEncoder {
+ public:
+  // The first of the candidate encoders that opens; nothing, with `error`
+  // set, when none does.
+  static std::unique_ptr<VideoEncoder> open(const VideoEncoding& encoding, const HardwareEncoders& hardware,
+                                            EncoderError& error);
+  ~VideoEncoder();
+  VideoEncoder(const VideoEncoder&) = delete;
+  VideoEncoder& operator=(const VideoEncoder&) = delete;
+
+  const VideoEncoding& encoding() const { return encoding_; }
+  // "libx264", "h264_vaapi", "hevc_nvenc", "prores_ks", …
+  const std::string& encoderName() const { return encoderName_; }
+  bool isHardware() const { return hardware_; }
+  const std::shared_ptr<const VideoFormatDescription>& format() const { return format_; }
+
+  // `forceKeyFrame` makes this frame an IDR, where a new receiver can start.
+  EncoderError send(const PixelBuffer& frame, bool forceKeyFrame = false);
+  // No more frames: the packets held back come out on the next receives.
+  EncoderError flush();
+  // The next packet, or false when the encoder wants more input (or has
+  // given all after a flush); `error` tells a failure from that.
+  bool receive(EncodedVideoSample& sample, EncoderError& error);
+
+  // Takes a new bit rate without a new session; false when this encoder can
+  // only do that by opening again.
+  bool updateBitRate(std::int64_t bitRate, std::optional<std::int64_t> maxBitRate,
+                     std::optional<std::int64_t> bufferBits);
+
+ private:
+  VideoEncoder() = default;
+  bool convert(const PixelBuffer& frame);
+
+  VideoEncoding encoding_;
+  ffmpeg::CodecContextPtr context_;
+  ffmpeg::BufferRefPtr hardwareFrames_;
+  ffmpeg::FramePtr frame_;          // the converted picture in system memory
+  ffmpeg::FramePtr hardwareFrame_;  // its surface, for VAAPI
+  ffmpeg::PacketPtr packet_;
+  ffmpeg::ScalerPtr scaler_;
+  int scalerSourceWidth_ = 0;
+  int scalerSourceHeight_ = 0;
+  std::string encoderName_;
+  bool hardware_ = false;
+  std::shared_ptr<const VideoFormatDescription> format_;
+};
+
+}  // namespace tavorin
