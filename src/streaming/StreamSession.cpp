@@ -29,6 +29,37 @@ std::pair<int, int> encodeSize(StreamResolution resolution, bool vertical, int c
 
 }  // namespace
 
+VideoCodecSettings StreamSession::videoSettingsFor(const StreamDestination& destination, int canvasWidth,
+                                                   int canvasHeight) {
+  const bool vertical = destination.canvas.value_or(StreamCanvas::main) == StreamCanvas::vertical;
+  const auto [width, height] = encodeSize(destination.quality.resolution, vertical, canvasWidth, canvasHeight);
+  const auto& quality = destination.quality;
+  VideoCodecSettings video;
+  video.videoSize = {width, height};
+  video.bitRate = static_cast<std::int64_t>(quality.videoBitrateKbps) * 1000;
+  video.format = VideoCodecSettings::Format::h264;
+  video.profile = VideoProfile::high;
+  video.level.reset();
+  const bool portraitPlatform =
+      destination.platform == StreamPlatform::tiktok || destination.platform == StreamPlatform::instagram;
+  video.scalingMode =
+      portraitPlatform ? VideoCodecSettings::ScalingMode::letterbox : VideoCodecSettings::ScalingMode::trim;
+  video.bitRateMode = VideoCodecSettings::BitRateMode::average;
+  video.maxKeyFrameIntervalDuration = 2;
+  video.expectedFrameRate = std::max(quality.fps, 1);
+  return video;
+}
+
+AudioCodecSettings StreamSession::audioSettingsFor(const StreamDestination& destination) {
+  AudioCodecSettings audio;
+  audio.bitRate = static_cast<std::int64_t>(destination.quality.audioBitrateKbps) * 1000;
+  audio.downmix = true;
+  audio.channelMap.reset();
+  audio.sampleRate = 0;
+  audio.format = AudioCodecSettings::Format::aac;
+  return audio;
+}
+
 StreamSession::StreamSession(SharedEncoders& encoders, StreamDestination destination, std::string key,
                              int canvasWidth, int canvasHeight, StateHandler onState, Timing timing)
     : encoders_(encoders),
@@ -43,26 +74,8 @@ StreamSession::StreamSession(SharedEncoders& encoders, StreamDestination destina
   connection_.swfUrl.reset();
   connection_.pageUrl.reset();
   connection_.capsEx = 0;
-  const auto [width, height] =
-      encodeSize(destination_.quality.resolution, canvas_ == StreamCanvas::vertical, canvasWidth, canvasHeight);
-  const auto& quality = destination_.quality;
-  videoSettings_.videoSize = {width, height};
-  videoSettings_.bitRate = static_cast<std::int64_t>(quality.videoBitrateKbps) * 1000;
-  videoSettings_.format = VideoCodecSettings::Format::h264;
-  videoSettings_.profile = VideoProfile::high;
-  videoSettings_.level.reset();
-  const bool portraitPlatform =
-      destination_.platform == StreamPlatform::tiktok || destination_.platform == StreamPlatform::instagram;
-  videoSettings_.scalingMode =
-      portraitPlatform ? VideoCodecSettings::ScalingMode::letterbox : VideoCodecSettings::ScalingMode::trim;
-  videoSettings_.bitRateMode = VideoCodecSettings::BitRateMode::average;
-  videoSettings_.maxKeyFrameIntervalDuration = 2;
-  videoSettings_.expectedFrameRate = std::max(quality.fps, 1);
-  audioSettings_.bitRate = static_cast<std::int64_t>(quality.audioBitrateKbps) * 1000;
-  audioSettings_.downmix = true;
-  audioSettings_.channelMap.reset();
-  audioSettings_.sampleRate = 0;
-  audioSettings_.format = AudioCodecSettings::Format::aac;
+  videoSettings_ = videoSettingsFor(destination_, canvasWidth, canvasHeight);
+  audioSettings_ = audioSettingsFor(destination_);
   stream_ = RTMPStream::make(connection_);
 }
 

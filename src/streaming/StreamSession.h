@@ -44,6 +44,10 @@ class StreamSession {
   StreamSession(const StreamSession&) = delete;
   StreamSession& operator=(const StreamSession&) = delete;
 
+  // What a destination asks of the encoders, for a main canvas of this size.
+  static VideoCodecSettings videoSettingsFor(const StreamDestination& destination, int canvasWidth, int canvasHeight);
+  static AudioCodecSettings audioSettingsFor(const StreamDestination& destination);
+
   void start();
   // Cancels the loop at once without waiting for it; no state is reported after it.
   void stop();

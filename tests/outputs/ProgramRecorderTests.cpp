@@ -13,6 +13,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/AudioBlock.h"
 #include "base/HostTime.h"
 #include "support/Ffprobe.h"
 #include "support/TempDir.h"
@@ -27,22 +28,28 @@ using testing::number;
 using testing::probe;
 using testing::streamOf;
 
-// Feeds `seconds` of frames at 30 fps and matching tone blocks in real time.
-void feed(ProgramRecorder& recorder, double seconds) {
-  auto frame = PixelBuffer::make(kWidth, kHeight);
-  frame->fill(40, 120, 200, 255);
-  std::vector<float> tone(1024);
+// Feeds `seconds` of frames at 30 fps and matching tone blocks in real time,
+// as the frame clock and the audio tap feed the shared encoders.
+void feed(SharedEncoders& encoders, double seconds) {
+  AudioBlockPool blocks(2, 1024);
   const double start = hostTimeNow();
   double nextAudio = start;
   long sample = 0;
   for (int i = 0; i < static_cast<int>(seconds * 30); ++i) {
     const double t = start + i / 30.0;
     while (hostTimeNow() < t) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    frame->markRewritten();
-    recorder.appendVideo(frame, t);
+    auto frame = PixelBuffer::make(kWidth, kHeight);
+    frame->fill(40, 120, static_cast<std::uint8_t>(i), 255);
+    frame->setHostTime(t);
+    encoders.feedVideo(ProgramRecorder::kCanvas, frame);
     while (nextAudio <= t) {
-      for (float& s : tone) s = 0.25f * static_cast<float>(std::sin(2 * M_PI * 440 * static_cast<double>(sample++) / 48000));
-      recorder.appendAudio(tone.data(), tone.data(), 1024, nextAudio);
+      auto block = blocks.acquire();
+      for (std::uint32_t s = 0; s < 1024; ++s) {
+        block->plane(0)[s] = block->plane(1)[s] =
+            0.25f * static_cast<float>(std::sin(2 * M_PI * 440 * static_cast<double>(sample++) / 48000));
+      }
+      block->stamp(1024, 48000, nextAudio);
+      encoders.feedAudio(block);
       nextAudio += 1024 / 48000.0;
     }
   }
@@ -56,13 +63,14 @@ std::optional<std::filesystem::path> finished(ProgramRecorder& recorder) {
 
 TEST(ProgramRecorder, RecordsH264AndAACAlignedForTheirDuration) {
   testing::TempDir dir;
-  ProgramRecorder recorder;
+  SharedEncoders encoders;
+  ProgramRecorder recorder(encoders);
   std::string error;
   ASSERT_TRUE(recorder.start(dir / "program.mov", 30, kWidth, kHeight, ProgramRecorder::Quality::hevcHigh, true, &error))
       << error;
   EXPECT_TRUE(recorder.start(dir / "other.mov", 30, kWidth, kHeight, ProgramRecorder::Quality::hevcHigh, true, &error))
       << "a second start while recording changes nothing";
-  feed(recorder, 3.0);
+  feed(encoders, 3.0);
   const auto file = finished(recorder);
   ASSERT_TRUE(file);
   EXPECT_FALSE(std::filesystem::exists(dir / "other.mov"));
@@ -83,13 +91,14 @@ TEST(ProgramRecorder, RecordsH264AndAACAlignedForTheirDuration) {
 
 TEST(ProgramRecorder, PauseIsCutOutOfTheFile) {
   testing::TempDir dir;
-  ProgramRecorder recorder;
+  SharedEncoders encoders;
+  ProgramRecorder recorder(encoders);
   ASSERT_TRUE(recorder.start(dir / "program.mov", 30, kWidth, kHeight, ProgramRecorder::Quality::hevcHigh, true, nullptr));
-  feed(recorder, 1.0);
+  feed(encoders, 1.0);
   recorder.setPaused(true);
-  feed(recorder, 1.0);  // not recorded
+  feed(encoders, 1.0);  // not recorded
   recorder.setPaused(false);
-  feed(recorder, 1.0);
+  feed(encoders, 1.0);
   const auto file = finished(recorder);
   ASSERT_TRUE(file);
   EXPECT_NEAR(number(probe(*file)["format"]["duration"]), 2.0, 0.1);
@@ -97,9 +106,12 @@ TEST(ProgramRecorder, PauseIsCutOutOfTheFile) {
 
 TEST(ProgramRecorder, NothingToRecordOrNowhereToWriteGivesNoFile) {
   testing::TempDir dir;
-  ProgramRecorder recorder;
+  SharedEncoders encoders;
+  ProgramRecorder recorder(encoders);
   ASSERT_TRUE(recorder.start(dir / "program.mov", 30, kWidth, kHeight, ProgramRecorder::Quality::hevcHigh, true, nullptr));
-  recorder.appendAudio(std::vector<float>(1024).data(), nullptr, 1024, hostTimeNow());  // before any frame
+  auto block = std::make_shared<AudioBlock>(2, 1024);
+  block->stamp(1024, 48000, hostTimeNow());
+  encoders.feedAudio(block);  // sound before any frame
   EXPECT_FALSE(finished(recorder)) << "no frame, no recording";
   std::string error;
   EXPECT_FALSE(recorder.start("/proc/no-such-folder/program.mov", 30, kWidth, kHeight,
@@ -110,9 +122,10 @@ TEST(ProgramRecorder, NothingToRecordOrNowhereToWriteGivesNoFile) {
 
 TEST(ProgramRecorder, ProResForEditing) {
   testing::TempDir dir;
-  ProgramRecorder recorder;
+  SharedEncoders encoders;
+  ProgramRecorder recorder(encoders);
   ASSERT_TRUE(recorder.start(dir / "program.mov", 30, kWidth, kHeight, ProgramRecorder::Quality::proRes422, false, nullptr));
-  feed(recorder, 0.5);
+  feed(encoders, 0.5);
   const auto file = finished(recorder);
   ASSERT_TRUE(file);
   const auto info = probe(*file);
@@ -126,9 +139,10 @@ TEST(ProgramRecorder, KilledMidRecordingLeavesAllButTheLastFragment) {
   const pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
-    ProgramRecorder recorder;
+    SharedEncoders encoders;
+    ProgramRecorder recorder(encoders);
     if (!recorder.start(path, 30, kWidth, kHeight, ProgramRecorder::Quality::hevcHigh, true, nullptr)) _exit(1);
-    feed(recorder, 60.0);
+    feed(encoders, 60.0);
     _exit(0);
   }
   std::this_thread::sleep_for(std::chrono::milliseconds(5500));

@@ -21,19 +21,41 @@ std::string run(const std::string& command, bool* succeeded = nullptr) {
 
 }  // namespace
 
-std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream) {
-  std::vector<double> times;
-  const auto text = run(std::string("ffprobe -v error -select_streams ") + stream +
-                        " -show_entries packet=dts_time -of csv=p=0 '" + file.string() + "' 2>/dev/null");
+namespace {
+
+std::vector<std::string> packetLines(const std::filesystem::path& file, const char* stream, const char* entries,
+                                     const char* extra = "") {
+  std::vector<std::string> lines;
+  const auto text = run(std::string("ffprobe -v error ") + extra + " -select_streams " + stream +
+                        " -show_entries packet=" + entries + " -of csv=p=0 '" + file.string() + "' 2>/dev/null");
   std::size_t at = 0;
   while (at < text.size()) {
     const auto end = text.find('\n', at);
-    const auto line = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
-    if (!line.empty() && line != "N/A") times.push_back(std::stod(line));
+    auto line = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
+    if (!line.empty() && line != "N/A") lines.push_back(std::move(line));
     if (end == std::string::npos) break;
     at = end + 1;
   }
+  return lines;
+}
+
+}  // namespace
+
+std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream) {
+  std::vector<double> times;
+  for (const auto& line : packetLines(file, stream, "dts_time")) times.push_back(std::stod(line));
   return times;
+}
+
+std::vector<std::string> packetHashes(const std::filesystem::path& file, const char* stream) {
+  std::vector<std::string> hashes;
+  // Lines read "flags,hash", e.g. "K_,CRC32:1a2b3c4d".
+  for (const auto& line : packetLines(file, stream, "flags,data_hash", "-show_data_hash CRC32")) {
+    const auto comma = line.find(',');
+    if (comma == std::string::npos) continue;
+    hashes.push_back((line[0] == 'K' ? "K" : "") + line.substr(comma + 1));
+  }
+  return hashes;
 }
 
 nlohmann::json probe(const std::string& fileOrURL) {

@@ -19,6 +19,10 @@ const nlohmann::json* streamOf(const nlohmann::json& info, const std::string& ty
 // Decode times in seconds of one stream's packets ("v" or "a"), in file order.
 std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream);
 
+// A hash of each packet's bytes, with "K" before it for a key frame, in file order:
+// two files that carry the same encoded samples have equal runs of these.
+std::vector<std::string> packetHashes(const std::filesystem::path& file, const char* stream);
+
 // ffprobe writes numbers as strings.
 inline double number(const nlohmann::json& value) { return std::stod(value.get<std::string>()); }
 

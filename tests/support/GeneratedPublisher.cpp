@@ -9,6 +9,7 @@
 
 #include "base/HostTime.h"
 #include "base/PixelBuffer.h"
+#include "platform/media/SharedEncoders.h"
 #include "streaming/rtmp/RTMPConnection.h"
 #include "streaming/rtmp/RTMPStream.h"
 
@@ -58,29 +59,31 @@ void drawFrame(PixelBuffer& frame, int index, const std::vector<std::uint8_t>& n
 
 }  // namespace
 
-VideoCodecSettings generatedVideoSettings(const PublishRequest& request) {
-  VideoCodecSettings video;
-  video.videoSize = {request.width, request.height};
+VideoEncoding generatedVideoEncoding(const PublishRequest& request) {
+  VideoEncoding video;
+  video.width = request.width;
+  video.height = request.height;
   video.bitRate = request.videoBitRate;
-  video.profileLevel = "H264_Main_AutoLevel";
-  video.expectedFrameRate = request.frameRate;
+  video.profile = VideoProfile::main;
+  video.frameRate = request.frameRate;
+  video.preferHardware = false;
   // No look-ahead: every frame is out of the encoder before the stream closes.
-  video.isLowLatencyRateControlEnabled = true;
+  video.lowLatency = true;
   return video;
 }
 
-AudioCodecSettings generatedAudioSettings() {
-  AudioCodecSettings audio;
+AudioEncoding generatedAudioEncoding() {
+  AudioEncoding audio;
   audio.bitRate = 128'000;
   return audio;
 }
 
-int feedGenerated(const PublishRequest& request, const std::function<void(PixelBufferRef, double)>& video,
-                  const std::function<void(const float*, int, double)>& audio) {
+int feedGenerated(const PublishRequest& request, const std::function<void(const FrameRef&)>& video,
+                  const std::function<void(const AudioBlockRef&)>& audio) {
   std::vector<PixelBufferRef> frames;
   for (int i = 0; i < 3; ++i) frames.push_back(PixelBuffer::make(request.width, request.height));
-  constexpr int kAudioBlock = 1024;
-  std::vector<float> tone(kAudioBlock);
+  constexpr std::uint32_t kAudioBlock = 1024;
+  AudioBlockPool blocks(2, kAudioBlock);
   // Rows twice the frame's width, so a shifted window is always whole.
   std::vector<std::uint8_t> noise(static_cast<std::size_t>(request.width) * 8 * (request.height - request.height * 3 / 4));
   std::uint32_t seed = 0x2545F491;
@@ -96,17 +99,23 @@ int feedGenerated(const PublishRequest& request, const std::function<void(PixelB
     while (hostTimeNow() < t) std::this_thread::sleep_for(std::chrono::microseconds(500));
     // Audio up to this frame's time, in blocks stamped with their first sample's time.
     while (start + static_cast<double>(sample) / 48000 <= t) {
-      for (int s = 0; s < kAudioBlock; ++s) {
-        tone[s] = 0.25f * static_cast<float>(std::sin(2 * M_PI * 1000 * static_cast<double>(sample + s) / 48000));
+      auto block = blocks.acquire();
+      for (std::uint32_t s = 0; s < kAudioBlock; ++s) {
+        const float value =
+            0.25f * static_cast<float>(std::sin(2 * M_PI * 1000 * static_cast<double>(sample + s) / 48000));
+        block->plane(0)[s] = value;
+        block->plane(1)[s] = value;
       }
-      audio(tone.data(), kAudioBlock, start + static_cast<double>(sample) / 48000);
+      block->stamp(kAudioBlock, 48000, start + static_cast<double>(sample) / 48000);
+      audio(block);
       sample += kAudioBlock;
     }
     auto& frame = frames[i % frames.size()];
-    // A buffer the encoder still holds is never drawn over.
+    // A buffer an encoder still holds is never drawn over.
     if (frame.use_count() > 1) frame = PixelBuffer::make(request.width, request.height);
     drawFrame(*frame, i, noise);
-    video(frame, t);
+    frame->setHostTime(t);
+    video(frame);
   }
   return frameCount;
 }
@@ -116,8 +125,14 @@ PublishReport publishGenerated(const PublishRequest& request) {
   RTMPConnection connection;
   connection.trustedCertificates = request.trustedCertificates;
   auto stream = RTMPStream::make(connection);
-  stream->setVideoSettings(generatedVideoSettings(request));
-  stream->setAudioSettings(generatedAudioSettings());
+  RTMPStreamMetadata metadata;
+  metadata.hasVideo = metadata.hasAudio = true;
+  metadata.width = request.width;
+  metadata.height = request.height;
+  metadata.videoBitRate = request.videoBitRate;
+  metadata.frameRate = request.frameRate;
+  metadata.audioBitRate = generatedAudioEncoding().bitRate;
+  stream->setMetadata(metadata);
 
   auto connected = await<RTMPResult>([&](auto done) { connection.connect(request.serverURL, {}, done); });
   if (!connected || !connected->ok()) {
@@ -132,10 +147,24 @@ PublishReport publishGenerated(const PublishRequest& request) {
   }
 
   const double cpuStart = processCPUSeconds();
-  feedGenerated(
-      request, [&](PixelBufferRef frame, double t) { stream->append(std::move(frame), t); },
-      [&](const float* tone, int frames, double t) { stream->append(tone, tone, frames, t); });
-  // Let the last frames leave the encoder and the socket.
+  {
+    SharedEncoders encoders;
+    EncoderError error = EncoderError::none;
+    auto video = encoders.subscribeVideo(
+        "main", generatedVideoEncoding(request), [&](const EncodedVideoSampleRef& sample) { stream->send(sample); },
+        error);
+    if (!video.active()) {
+      report.error = std::string(describe(error));
+      return report;
+    }
+    auto audio = encoders.subscribeAudio(generatedAudioEncoding(),
+                                         [&](const EncodedAudioSampleRef& sample) { stream->send(sample); });
+    feedGenerated(
+        request, [&](const FrameRef& frame) { encoders.feedVideo("main", frame); },
+        [&](const AudioBlockRef& block) { encoders.feedAudio(block); });
+    // Leaving flushes what the encoders still hold to the stream.
+  }
+  // Let the last samples leave the socket.
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   report.cpuSeconds = processCPUSeconds() - cpuStart;
   // Servers may close without answering closeStream; either way the stream is over.

@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
+#include "base/AudioBlock.h"
 #include "base/PixelBuffer.h"
-#include "streaming/AudioCodecSettings.h"
-#include "streaming/VideoCodecSettings.h"
+#include "platform/media/VideoEncoding.h"
 
 namespace tavorin::testing {
 
@@ -28,17 +28,17 @@ struct PublishReport {
   double cpuSeconds = 0;  // the process's CPU time while publishing
 };
 
-// The encoder settings a generated publish uses.
-VideoCodecSettings generatedVideoSettings(const PublishRequest& request);
-AudioCodecSettings generatedAudioSettings();
+// The encodings a generated publish uses.
+VideoEncoding generatedVideoEncoding(const PublishRequest& request);
+AudioEncoding generatedAudioEncoding();
 
-// Hands `seconds` of the moving picture and the tone to the sinks in real
-// time, both stamped with host time; the frames handed over.
-int feedGenerated(const PublishRequest& request, const std::function<void(PixelBufferRef, double)>& video,
-                  const std::function<void(const float*, int, double)>& audio);
+// Hands `seconds` of the moving picture and the stereo tone to the sinks in
+// real time, both stamped with host time; the frames handed over.
+int feedGenerated(const PublishRequest& request, const std::function<void(const FrameRef&)>& video,
+                  const std::function<void(const AudioBlockRef&)>& audio);
 
 // Publishes `seconds` of a moving test picture and a 1 kHz tone through
-// RTMPConnection and RTMPStream, in real time, then closes.
+// shared encoders, RTMPConnection and RTMPStream, in real time, then closes.
 PublishReport publishGenerated(const PublishRequest& request);
 
 }  // namespace tavorin::testing

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "streaming/StreamFeed.h"
 #include "streaming/StreamState.h"
 
 namespace tavorin {
@@ -29,36 +28,6 @@ TEST(StreamFailure, ErrorTextsAreReadInOrder) {
   const double waits[] = {2, 4, 8, 16, 30, 30, 30, 30};
   for (int attempt = 1; attempt <= 8; ++attempt) EXPECT_EQ(backOff(attempt), waits[attempt - 1]);
   EXPECT_EQ(StreamState::reconnecting(3).label(), "Reconnecting… (try 3)");
-}
-
-TEST(StreamFeed, KeepsTheNewestAndDropsTheOldest) {
-  StreamFeed feed;
-  auto a = PixelBuffer::make(2, 2), b = PixelBuffer::make(2, 2), c = PixelBuffer::make(2, 2);
-  EXPECT_FALSE(feed.putVideo(a, 1));
-  EXPECT_FALSE(feed.putVideo(b, 2));
-  EXPECT_TRUE(feed.putVideo(c, 3)) << "the third frame pushes one out";
-  auto block = PcmBuffer::make(2, 1024);
-  for (int i = 0; i < 40; ++i) {
-    block.planes[0][0] = static_cast<float>(i);
-    feed.putAudio(block, i);
-  }
-  StreamFeed::Batch batch;
-  ASSERT_TRUE(feed.take(batch));
-  ASSERT_EQ(batch.videoCount, 2u);
-  EXPECT_EQ(batch.video[0].frame, b);
-  EXPECT_EQ(batch.video[1].frame, c);
-  ASSERT_EQ(batch.audioCount, StreamFeed::kAudioCapacity);
-  EXPECT_EQ(batch.audio[0].when, 8);
-  EXPECT_EQ(batch.audio[0].buffer.planes[0][0], 8.0f);
-  EXPECT_EQ(batch.audio[31].when, 39);
-  EXPECT_EQ(batch.audio[31].buffer.frameLength, 1024u);
-
-  // A pump waiting on an empty feed wakes when it finishes.
-  std::thread pump([&] { EXPECT_FALSE(feed.take(batch)); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  feed.finish();
-  pump.join();
-  EXPECT_FALSE(feed.putVideo(a, 4));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <mutex>
 #include <thread>
 
@@ -16,6 +17,9 @@
 #include "support/GeneratedPublisher.h"
 #include "support/LoopbackPorts.h"
 #include "support/ManualMainQueue.h"
+#include "outputs/ProgramRecorder.h"
+#include "platform/media/SharedEncoders.h"
+#include "support/TempDir.h"
 
 namespace tavorin {
 namespace {
@@ -34,10 +38,13 @@ struct Seen {
 struct EngineRig {
   testing::ManualMainQueue queue;
   std::map<Uuid, std::string> keys;
-  StreamingEngine engine{queue, [this](const Uuid& id) -> std::optional<std::string> {
+  SharedEncoders encoders;
+  StreamingEngine engine{queue,
+                         [this](const Uuid& id) -> std::optional<std::string> {
                            const auto found = keys.find(id);
                            return found == keys.end() ? std::nullopt : std::optional(found->second);
-                         }};
+                         },
+                         encoders};
   std::map<Uuid, std::vector<Seen>> history;
   Subscription watch;
 
@@ -87,22 +94,28 @@ StreamDestination destination(const std::string& serverURL, int fps = 30) {
 
 bool isLive(const StreamState& state) { return state.kind == StreamState::Kind::live; }
 
-// Feeds the generated picture at `frameRate` and the tone to the engine's
-// main canvas, as the frame clock and the audio tap would, on a thread of its own.
-std::thread feedEngine(StreamingEngine& engine, double seconds, int frameRate) {
-  return std::thread([&engine, seconds, frameRate] {
+// Feeds the generated picture at `frameRate` and the tone to the main
+// canvas's encoders, as the frame clock and the audio tap would, on a thread of its own.
+std::thread feedEncoders(SharedEncoders& encoders, double seconds, int frameRate) {
+  return std::thread([&encoders, seconds, frameRate] {
     testing::PublishRequest request;
     request.seconds = seconds;
     request.frameRate = frameRate;
     testing::feedGenerated(
-        request, [&](PixelBufferRef frame, double t) { engine.feedVideo(frame, t); },
-        [&](const float* tone, int frames, double t) {
-          auto buffer = PcmBuffer::make(2, static_cast<std::uint32_t>(frames));
-          std::copy(tone, tone + frames, buffer.planes[0].begin());
-          std::copy(tone, tone + frames, buffer.planes[1].begin());
-          engine.feedAudio(buffer, t);
-        });
+        request, [&](const FrameRef& frame) { encoders.feedVideo("main", frame); },
+        [&](const AudioBlockRef& block) { encoders.feedAudio(block); });
   });
+}
+
+// True when `later` carries the same samples as `earlier` from its own first
+// packet on, for at least `overlap` packets.
+bool sameSamplesFromJoin(const std::vector<std::string>& earlier, const std::vector<std::string>& later,
+                         std::size_t overlap) {
+  if (later.empty()) return false;
+  const auto join = std::find(earlier.begin(), earlier.end(), later.front());
+  if (join == earlier.end()) return false;
+  const auto common = std::min<std::size_t>(static_cast<std::size_t>(earlier.end() - join), later.size());
+  return common >= overlap && std::equal(later.begin(), later.begin() + static_cast<long>(common), join);
 }
 
 // The widest gap between packets of one stream in a recording, in seconds.
@@ -155,7 +168,7 @@ TEST(StreamingEngine, ThreeDestinationsAndOneServerDrops) {
 
   // The program runs at 60 frames a second; every destination wants 30.
   const double feedSeconds = 10;
-  auto feeder = feedEngine(rig.engine, feedSeconds, 60);
+  auto feeder = feedEncoders(rig.encoders, feedSeconds, 60);
   rig.pumpFor(2.2);
   rig.queue.advance(StreamingEngine::kHealthPeriod);
   rig.pumpFor(2.0);
@@ -166,6 +179,7 @@ TEST(StreamingEngine, ThreeDestinationsAndOneServerDrops) {
     EXPECT_GT(figures.kbps, 100) << "bytes flow while live";
     EXPECT_NEAR(figures.encoderFPS, 30, 4);
   }
+  EXPECT_EQ(rig.encoders.videoEncoderCount(), 1) << "three destinations at one setting share one encoder";
 
   drop = true;
   ASSERT_TRUE(rig.pumpUntil([&] { return rig.state(destinations[1].id).kind == StreamState::Kind::reconnecting; }, 5));
@@ -200,7 +214,99 @@ TEST(StreamingEngine, ThreeDestinationsAndOneServerDrops) {
   };
   EXPECT_EQ(opening(RTMPMessageType::video), (std::vector<std::uint8_t>{0x17, 0x00}));
   EXPECT_EQ(opening(RTMPMessageType::audio), (std::vector<std::uint8_t>{0xAF, 0x00}));
+  // It rejoins the running encoder at a key frame forced for it.
+  const auto firstFrame = std::find_if(received[1].begin(), received[1].end(), [](const RTMPMessage& m) {
+    return m.type == RTMPMessageType::video && m.payload.size() > 1 && m.payload[1] == 0x01;
+  });
+  ASSERT_NE(firstFrame, received[1].end());
+  EXPECT_EQ(firstFrame->payload[0], 0x17) << "the first frame after the retry is a key frame";
   EXPECT_GT(received[1].size(), 60u) << "media flows after the retry";
+}
+
+// Four destinations at one setting take one encoder, and every recording
+// carries the very same samples from its join on; a fifth at another bit
+// rate gets an encoder of its own.
+TEST(StreamingEngine, IdenticalDestinationsShareOneEncoder) {
+  testing::NginxRtmp nginx;
+  EngineRig rig(0.25);
+  std::vector<StreamDestination> same;
+  for (int i = 0; i < 4; ++i) {
+    same.push_back(destination(nginx.url("live")));
+    rig.keys[same.back().id] = "same" + std::to_string(i);
+  }
+  auto other = destination(nginx.url("live"));
+  other.quality.videoBitrateKbps = 1500;
+  rig.keys[other.id] = "other";
+  auto live = [&](const std::vector<StreamDestination>& list) {
+    return std::all_of(list.begin(), list.end(), [&](const auto& d) { return isLive(rig.state(d.id)); });
+  };
+  auto feeder = feedEncoders(rig.encoders, 8, 30);
+  rig.engine.start(same[0]);
+  rig.engine.start(same[1]);
+  ASSERT_TRUE(rig.pumpUntil([&] { return live({same[0], same[1]}); }, 15));
+  // The later two join a running encoder.
+  rig.pumpFor(1.0);
+  rig.engine.start(same[2]);
+  rig.engine.start(same[3]);
+  ASSERT_TRUE(rig.pumpUntil([&] { return live(same); }, 15));
+  EXPECT_EQ(rig.encoders.videoEncoderCount(), 1);
+  EXPECT_EQ(rig.encoders.audioEncoderCount(), 1);
+  rig.engine.start(other);
+  ASSERT_TRUE(rig.pumpUntil([&] { return live({other}); }, 15));
+  EXPECT_EQ(rig.encoders.videoEncoderCount(), 2);
+  rig.pumpFor(2.0);
+  feeder.join();
+  rig.engine.stopAll();
+  rig.pumpFor(0.5);
+  EXPECT_EQ(rig.encoders.videoEncoderCount(), 0) << "the last receiver closes its encoder";
+
+  const auto first = testing::packetHashes(nginx.recording("live", "same0"), "v");
+  ASSERT_FALSE(first.empty());
+  for (int i = 1; i < 4; ++i) {
+    const auto hashes = testing::packetHashes(nginx.recording("live", "same" + std::to_string(i)), "v");
+    ASSERT_FALSE(hashes.empty());
+    EXPECT_EQ(hashes.front().front(), 'K') << "destination " << i << " starts at a key frame";
+    EXPECT_TRUE(sameSamplesFromJoin(first, hashes, 60)) << "destination " << i;
+  }
+  const auto own = testing::packetHashes(nginx.recording("live", "other"), "v");
+  ASSERT_FALSE(own.empty());
+  EXPECT_EQ(std::find(first.begin(), first.end(), own.front()), first.end()) << "another bit rate, other samples";
+}
+
+// A recording at the stream's own settings takes the stream's encoder: both
+// files play and carry the same samples.
+TEST(StreamingEngine, RecorderAtAStreamsSettingsSharesItsEncoder) {
+  testing::NginxRtmp nginx;
+  testing::TempDir dir;
+  EngineRig rig(0.25);
+  const auto stream = destination(nginx.url("live"));
+  rig.keys[stream.id] = "recorded";
+  rig.engine.start(stream);
+  ASSERT_TRUE(rig.pumpUntil([&] { return isLive(rig.state(stream.id)); }, 15));
+  auto feeder = feedEncoders(rig.encoders, 5, 30);
+  ProgramRecorder recorder(rig.encoders);
+  std::string error;
+  const auto encoding = StreamSession::videoSettingsFor(stream, 640, 360).encoding();
+  ASSERT_TRUE(recorder.start(dir / "program.mov", encoding, true, &error)) << error;
+  rig.pumpFor(1.0);
+  EXPECT_EQ(rig.encoders.videoEncoderCount(), 1);
+  feeder.join();
+  std::promise<std::optional<std::filesystem::path>> done;
+  recorder.finish([&](std::optional<std::filesystem::path> file) { done.set_value(file); });
+  const auto file = done.get_future().get();
+  rig.engine.stopAll();
+  rig.pumpFor(0.5);
+  ASSERT_TRUE(file);
+  const auto recorded = testing::probe(*file);
+  const auto streamed = testing::probe(nginx.recording("live", "recorded"));
+  for (const auto* info : {&recorded, &streamed}) {
+    ASSERT_FALSE(info->is_null());
+    ASSERT_TRUE(testing::streamOf(*info, "video") && testing::streamOf(*info, "audio")) << info->dump();
+    EXPECT_EQ((*testing::streamOf(*info, "video"))["codec_name"], "h264");
+  }
+  const auto fromStream = testing::packetHashes(nginx.recording("live", "recorded"), "v");
+  const auto fromFile = testing::packetHashes(*file, "v");
+  EXPECT_TRUE(sameSamplesFromJoin(fromStream, fromFile, 60));
 }
 
 TEST(StreamingEngine, RejectedKeyEndsAtOnceAndNoKeyNeverStarts) {

@@ -116,7 +116,7 @@ TEST(RTMPStreamMessages, TimestampsCarryTheFractionAndRefuseRepeats) {
 
 TEST(RTMPStreamMessages, VideoAndAudioBodies) {
   auto format = std::make_shared<VideoFormatDescription>();
-  format->avcC = {1, 0x64, 0, 0x1f};
+  format->configurationRecord = {1, 0x64, 0, 0x1f};
   const auto header = *videoSequenceHeader(*format);
   EXPECT_EQ(header, (std::vector<std::uint8_t>{0x17, 0, 0, 0, 0, 1, 0x64, 0, 0x1f}));
   EXPECT_FALSE(videoSequenceHeader(VideoFormatDescription{}));
@@ -124,7 +124,7 @@ TEST(RTMPStreamMessages, VideoAndAudioBodies) {
   EncodedVideoSample sample{{0, 0, 0, 1, 0x65}, 2.0, 2.0, true, format};
   EXPECT_EQ(videoMessageBody(sample), (std::vector<std::uint8_t>{0x17, 1, 0, 0, 66, 0, 0, 0, 1, 0x65}));
   sample.isKeyFrame = false;
-  sample.dts.reset();
+  sample.dts = 2.1;  // decoded after it shows: never a negative composition time
   EXPECT_EQ(videoMessageBody(sample), (std::vector<std::uint8_t>{0x27, 1, 0, 0, 0, 0, 0, 0, 1, 0x65}));
 
   EXPECT_EQ(*audioSequenceHeader(AudioFormatDescription{}), (std::vector<std::uint8_t>{0xAF, 0, 0x11, 0x90}));
