@@ -16,8 +16,10 @@
 
 #include "ProcessCPU.h"
 #include "base/HostTime.h"
-#include "outputs/MovieEncoder.h"
 #include "outputs/ProgramRecorder.h"
+#include "platform/media/MovieMuxer.h"
+#include "platform/media/SharedEncoders.h"
+#include "platform/media/VideoEncoder.h"
 
 using namespace tavorin;
 
@@ -69,22 +71,35 @@ int main(int argc, char** argv) {
 
   for (auto [quality, name] : {std::pair{ProgramRecorder::Quality::hevcHigh, "hevcHigh"},
                                std::pair{ProgramRecorder::Quality::proRes422, "proRes422"}}) {
-    // The bare encoder on the same frames, as fast as it goes.
-    MovieEncoder bare;
+    // The bare encoder and muxer on the same frames, as fast as they go.
+    const auto encoding = ProgramRecorder::encodingFor(quality, kWidth, kHeight, kRate);
+    EncoderError opened = EncoderError::none;
+    auto bare = VideoEncoder::open(encoding, HardwareEncoders{}, opened);
     std::string error;
-    const auto codec = quality == ProgramRecorder::Quality::proRes422 ? MovieEncoder::VideoCodec::proRes422
-                                                                      : MovieEncoder::VideoCodec::hevcHigh;
-    if (!bare.open(folder / "bare.mov", kWidth, kHeight, kRate, codec, false, &error)) {
-      std::printf("%s: %s\n", name, error.c_str());
+    MovieMuxer muxer;
+    if (!bare || !muxer.open(folder / "bare.mov", *bare->format(), std::nullopt, &error)) {
+      std::printf("%s: %s %s\n", name, std::string(describe(opened)).c_str(), error.c_str());
       continue;
     }
     double cpu0 = processCPUSeconds();
-    for (int i = 0; i < total; ++i) bare.writeVideo(*pictures[static_cast<std::size_t>(i % kRate)], i * 20);
-    bare.close();
+    EncodedVideoSample sample;
+    auto drain = [&] {
+      while (bare->receive(sample, opened)) muxer.writeVideo(sample, sample.pts, sample.dts);
+    };
+    for (int i = 0; i < total; ++i) {
+      auto& picture = pictures[static_cast<std::size_t>(i % kRate)];
+      picture->setHostTime(static_cast<double>(i) / kRate);
+      bare->send(*picture);
+      drain();
+    }
+    bare->flush();
+    drain();
+    muxer.close();
     const double bareCPUPerFrame = (processCPUSeconds() - cpu0) / total;
 
     // The recorder, fed in real time.
-    ProgramRecorder recorder;
+    SharedEncoders encoders;
+    ProgramRecorder recorder(encoders);
     const auto file = folder / "program.mov";
     if (!recorder.start(file, kRate, kWidth, kHeight, quality, false, &error)) {
       std::printf("%s: %s\n", name, error.c_str());
@@ -95,7 +110,9 @@ int main(int argc, char** argv) {
     for (int i = 0; i < total; ++i) {
       const double t = start + static_cast<double>(i) / kRate;
       while (hostTimeNow() < t) std::this_thread::sleep_for(std::chrono::microseconds(500));
-      recorder.appendVideo(pictures[static_cast<std::size_t>(i % kRate)], t);
+      auto& picture = pictures[static_cast<std::size_t>(i % kRate)];
+      picture->setHostTime(t);
+      encoders.feedVideo(ProgramRecorder::kCanvas, picture);
     }
     std::promise<void> done;
     recorder.finish([&done](std::optional<std::filesystem::path>) { done.set_value(); });

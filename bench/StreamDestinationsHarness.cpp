@@ -1,13 +1,16 @@
-// CPU per destination when Program goes live to 1, 2 and 4 destinations at
-// once, 1280x720 at 30 fps each, through the streaming engine to the tests'
-// own nginx. The picture generator's cost is measured alone in the same run
+// CPU per second when Program goes live to 1, 2, 4 and 8 destinations with
+// identical settings (1280x720 at 30 fps, 4500 kbit/s) through the streaming
+// engine to the tests' own nginx, and the frames lost on the way. Then the
+// Program recorder alone against the recorder with one stream at its
+// settings. The picture generator's cost is measured alone in the same run
 // and taken out; the cases alternate over rounds so noise hits all alike.
 //
 //   StreamDestinationsHarness [SECONDS] [ROUNDS]
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
+#include <filesystem>
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -17,50 +20,60 @@ extern "C" {
 
 #include "HarnessFigures.h"
 #include "base/HostTime.h"
+#include "outputs/ProgramRecorder.h"
+#include "peers/NginxRtmp.h"
 #include "streaming/StreamingEngine.h"
 #include "support/GeneratedPublisher.h"
 #include "support/ManualMainQueue.h"
-#include "peers/NginxRtmp.h"
 
 using namespace tavorin;
 using bench::median;
 
 namespace {
 
-testing::PublishRequest pictureOf(double seconds) {
+constexpr int kWidth = 1280;
+constexpr int kHeight = 720;
+
+void feed(SharedEncoders* encoders, double seconds) {
   testing::PublishRequest request;
   request.seconds = seconds;
-  request.width = 1280;
-  request.height = 720;
-  return request;
-}
-
-void feed(StreamingEngine* engine, double seconds) {
+  request.width = kWidth;
+  request.height = kHeight;
   testing::feedGenerated(
-      pictureOf(seconds),
-      [&](PixelBufferRef frame, double t) {
-        if (engine) engine->feedVideo(frame, t);
+      request,
+      [&](const FrameRef& frame) {
+        if (encoders) encoders->feedVideo("main", frame);
       },
-      [&](const float* tone, int frames, double t) {
-        auto buffer = PcmBuffer::make(2, static_cast<std::uint32_t>(frames));
-        std::copy(tone, tone + frames, buffer.planes[0].begin());
-        std::copy(tone, tone + frames, buffer.planes[1].begin());
-        if (engine) engine->feedAudio(buffer, t);
+      [&](const AudioBlockRef& block) {
+        if (encoders) encoders->feedAudio(block);
       });
 }
 
-// CPU-seconds per second of the whole process while `count` destinations are live; negative on failure.
-double liveCost(testing::NginxRtmp& nginx, int count, double seconds, int round) {
+StreamDestination benchDestination(const std::string& url) {
+  StreamDestination destination;
+  destination.name = "bench";
+  destination.serverURL = url;
+  destination.quality = {StreamResolution::p720, 30, 4500, 160};
+  return destination;
+}
+
+struct Run {
+  double cpu = -1;  // CPU-seconds per second of the whole process; negative on failure
+  int dropped = 0;  // frames lost at encoders and streams, summed over destinations
+};
+
+// `count` destinations live and, when asked, the recorder at the streams' settings.
+Run liveCost(testing::NginxRtmp& nginx, int count, bool withRecorder, double seconds, const std::string& tag) {
   testing::ManualMainQueue queue;
-  StreamingEngine engine(queue, [](const Uuid&) { return std::optional<std::string>("unused"); });
-  engine.canvasSizeProvider = [] { return std::pair{1280, 720}; };
+  SharedEncoders encoders;
+  StreamingEngine engine(queue, [](const Uuid&) { return std::optional<std::string>("unused"); }, encoders);
+  engine.canvasSizeProvider = [] { return std::pair{kWidth, kHeight}; };
+  // Sessions check their connection, and count their drops, every 0.3 s.
+  engine.timing.unit = 0.1;
   std::vector<Uuid> ids;
   for (int i = 0; i < count; ++i) {
-    StreamDestination destination;
-    destination.name = "bench";
-    destination.serverURL = nginx.url("live");
-    destination.quality = {StreamResolution::p720, 30, 4500, 160};
-    engine.start(destination, "r" + std::to_string(round) + "-" + std::to_string(count) + "-" + std::to_string(i));
+    const auto destination = benchDestination(nginx.url("live"));
+    engine.start(destination, tag + "-" + std::to_string(i));
     ids.push_back(destination.id);
   }
   auto allLive = [&] {
@@ -74,13 +87,49 @@ double liveCost(testing::NginxRtmp& nginx, int count, double seconds, int round)
     queue.runUntilIdle();
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
-  if (!allLive()) return -1;
+  if (!allLive()) return {};
+  ProgramRecorder recorder(encoders);
+  const auto file = std::filesystem::temp_directory_path() / ("tavorin-bench-" + tag + ".mov");
+  if (withRecorder) {
+    const auto encoding = StreamSession::videoSettingsFor(benchDestination(""), kWidth, kHeight).encoding();
+    if (!recorder.start(file, encoding, true, nullptr)) return {};
+  }
   const double start = processCPUSeconds();
-  std::thread feeder([&] { feed(&engine, seconds); });
-  feeder.join();
+  feed(&encoders, seconds);
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   const double used = processCPUSeconds() - start;
+  queue.advance(StreamingEngine::kHealthPeriod);
+  queue.runUntilIdle();
+  Run run;
+  for (const auto& [id, figures] : engine.health.health.get()) run.dropped += figures.droppedFrames;
+  run.cpu = used / seconds;
+  if (withRecorder) {
+    std::promise<void> done;
+    recorder.finish([&done](std::optional<std::filesystem::path>) { done.set_value(); });
+    done.get_future().wait();
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+  }
   engine.stopAll();
+  return run;
+}
+
+// The recorder alone at the same settings, fed the same way.
+double recorderCost(double seconds, const std::string& tag) {
+  SharedEncoders encoders;
+  ProgramRecorder recorder(encoders);
+  const auto file = std::filesystem::temp_directory_path() / ("tavorin-bench-" + tag + ".mov");
+  const auto encoding = StreamSession::videoSettingsFor(benchDestination(""), kWidth, kHeight).encoding();
+  if (!recorder.start(file, encoding, true, nullptr)) return -1;
+  const double start = processCPUSeconds();
+  feed(&encoders, seconds);
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  const double used = processCPUSeconds() - start;
+  std::promise<void> done;
+  recorder.finish([&done](std::optional<std::filesystem::path>) { done.set_value(); });
+  done.get_future().wait();
+  std::error_code ignored;
+  std::filesystem::remove(file, ignored);
   return used / seconds;
 }
 
@@ -91,32 +140,48 @@ int main(int argc, char** argv) {
   const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 3;
   av_log_set_level(AV_LOG_QUIET);
   testing::NginxRtmp nginx;
-  const int counts[] = {1, 2, 4};
-  std::vector<double> generator;
-  std::vector<std::vector<double>> perDestination(3);
+  const int counts[] = {1, 2, 4, 8};
+  constexpr int kCases = 4;
+  std::vector<double> generator, recorderAlone, recorderAndStream;
+  std::vector<std::vector<double>> cost(kCases);
+  std::vector<int> drops(kCases, 0);
   for (int round = 0; round < rounds; ++round) {
-    double start = processCPUSeconds();
+    const double start = processCPUSeconds();
     feed(nullptr, seconds);
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     const double picture = (processCPUSeconds() - start) / seconds;
     generator.push_back(picture);
-    for (int c = 0; c < 3; ++c) {
-      const double cost = liveCost(nginx, counts[c], seconds, round);
-      if (cost < 0) {
+    for (int c = 0; c < kCases; ++c) {
+      const auto tag = "r" + std::to_string(round) + "-" + std::to_string(counts[c]);
+      const Run run = liveCost(nginx, counts[c], false, seconds, tag);
+      if (run.cpu < 0) {
         std::fprintf(stderr, "destinations did not go live\n");
         return 1;
       }
-      perDestination[c].push_back((cost - picture) / counts[c]);
+      cost[c].push_back(run.cpu - picture);
+      drops[c] += run.dropped;
     }
+    const double alone = recorderCost(seconds, "r" + std::to_string(round) + "-rec");
+    const Run pair = liveCost(nginx, 1, true, seconds, "r" + std::to_string(round) + "-pair");
+    if (alone < 0 || pair.cpu < 0) {
+      std::fprintf(stderr, "the recorder did not start\n");
+      return 1;
+    }
+    recorderAlone.push_back(alone - picture);
+    recorderAndStream.push_back(pair.cpu - picture);
   }
-  std::printf("1280x720 at 30 fps, 4500 kbit/s each; CPU-seconds per second, median of %d rounds of %.0f s\n",
-              rounds, seconds);
+  std::printf("%dx%d at 30 fps, 4500 kbit/s, identical settings; CPU-seconds per second, median of %d rounds of %.0f s\n",
+              kWidth, kHeight, rounds, seconds);
   std::printf("generator alone: %.3f (removed below)\n", median(generator));
-  std::printf("%-13s %16s %18s\n", "destinations", "per destination", "against one");
-  const double one = median(perDestination[0]);
-  for (int c = 0; c < 3; ++c) {
-    const double each = median(perDestination[c]);
-    std::printf("%-13d %16.3f %18.3f\n", counts[c], each, each / one);
+  std::printf("%-13s %10s %12s %16s\n", "destinations", "CPU", "against one", "frames dropped");
+  const double one = median(cost[0]);
+  for (int c = 0; c < kCases; ++c) {
+    const double all = median(cost[c]);
+    std::printf("%-13d %10.3f %12.3f %16d\n", counts[c], all, all / one, drops[c]);
   }
+  const double alone = median(recorderAlone);
+  const double pair = median(recorderAndStream);
+  std::printf("recorder alone %.3f, recorder + stream at its settings %.3f: %.3f against the recorder alone\n", alone,
+              pair, pair / alone);
   return 0;
 }

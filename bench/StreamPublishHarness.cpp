@@ -16,8 +16,7 @@ extern "C" {
 }
 
 #include "HarnessFigures.h"
-#include "streaming/codec/AudioCodec.h"
-#include "streaming/codec/VideoCodec.h"
+#include "platform/media/SharedEncoders.h"
 #include "support/GeneratedPublisher.h"
 #include "peers/NginxRtmp.h"
 
@@ -29,30 +28,28 @@ namespace {
 // The picture and tone alone, handed to nobody.
 double feedOnly(const testing::PublishRequest& request) {
   const double start = processCPUSeconds();
-  testing::feedGenerated(request, [](PixelBufferRef, double) {}, [](const float*, int, double) {});
+  testing::feedGenerated(request, [](const FrameRef&) {}, [](const AudioBlockRef&) {});
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   return processCPUSeconds() - start;
 }
 
 // The encoders alone, fed and timed as the publisher feeds and times them.
 double encodeOnly(const testing::PublishRequest& request, std::size_t& bytes) {
-  VideoCodec video;
-  AudioCodec audio;
-  video.setSettings(testing::generatedVideoSettings(request));
-  audio.setSettings(testing::generatedAudioSettings());
-  video.setOutputHandler([&bytes](const EncodedVideoSample& sample) { bytes += sample.data.size(); });
-  audio.setOutputHandler([&bytes](const EncodedAudioSample& sample) { bytes += sample.data.size(); });
-  video.startRunning();
-  audio.startRunning();
+  SharedEncoders encoders;
+  EncoderError error = EncoderError::none;
   const double start = processCPUSeconds();
-  testing::feedGenerated(
-      request, [&](PixelBufferRef frame, double t) { video.append(std::move(frame), t); },
-      [&](const float* tone, int frames, double t) { audio.append(tone, tone, frames, t); });
+  {
+    auto video = encoders.subscribeVideo(
+        "main", testing::generatedVideoEncoding(request),
+        [&bytes](const EncodedVideoSampleRef& sample) { bytes += sample->data.size(); }, error);
+    auto audio = encoders.subscribeAudio(testing::generatedAudioEncoding(),
+                                         [&bytes](const EncodedAudioSampleRef& sample) { bytes += sample->data.size(); });
+    testing::feedGenerated(
+        request, [&](const FrameRef& frame) { encoders.feedVideo("main", frame); },
+        [&](const AudioBlockRef& block) { encoders.feedAudio(block); });
+  }
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  const double used = processCPUSeconds() - start;
-  video.stopRunning();
-  audio.stopRunning();
-  return used;
+  return processCPUSeconds() - start;
 }
 
 }  // namespace
