@@ -95,7 +95,9 @@ int main(int argc, char** argv) {
     for (int i = 0; i < total; ++i) {
       const double t = start + static_cast<double>(i) / kRate;
       while (hostTimeNow() < t) std::this_thread::sleep_for(std::chrono::microseconds(500));
-      recorder.appendVideo(pictures[static_cast<std::size_t>(i % kRate)], t);
+      const PixelBufferRef& picture = pictures[static_cast<std::size_t>(i % kRate)];
+      picture->setHostTime(t);
+      recorder.appendVideo(picture);
     }
     std::promise<void> done;
     recorder.finish([&done](std::optional<std::filesystem::path>) { done.set_value(); });

@@ -39,13 +39,11 @@ void feed(StreamingEngine* engine, double seconds) {
   testing::feedGenerated(
       pictureOf(seconds),
       [&](PixelBufferRef frame, double t) {
-        if (engine) engine->feedVideo(frame, t);
+        frame->setHostTime(t);
+        if (engine) engine->feedVideo(frame);
       },
       [&](const float* tone, int frames, double t) {
-        auto buffer = PcmBuffer::make(2, static_cast<std::uint32_t>(frames));
-        std::copy(tone, tone + frames, buffer.planes[0].begin());
-        std::copy(tone, tone + frames, buffer.planes[1].begin());
-        if (engine) engine->feedAudio(buffer, t);
+        if (engine) engine->feedAudio(testing::toneBlock(tone, frames, t));
       });
 }
 

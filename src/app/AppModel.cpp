@@ -122,8 +122,8 @@ void AppModel::bindSwitcherClosures() {
   verticalSwitcher.canvasPixelSize = []() -> std::optional<Size> { return kVerticalCanvasPixels; };
   auto sourcePixelSize = [this](const std::string& sourceID) -> std::optional<Size> {
     const auto frame = frameSlots.latestFrame(sourceID);
-    if (!frame || !frame->pixelBuffer) return std::nullopt;
-    return Size{static_cast<double>(frame->pixelBuffer->width()), static_cast<double>(frame->pixelBuffer->height())};
+    if (!frame) return std::nullopt;
+    return Size{static_cast<double>(frame->width()), static_cast<double>(frame->height())};
   };
   for (SwitcherEngine* engine : {&switcher, &verticalSwitcher, &studioSwitcher}) {
     engine->sourcePixelSize = sourcePixelSize;
@@ -225,12 +225,11 @@ void AppModel::bindEngine() {
   applyCanvas(canvasSize.get());
   subscriptions_.push_back(canvasSize.subscribe(applyCanvas));
   // The Program fan-out: the recorder first, then the streams of the main canvas.
-  engine->setFrameSink(Canvas::program, [this](const PixelBufferRef& frame, double now) {
-    recorder.appendVideo(frame, now);
-    streaming.feedVideo(frame, now);
+  engine->setFrameSink(Canvas::program, [this](const FrameRef& frame) {
+    recorder.appendVideo(frame);
+    streaming.feedVideo(frame);
   });
-  engine->setFrameSink(Canvas::vertical,
-                       [this](const PixelBufferRef& frame, double now) { streaming.feedVerticalVideo(frame, now); });
+  engine->setFrameSink(Canvas::vertical, [this](const FrameRef& frame) { streaming.feedVerticalVideo(frame); });
   engine->start();
   auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
     auto [horizontal, vertical] = thumbnailScenes(layouts);

@@ -63,9 +63,7 @@ void RecordingController::start() {
   isRecording_ = true;
   isRecordingPaused_ = false;
   if (withAudio) {
-    mixer_.setProgramAudioSink([&recorder = recorder_](const PcmBuffer& block, double time) {
-      recorder.appendAudio(block.planes[0].data(), block.planes[1].data(), block.frameLength, time);
-    });
+    mixer_.setProgramAudioSink([&recorder = recorder_](const AudioBlockRef& block) { recorder.appendAudio(block); });
   }
   if (quality == ProgramRecorder::Quality::hevcHigh && recorder_.videoEncoderName() == "libx264") {
     wiring_.log("No hardware HEVC encoder works here: recording H.264 (libx264) at the same bit rate");

@@ -66,9 +66,10 @@ bool ProgramRecorder::start(const std::filesystem::path& file, int frameRate, in
   return true;
 }
 
-void ProgramRecorder::appendVideo(const PixelBufferRef& frame, double time) {
+void ProgramRecorder::appendVideo(const FrameRef& frame) {
   std::lock_guard guard(lock_);
   if (!isRecording_ || isPaused_ || !frame) return;
+  const double time = frame->hostTime();
   // A clock a little early passes; one at twice the rate gives every second frame.
   if (lastVideoTime_ >= 0 && time - lastVideoTime_ < frameInterval_ * 0.95) return;
   const double at = time - pausedTotal_;
@@ -89,7 +90,12 @@ void ProgramRecorder::appendVideo(const PixelBufferRef& frame, double time) {
   wake_.notify_one();
 }
 
-void ProgramRecorder::appendAudio(const float* left, const float* right, std::uint32_t frames, double time) {
+void ProgramRecorder::appendAudio(const AudioBlockRef& block) {
+  if (!block) return;
+  const float* left = block->plane(0);
+  const float* right = block->channelCount() > 1 ? block->plane(1) : nullptr;
+  const std::uint32_t frames = block->frameCount();
+  const double time = block->hostTime();
   std::lock_guard guard(lock_);
   if (!isRecording_ || isPaused_ || !sessionStarted_ || !withAudio_ || frames == 0) return;
   const double at = time - pausedTotal_;

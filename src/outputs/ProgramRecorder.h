@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/AudioBlock.h"
 #include "base/EnumNames.h"
 #include "base/PixelBuffer.h"
 
@@ -41,9 +42,9 @@ class ProgramRecorder {
   bool start(const std::filesystem::path& file, int frameRate, int width, int height, Quality quality,
              bool withAudio, std::string* error);
   // Frame clock thread: BGRA frames of the size given to start.
-  void appendVideo(const PixelBufferRef& frame, double time);
-  // Tap thread: stereo float planes, copied.
-  void appendAudio(const float* left, const float* right, std::uint32_t frames, double time);
+  void appendVideo(const FrameRef& frame);
+  // Tap thread: a stereo block (a mono one plays on both sides), copied.
+  void appendAudio(const AudioBlockRef& block);
   void setPaused(bool on);
   // Ends the movie; `completion` gets the file, or nothing on failure or when
   // nothing was recording. Runs on the recording's thread once the file is closed.
@@ -54,7 +55,7 @@ class ProgramRecorder {
 
  private:
   struct Item {
-    PixelBufferRef frame;               // video, or null for audio
+    FrameRef frame;                     // video, or null for audio
     std::vector<float> left, right;     // audio
     std::int64_t pts = 0;               // 1/600 s for video, 1/48000 s for audio
   };

@@ -133,20 +133,34 @@ void StreamingEngine::publishFeedList() {
   feeds_->sessions = std::move(list);
 }
 
-void StreamingEngine::feedCanvas(StreamCanvas canvas, const PixelBufferRef& frame, double time) {
+void StreamingEngine::feedCanvas(StreamCanvas canvas, const FrameRef& frame) {
+  if (!frame) return;
   const auto sessions = feeds_->snapshot();
+  // The sessions still take a writable reference; they only ever read the frame.
+  const PixelBufferRef buffer = std::const_pointer_cast<PixelBuffer>(frame);
   for (const auto& session : *sessions) {
-    if (session->canvas() == canvas) session->feed(frame, time);
+    if (session->canvas() == canvas) session->feed(buffer, frame->hostTime());
   }
 }
 
-void StreamingEngine::feedAudioTo(FeedList& feeds, const PcmBuffer& buffer, double when) {
+void StreamingEngine::feedAudioTo(FeedList& feeds, const AudioBlockRef& block) {
+  if (!block) return;
   const auto sessions = feeds.snapshot();
-  for (const auto& session : *sessions) session->feedAudio(buffer, when);
+  if (sessions->empty()) return;
+  // The sessions still take PcmBuffer: one per feeding thread is refilled, so
+  // the steady state allocates nothing.
+  thread_local PcmBuffer buffer;
+  buffer.sampleRate = block->sampleRate();
+  buffer.frameLength = block->frameCount();
+  buffer.planes.resize(static_cast<std::size_t>(block->channelCount()));
+  for (int c = 0; c < block->channelCount(); ++c) {
+    buffer.planes[static_cast<std::size_t>(c)].assign(block->plane(c), block->plane(c) + block->frameCount());
+  }
+  for (const auto& session : *sessions) session->feedAudio(buffer, block->hostTime());
 }
 
-std::function<void(const PcmBuffer&, double)> StreamingEngine::audioSink() const {
-  return [feeds = feeds_](const PcmBuffer& buffer, double when) { feedAudioTo(*feeds, buffer, when); };
+std::function<void(const AudioBlockRef&)> StreamingEngine::audioSink() const {
+  return [feeds = feeds_](const AudioBlockRef& block) { feedAudioTo(*feeds, block); };
 }
 
 void StreamingEngine::sampleHealth() {

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/AudioBlock.h"
 #include "base/MainQueue.h"
 #include "base/PcmBuffer.h"
 #include "base/PixelBuffer.h"
@@ -58,16 +59,14 @@ class StreamingEngine {
   void forget(const Uuid& id);
   void stopAll();
 
-  // The frame clock's presentation time in seconds; render thread.
-  void feedVideo(const PixelBufferRef& frame, double time) { feedCanvas(StreamCanvas::main, frame, time); }
-  void feedVerticalVideo(const PixelBufferRef& frame, double time) {
-    feedCanvas(StreamCanvas::vertical, frame, time);
-  }
-  // Program PCM from the mixer's tap; every session takes it, whatever its canvas.
-  void feedAudio(const PcmBuffer& buffer, double when) { feedAudioTo(*feeds_, buffer, when); }
+  // Composed frames stamped with the frame clock's time; render thread.
+  void feedVideo(const FrameRef& frame) { feedCanvas(StreamCanvas::main, frame); }
+  void feedVerticalVideo(const FrameRef& frame) { feedCanvas(StreamCanvas::vertical, frame); }
+  // Program blocks from the mixer's tap; every session takes them, whatever its canvas.
+  void feedAudio(const AudioBlockRef& block) { feedAudioTo(*feeds_, block); }
   // The same as a sink that stays safe to call after the engine is gone: the
   // tap may hold a copy for one more block while the model shuts down.
-  std::function<void(const PcmBuffer&, double)> audioSink() const;
+  std::function<void(const AudioBlockRef&)> audioSink() const;
 
   std::vector<Uuid> liveDestinations() const;
   bool isAnyActive() const;
@@ -95,8 +94,8 @@ class StreamingEngine {
 
   void publishFeedList();
   void sampleHealth();
-  void feedCanvas(StreamCanvas canvas, const PixelBufferRef& frame, double time);
-  static void feedAudioTo(FeedList& feeds, const PcmBuffer& buffer, double when);
+  void feedCanvas(StreamCanvas canvas, const FrameRef& frame);
+  static void feedAudioTo(FeedList& feeds, const AudioBlockRef& block);
   void reapClosers(bool all);
 
   MainQueue& queue_;

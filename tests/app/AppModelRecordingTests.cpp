@@ -62,7 +62,8 @@ TEST_F(AppModelRecordingTest, LoopCaptureRecordsAClipAndAddsItToTheShow) {
   const double start = hostTimeNow();
   for (int i = 0; i < 30; ++i) {
     frame->markRewritten();
-    model->recorder.appendVideo(frame, start + i / 30.0);
+    frame->setHostTime(start + i / 30.0);
+    model->recorder.appendVideo(frame);
   }
   queue.advance(1.0);
   runUntil([&] { return !model->recording.isCapturingLoop.get(); });

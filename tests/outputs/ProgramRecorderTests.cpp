@@ -31,7 +31,7 @@ using testing::streamOf;
 void feed(ProgramRecorder& recorder, double seconds) {
   auto frame = PixelBuffer::make(kWidth, kHeight);
   frame->fill(40, 120, 200, 255);
-  std::vector<float> tone(1024);
+  auto tone = std::make_shared<AudioBlock>(2, 1024);
   const double start = hostTimeNow();
   double nextAudio = start;
   long sample = 0;
@@ -39,10 +39,15 @@ void feed(ProgramRecorder& recorder, double seconds) {
     const double t = start + i / 30.0;
     while (hostTimeNow() < t) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     frame->markRewritten();
-    recorder.appendVideo(frame, t);
+    frame->setHostTime(t);
+    recorder.appendVideo(frame);
     while (nextAudio <= t) {
-      for (float& s : tone) s = 0.25f * static_cast<float>(std::sin(2 * M_PI * 440 * static_cast<double>(sample++) / 48000));
-      recorder.appendAudio(tone.data(), tone.data(), 1024, nextAudio);
+      for (std::uint32_t s = 0; s < 1024; ++s) {
+        tone->plane(0)[s] = tone->plane(1)[s] =
+            0.25f * static_cast<float>(std::sin(2 * M_PI * 440 * static_cast<double>(sample++) / 48000));
+      }
+      tone->stamp(1024, 48000, nextAudio);
+      recorder.appendAudio(tone);
       nextAudio += 1024 / 48000.0;
     }
   }
@@ -99,7 +104,9 @@ TEST(ProgramRecorder, NothingToRecordOrNowhereToWriteGivesNoFile) {
   testing::TempDir dir;
   ProgramRecorder recorder;
   ASSERT_TRUE(recorder.start(dir / "program.mov", 30, kWidth, kHeight, ProgramRecorder::Quality::hevcHigh, true, nullptr));
-  recorder.appendAudio(std::vector<float>(1024).data(), nullptr, 1024, hostTimeNow());  // before any frame
+  auto mono = std::make_shared<AudioBlock>(1, 1024);
+  mono->stamp(1024, 48000, hostTimeNow());
+  recorder.appendAudio(mono);  // before any frame
   EXPECT_FALSE(finished(recorder)) << "no frame, no recording";
   std::string error;
   EXPECT_FALSE(recorder.start("/proc/no-such-folder/program.mov", 30, kWidth, kHeight,

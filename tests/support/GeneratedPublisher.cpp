@@ -1,5 +1,6 @@
 #include "support/GeneratedPublisher.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <ctime>
@@ -73,6 +74,15 @@ AudioCodecSettings generatedAudioSettings() {
   AudioCodecSettings audio;
   audio.bitRate = 128'000;
   return audio;
+}
+
+AudioBlockRef toneBlock(const float* tone, int frames, double time) {
+  const auto count = static_cast<std::uint32_t>(frames);
+  auto block = std::make_shared<AudioBlock>(2, count);
+  std::copy(tone, tone + frames, block->plane(0));
+  std::copy(tone, tone + frames, block->plane(1));
+  block->stamp(count, 48000, time);
+  return block;
 }
 
 int feedGenerated(const PublishRequest& request, const std::function<void(PixelBufferRef, double)>& video,

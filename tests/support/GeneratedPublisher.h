@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "base/AudioBlock.h"
 #include "base/PixelBuffer.h"
 #include "streaming/codec/AudioCodecSettings.h"
 #include "streaming/codec/VideoCodecSettings.h"
@@ -36,6 +37,9 @@ AudioCodecSettings generatedAudioSettings();
 // time, both stamped with host time; the frames handed over.
 int feedGenerated(const PublishRequest& request, const std::function<void(PixelBufferRef, double)>& video,
                   const std::function<void(const float*, int, double)>& audio);
+
+// The tone on both sides of a block stamped with `time`, as the mixer's tap hands it on.
+AudioBlockRef toneBlock(const float* tone, int frames, double time);
 
 // Publishes `seconds` of a moving test picture and a 1 kHz tone through
 // RTMPConnection and RTMPStream, in real time, then closes.

@@ -95,13 +95,12 @@ std::thread feedEngine(StreamingEngine& engine, double seconds, int frameRate) {
     request.seconds = seconds;
     request.frameRate = frameRate;
     testing::feedGenerated(
-        request, [&](PixelBufferRef frame, double t) { engine.feedVideo(frame, t); },
-        [&](const float* tone, int frames, double t) {
-          auto buffer = PcmBuffer::make(2, static_cast<std::uint32_t>(frames));
-          std::copy(tone, tone + frames, buffer.planes[0].begin());
-          std::copy(tone, tone + frames, buffer.planes[1].begin());
-          engine.feedAudio(buffer, t);
-        });
+        request,
+        [&](PixelBufferRef frame, double t) {
+          frame->setHostTime(t);
+          engine.feedVideo(frame);
+        },
+        [&](const float* tone, int frames, double t) { engine.feedAudio(testing::toneBlock(tone, frames, t)); });
   });
 }
 
