@@ -91,11 +91,9 @@ Figures singleCanvas(GLContext& gl, AppModel& model, const MixerScene& scene, in
   GLCompositor compositor(gl, 1920, 1080);
   SourceTextureCache cache;
   const auto sources = model.frameSlots.snapshot();
-  auto lookup = [&sources](const std::string& id) -> PixelBufferRef {
+  auto lookup = [&sources](const std::string& id) -> FrameRef {
     auto it = sources->find(id);
-    if (it == sources->end()) return nullptr;
-    auto frame = it->second->latest();
-    return frame ? frame->pixelBuffer : nullptr;
+    return it == sources->end() ? nullptr : it->second->latest();
   };
   double t = hostTimeNow();
   composeOnce(compositor, cache, RenderPlan{scene.renderLayers(t, 1)}, lookup);  // uploads the pictures

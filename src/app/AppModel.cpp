@@ -66,6 +66,15 @@ AppModel::AppModel(AppEnvironment environment)
       canvasSize(readCanvasSize(preferences_)),
       showOnboarding(false),
       recordingsFolderPath(preferences_.getString(prefkey::recordingsFolder).value_or("")),
+      encoders(probeHardwareEncoders(),
+               [this](const std::string& line) {
+                 // Encoders open on the threads that join them; the log is the main thread's.
+                 std::weak_ptr<AppModel*> weakSelf = self_;
+                 queue_.post([weakSelf, line] {
+                   if (auto self = weakSelf.lock()) (*self)->appendLog(line);
+                 });
+               }),
+      recorder(encoders),
       recording(queue_, recorder, audioMixer, preferences_,
                 {.canvasPixels = [this] { return pixelSize(canvasSize.get()); },
                  .recordingsRoot = [this] { return currentRecordingsRoot(); },
@@ -76,8 +85,8 @@ AppModel::AppModel(AppEnvironment environment)
                                         [this](const std::string& line) { appendLog(line); })),
       streamKeys(*secretStore),
       streamStore(showFolder_, streamKeys),
-      streaming(queue_, [this](const Uuid& id) { return streamKeys.key(id); }),
-      streamingControl(streaming, streamStore, audioMixer, [this] { return pixelSize(canvasSize.get()); },
+      streaming(queue_, [this](const Uuid& id) { return streamKeys.key(id); }, encoders),
+      streamingControl(streaming, streamStore, [this] { return pixelSize(canvasSize.get()); },
                        [this](std::string line) { appendLog(std::move(line)); }) {}
 
 // The frame clock stops before the sinks it feeds go.
@@ -102,6 +111,8 @@ void AppModel::start() {
   bindSwitcherClosures();
   bindAudioMixer();
   streamingControl.start();
+  // The Program mix reaches the encoders once, whoever receives from them.
+  audioMixer.setStreamAudioSink(encoders.audioSink());
   bindCustomTransitions();
   bindEngine();
   runMigrations();
@@ -122,8 +133,8 @@ void AppModel::bindSwitcherClosures() {
   verticalSwitcher.canvasPixelSize = []() -> std::optional<Size> { return kVerticalCanvasPixels; };
   auto sourcePixelSize = [this](const std::string& sourceID) -> std::optional<Size> {
     const auto frame = frameSlots.latestFrame(sourceID);
-    if (!frame || !frame->pixelBuffer) return std::nullopt;
-    return Size{static_cast<double>(frame->pixelBuffer->width()), static_cast<double>(frame->pixelBuffer->height())};
+    if (!frame) return std::nullopt;
+    return Size{static_cast<double>(frame->width()), static_cast<double>(frame->height())};
   };
   for (SwitcherEngine* engine : {&switcher, &verticalSwitcher, &studioSwitcher}) {
     engine->sourcePixelSize = sourcePixelSize;
@@ -224,13 +235,11 @@ void AppModel::bindEngine() {
   };
   applyCanvas(canvasSize.get());
   subscriptions_.push_back(canvasSize.subscribe(applyCanvas));
-  // The Program fan-out: the recorder first, then the streams of the main canvas.
-  engine->setFrameSink(Canvas::program, [this](const PixelBufferRef& frame, double now) {
-    recorder.appendVideo(frame, now);
-    streaming.feedVideo(frame, now);
-  });
+  // Each canvas goes to the encoders once; the recorder and the streams receive what they encode.
+  engine->setFrameSink(Canvas::program,
+                       [this](const FrameRef& frame) { encoders.feedVideo(enumName(StreamCanvas::main), frame); });
   engine->setFrameSink(Canvas::vertical,
-                       [this](const PixelBufferRef& frame, double now) { streaming.feedVerticalVideo(frame, now); });
+                       [this](const FrameRef& frame) { encoders.feedVideo(enumName(StreamCanvas::vertical), frame); });
   engine->start();
   auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
     auto [horizontal, vertical] = thumbnailScenes(layouts);

@@ -22,6 +22,7 @@
 #include "model/SessionState.h"
 #include "model/TransitionKind.h"
 #include "outputs/ProgramRecorder.h"
+#include "platform/media/SharedEncoders.h"
 #include "platform/secrets/SecretStore.h"
 #include "sources/SourceFactory.h"
 #include "sources/SourceLifecycle.h"
@@ -148,6 +149,8 @@ class AppModel {
   Published<CanvasSize> canvasSize;
   Published<bool> showOnboarding;
   Published<std::string> recordingsFolderPath;
+  // Every encoder the recorder and the streams run; outputs at one encoding share one.
+  SharedEncoders encoders;
   ProgramRecorder recorder;
   RecordingController recording;
   std::unique_ptr<SecretStore> secretStore;

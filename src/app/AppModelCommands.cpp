@@ -71,7 +71,7 @@ void AppModel::punchBRB() {
 }
 
 void AppModel::screenshotProgram() {
-  PixelBufferRef frame = engine ? engine->newestFrame(Canvas::program) : nullptr;
+  FrameRef frame = engine ? engine->newestFrame(Canvas::program) : nullptr;
   if (!frame) {
     appendLog("Nothing to screenshot — the Program is empty.");
     return;

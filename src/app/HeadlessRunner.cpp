@@ -83,7 +83,7 @@ int runHeadless(const LaunchOptions& options) {
   int status = 0;
   if (options.snapshot) {
     std::string error;
-    PixelBufferRef frame = model->engine->newestFrame(Canvas::program);
+    FrameRef frame = model->engine->newestFrame(Canvas::program);
     if (!frame) {
       std::fprintf(stderr, "No Program frame to write to %s\n", options.snapshot->c_str());
       status = 1;

@@ -62,14 +62,6 @@ void RecordingController::start() {
   currentFolder_ = folder;
   isRecording_ = true;
   isRecordingPaused_ = false;
-  if (withAudio) {
-    mixer_.setProgramAudioSink([&recorder = recorder_](const PcmBuffer& block, double time) {
-      recorder.appendAudio(block.planes[0].data(), block.planes[1].data(), block.frameLength, time);
-    });
-  }
-  if (quality == ProgramRecorder::Quality::hevcHigh && recorder_.videoEncoderName() == "libx264") {
-    wiring_.log("No hardware HEVC encoder works here: recording H.264 (libx264) at the same bit rate");
-  }
   wiring_.log("Recording to " + folder.filename().string() + "/" +
               (withAudio ? "" : " (video only — select a Program output for audio)"));
 }
@@ -87,7 +79,6 @@ void RecordingController::stop() {
 void RecordingController::recordingFinished(std::optional<std::filesystem::path> file,
                                             const std::filesystem::path& folder) {
   stopping_ = false;
-  mixer_.setProgramAudioSink(nullptr);
   isRecording_ = false;
   isRecordingPaused_ = false;
   currentFolder_ = std::nullopt;

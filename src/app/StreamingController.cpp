@@ -1,6 +1,5 @@
 #include "app/StreamingController.h"
 
-#include "audio/AudioMixerEngine.h"
 #include "stores/StreamDestinationStore.h"
 #include "streaming/StreamURL.h"
 #include "streaming/StreamingEngine.h"
@@ -8,11 +7,10 @@
 namespace tavorin {
 
 StreamingController::StreamingController(StreamingEngine& engine, StreamDestinationStore& destinations,
-                                         AudioMixerEngine& mixer, std::function<Size()> canvasPixels,
+                                         std::function<Size()> canvasPixels,
                                          std::function<void(std::string)> log)
     : engine_(engine),
       destinations_(destinations),
-      mixer_(mixer),
       canvasPixels_(std::move(canvasPixels)),
       log_(std::move(log)) {}
 
@@ -22,8 +20,6 @@ void StreamingController::start() {
     const Size pixels = canvasPixels_();
     return std::pair{static_cast<int>(pixels.width), static_cast<int>(pixels.height)};
   };
-  // The sessions gate the feed themselves: nothing is queued while none is on air.
-  mixer_.setStreamAudioSink(engine_.audioSink());
   subscriptions_.push_back(
       engine_.states.subscribe([this](const std::map<Uuid, StreamState>& states) { logStates(states); }));
 }

@@ -12,7 +12,6 @@
 
 namespace tavorin {
 
-class AudioMixerEngine;
 class StreamDestinationStore;
 class StreamingEngine;
 
@@ -20,12 +19,12 @@ class StreamingEngine;
 // the operator reads as destinations go on air, drop and give up. Main thread only.
 class StreamingController {
  public:
-  StreamingController(StreamingEngine& engine, StreamDestinationStore& destinations, AudioMixerEngine& mixer,
+  StreamingController(StreamingEngine& engine, StreamDestinationStore& destinations,
                       std::function<Size()> canvasPixels, std::function<void(std::string)> log);
   StreamingController(const StreamingController&) = delete;
   StreamingController& operator=(const StreamingController&) = delete;
 
-  // Joins the mixer's Program mix to the streams and follows their states.
+  // Gives the engine the canvas size and follows the streams' states.
   void start();
   // The operator's toggle of a saved destination.
   void toggle(const Uuid& id);
@@ -38,7 +37,6 @@ class StreamingController {
 
   StreamingEngine& engine_;
   StreamDestinationStore& destinations_;
-  AudioMixerEngine& mixer_;
   std::function<Size()> canvasPixels_;
   std::function<void(std::string)> log_;
   // What the log last said of each stream, and the names of the command line's streams.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "audio/DeviceAudioChannel.h"
 #include "base/Text.h"
@@ -22,7 +23,7 @@ AudioMixerEngine::AudioMixerEngine(MainQueue& queue, MixerSettings settings, Aud
       backend_(backend),
       log_(std::move(logFile)),
       monitorBuses_(settings_, backend_, log_, [this](const std::string& busID) { return monitorFeeds(busID); }) {
-  programBus_.setTap(std::make_unique<AudioTap>([this](const PcmBuffer& block, double time) { fanOut(block, time); }));
+  programBus_.setTap(std::make_unique<AudioTap>([this](const AudioBlockRef& block) { fanOut(block); }));
   monitors = monitorBuses_.infos();
   channelFilters = settings_.channelFilters;
   recordAllAudio = settings_.recordAllAudio;
@@ -58,33 +59,30 @@ AudioMixerEngine::~AudioMixerEngine() {
 
 // Sinks
 
-void AudioMixerEngine::setProgramAudioSink(AudioSink sink) {
+void AudioMixerEngine::setProgramAudioSink(AudioSink sink) { setSink(&Sinks::program, std::move(sink)); }
+void AudioMixerEngine::setNDIAudioSink(AudioSink sink) { setSink(&Sinks::ndi, std::move(sink)); }
+void AudioMixerEngine::setStreamAudioSink(AudioSink sink) { setSink(&Sinks::stream, std::move(sink)); }
+void AudioMixerEngine::setReplayAudioSink(AudioSink sink) { setSink(&Sinks::replay, std::move(sink)); }
+
+void AudioMixerEngine::setSink(AudioSink Sinks::*which, AudioSink sink) {
+  // The replaced sinks go after the lock: the tap may still be calling them.
+  std::shared_ptr<const Sinks> previous;
   std::lock_guard guard(sinkLock_);
-  sinks_.program = std::move(sink);
-}
-void AudioMixerEngine::setNDIAudioSink(std::function<void(const PcmBuffer&)> sink) {
-  std::lock_guard guard(sinkLock_);
-  sinks_.ndi = std::move(sink);
-}
-void AudioMixerEngine::setStreamAudioSink(AudioSink sink) {
-  std::lock_guard guard(sinkLock_);
-  sinks_.stream = std::move(sink);
-}
-void AudioMixerEngine::setReplayAudioSink(AudioSink sink) {
-  std::lock_guard guard(sinkLock_);
-  sinks_.replay = std::move(sink);
+  auto next = std::make_shared<Sinks>(*sinks_);
+  (*next).*which = std::move(sink);
+  previous = std::exchange(sinks_, std::move(next));
 }
 
-void AudioMixerEngine::fanOut(const PcmBuffer& buffer, double time) {
-  Sinks sinks;
+void AudioMixerEngine::fanOut(const AudioBlockRef& block) {
+  std::shared_ptr<const Sinks> sinks;
   {
     std::lock_guard guard(sinkLock_);
     sinks = sinks_;
   }
-  if (sinks.program) sinks.program(buffer, time);
-  if (sinks.ndi) sinks.ndi(buffer);
-  if (sinks.stream) sinks.stream(buffer, time);
-  if (sinks.replay) sinks.replay(buffer, time);
+  if (sinks->program) sinks->program(block);
+  if (sinks->ndi) sinks->ndi(block);
+  if (sinks->stream) sinks->stream(block);
+  if (sinks->replay) sinks->replay(block);
 }
 
 // Channels

@@ -17,6 +17,7 @@
 #include "audio/AudioTrackProcessor.h"
 #include "audio/ChannelInfo.h"
 #include "audio/MonitorBuses.h"
+#include "base/AudioBlock.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
 #include "model/AudioFilterConfig.h"
@@ -31,8 +32,9 @@ namespace tavorin {
 // Main thread, except where a member says otherwise.
 class AudioMixerEngine {
  public:
-  // Program mix before the master gain, in blocks of 1024 frames on the tap's thread.
-  using AudioSink = std::function<void(const PcmBuffer& buffer, double time)>;
+  // Program mix before the master gain, in blocks of 1024 frames on the tap's
+  // thread; every sink holds the very same block.
+  using AudioSink = std::function<void(const AudioBlockRef& block)>;
 
   static constexpr double kMeterInterval = 1.0 / 15;
   static constexpr const char* kHeadphonesID = MonitorBuses::kHeadphonesID;
@@ -65,7 +67,7 @@ class AudioMixerEngine {
 
   // Sinks of the Program mix; set and cleared any time, called on the tap's thread.
   void setProgramAudioSink(AudioSink sink);
-  void setNDIAudioSink(std::function<void(const PcmBuffer&)> sink);
+  void setNDIAudioSink(AudioSink sink);
   void setStreamAudioSink(AudioSink sink);
   void setReplayAudioSink(AudioSink sink);
 
@@ -137,7 +139,7 @@ class AudioMixerEngine {
  private:
   struct Sinks {
     AudioSink program;
-    std::function<void(const PcmBuffer&)> ndi;
+    AudioSink ndi;
     AudioSink stream;
     AudioSink replay;
   };
@@ -155,7 +157,8 @@ class AudioMixerEngine {
   void rebindOutputs();
   void applyProgramVolume();
   void refreshHealth();
-  void fanOut(const PcmBuffer& buffer, double time);
+  void setSink(AudioSink Sinks::*which, AudioSink sink);
+  void fanOut(const AudioBlockRef& block);
   std::optional<AudioOutputDevice> outputForUID(const std::string& uid) const;
 
   // Persistence.
@@ -178,8 +181,9 @@ class AudioMixerEngine {
   bool rebuildPending_ = false;
   double suppressConfigChangesUntil_ = 0;
   int healthTick_ = 0;
+  // Swapped whole under the lock, so the tap takes one reference per block and copies no sink.
   mutable std::mutex sinkLock_;
-  Sinks sinks_;
+  std::shared_ptr<const Sinks> sinks_ = std::make_shared<const Sinks>();
   TimerHandle meterTimer_;
   TimerHandle rebuildTimer_;
 };

@@ -31,7 +31,6 @@ void AudioTap::write(const float* left, const float* right, std::uint32_t frames
 
 void AudioTap::run() {
   nameThisThread("Tavorin.Tap");
-  PcmBuffer block = PcmBuffer::make(kCommonChannels, kBlockFrames);
   const float* data = storage_.get();
   while (running_.load()) {
     const std::int64_t tail = tail_.load(std::memory_order_relaxed);
@@ -40,15 +39,22 @@ void AudioTap::run() {
       std::this_thread::sleep_for(std::chrono::milliseconds(4));
       continue;
     }
-    for (std::uint32_t i = 0; i < kBlockFrames; ++i) {
-      const std::int64_t slot = (tail + i) & (kCapacity - 1);
-      block.planes[0][i] = data[slot * 2];
-      block.planes[1][i] = data[slot * 2 + 1];
+    // Null only while consumers hold every block the pool may have: the block is dropped.
+    std::shared_ptr<AudioBlock> block = pool_.acquire();
+    if (block) {
+      float* left = block->plane(0);
+      float* right = block->plane(1);
+      for (std::uint32_t i = 0; i < kBlockFrames; ++i) {
+        const std::int64_t slot = (tail + i) & (kCapacity - 1);
+        left[i] = data[slot * 2];
+        right[i] = data[slot * 2 + 1];
+      }
+      const double time = renderTime_.load(std::memory_order_relaxed) -
+                          static_cast<double>(renderFrame_.load(std::memory_order_relaxed) - tail) / kCommonSampleRate;
+      block->stamp(kBlockFrames, kCommonSampleRate, time);
     }
-    const double time = renderTime_.load(std::memory_order_relaxed) -
-                        static_cast<double>(renderFrame_.load(std::memory_order_relaxed) - tail) / kCommonSampleRate;
     tail_.store(tail + kBlockFrames, std::memory_order_release);
-    consumer_(block, time);
+    if (block) consumer_(AudioBlockRef(std::move(block)));
   }
 }
 

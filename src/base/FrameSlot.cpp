@@ -3,11 +3,10 @@
 #include <utility>
 
 #include "base/HostTime.h"
-#include "base/PixelBuffer.h"
 
 namespace tavorin {
 
-std::optional<Frame> FrameSlot::latest() const {
+FrameRef FrameSlot::latest() const {
   std::lock_guard guard(lock_);
   return latest_;
 }
@@ -17,16 +16,12 @@ double FrameSlot::lastPublishedAt() const {
   return lastPublishedAt_;
 }
 
-void FrameSlot::publish(Frame frame) {
+void FrameSlot::publish(FrameRef frame) {
   const double now = wallClockNow();
-  Frame previous;
+  FrameRef previous;
   {
     std::lock_guard guard(lock_);
-    if (latest_) {
-      previous = std::exchange(*latest_, std::move(frame));
-    } else {
-      latest_ = std::move(frame);
-    }
+    previous = std::exchange(latest_, std::move(frame));
     lastPublishedAt_ = now;
   }
   // `previous` lets go of its buffer here, outside the lock: handing it back

@@ -1,9 +1,8 @@
 #pragma once
 
 #include <mutex>
-#include <optional>
 
-#include "base/Frame.h"
+#include "base/PixelBuffer.h"
 
 namespace tavorin {
 
@@ -12,16 +11,16 @@ namespace tavorin {
 // waits. The lock is held only for a copy or a swap of references.
 class FrameSlot {
  public:
-  // A retained copy of the newest frame; nothing before the first.
-  std::optional<Frame> latest() const;
+  // A retained reference to the newest frame; null before the first.
+  FrameRef latest() const;
   // Wall-clock stamp (wallClockNow) of the last publish; 0 before the first.
   double lastPublishedAt() const;
   // Replaces the frame; copies no pixels. Any thread.
-  void publish(Frame frame);
+  void publish(FrameRef frame);
 
  private:
   mutable std::mutex lock_;
-  std::optional<Frame> latest_;
+  FrameRef latest_;
   double lastPublishedAt_ = 0;
 };
 

@@ -28,11 +28,11 @@ std::shared_ptr<const FrameSlotMap::Map> FrameSlotMap::snapshot() const {
   return slots_;
 }
 
-std::optional<Frame> FrameSlotMap::latestFrame(const std::string& id) const {
+FrameRef FrameSlotMap::latestFrame(const std::string& id) const {
   // The slot's own lock is taken after this one is released: the two never nest.
   const auto map = snapshot();
   auto it = map->find(id);
-  if (it == map->end() || !it->second) return std::nullopt;
+  if (it == map->end() || !it->second) return nullptr;
   return it->second->latest();
 }
 

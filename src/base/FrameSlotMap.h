@@ -3,7 +3,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 
 #include "base/FrameSlot.h"
@@ -24,8 +23,8 @@ class FrameSlotMap {
   // The whole map as it stands; the frame clock takes one per tick.
   std::shared_ptr<const Map> snapshot() const;
   bool contains(const std::string& id) const { return snapshot()->contains(id); }
-  // The newest frame of the slot with that id; nothing without one.
-  std::optional<Frame> latestFrame(const std::string& id) const;
+  // The newest frame of the slot with that id; null without one.
+  FrameRef latestFrame(const std::string& id) const;
 
  private:
   mutable std::mutex lock_;

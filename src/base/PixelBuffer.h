@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -9,7 +10,10 @@ namespace tavorin {
 // A 32-bit BGRA image with premultiplied alpha and the host time it shows.
 // Rows start on 64-byte boundaries so that SIMD copies and GPU uploads never
 // straddle a row. Its producer writes it, stamps it and publishes it as a
-// FrameRef; from then on it is shared by reference and nobody writes it.
+// FrameRef; from then on it is shared by reference and nobody writes its
+// pixels. The time alone may move on: the compositor hands an unchanged
+// picture on again with each tick's time, so a consumer reads the time when
+// it takes the frame.
 class PixelBuffer {
  public:
   static constexpr std::size_t kRowAlignment = 64;
@@ -42,8 +46,8 @@ class PixelBuffer {
   void markRewritten();
 
   // Host seconds of the moment the picture shows (capture or composition).
-  double hostTime() const { return hostTime_; }
-  void setHostTime(double seconds) { hostTime_ = seconds; }
+  double hostTime() const { return hostTime_.load(std::memory_order_relaxed); }
+  void setHostTime(double seconds) { hostTime_.store(seconds, std::memory_order_relaxed); }
 
   // Fills every pixel with one premultiplied BGRA value.
   void fill(std::uint8_t b, std::uint8_t g, std::uint8_t r, std::uint8_t a);
@@ -54,7 +58,7 @@ class PixelBuffer {
   std::size_t bytesPerRow_;
   std::uint8_t* data_ = nullptr;
   std::uint64_t generation_;
-  double hostTime_ = 0;
+  std::atomic<double> hostTime_{0};
 };
 
 // A buffer its producer still writes.

@@ -11,10 +11,8 @@ void CanvasPipeline::gatherFrames(const RenderPlan& plan, const FrameSlotMap::Ma
   frames_.clear();
   generations_.clear();
   for (const RenderLayer& layer : plan.layers) {
-    PixelBufferRef frame;
-    if (auto it = sources.find(layer.sourceID); it != sources.end() && it->second) {
-      if (std::optional<Frame> latest = it->second->latest()) frame = std::move(latest->pixelBuffer);
-    }
+    FrameRef frame;
+    if (auto it = sources.find(layer.sourceID); it != sources.end() && it->second) frame = it->second->latest();
     generations_.push_back(frame ? frame->generation() : 0);
     frames_.push_back(std::move(frame));
   }
@@ -46,7 +44,7 @@ PixelBufferRef CanvasPipeline::produce(GLCompositor& compositor, RenderPlan plan
     cache_ = &cache;
     firstLayer_ = plan.layers.data();
     FrameProvider provider = [this](const RenderLayer& layer) -> std::optional<LayerTexture> {
-      const PixelBufferRef& frame = frames_[static_cast<std::size_t>(&layer - firstLayer_)];
+      const FrameRef& frame = frames_[static_cast<std::size_t>(&layer - firstLayer_)];
       if (!frame) return std::nullopt;
       const LayerTexture texture = cache_->textureFor(layer.sourceID, *frame);
       if (texture.texture == 0) return std::nullopt;

@@ -49,7 +49,7 @@ class CanvasPipeline {
   RenderPlan lastPlan_;
   std::vector<std::uint64_t> lastGenerations_;
   // This tick's frames, one per layer of the plan, and their generations.
-  std::vector<PixelBufferRef> frames_;
+  std::vector<FrameRef> frames_;
   std::vector<std::uint64_t> generations_;
   PixelBufferRef newest_;
   // Set for the span of one drawing, so the provider captures only `this`.

@@ -107,7 +107,7 @@ void CompositorEngine::setPlanProvider(Canvas canvas, PlanProvider provider, std
 void CompositorEngine::setFrameSink(Canvas canvas, FrameSink sink) { slotOf(canvas).sink = std::move(sink); }
 
 void CompositorEngine::setAuxScenes(std::map<Uuid, MixerScene> scenes, std::map<Uuid, MixerScene> verticalScenes) {
-  std::map<Uuid, PixelBufferRef> dropped;
+  std::map<Uuid, FrameRef> dropped;
   std::lock_guard guard(lock_);
   auxScenes_.swap(scenes);
   verticalAuxScenes_.swap(verticalScenes);
@@ -120,20 +120,20 @@ void CompositorEngine::setAuxScenes(std::map<Uuid, MixerScene> scenes, std::map<
   }
 }
 
-PixelBufferRef CompositorEngine::newestFrame(Canvas canvas) const {
+FrameRef CompositorEngine::newestFrame(Canvas canvas) const {
   std::lock_guard guard(lock_);
   return canvases_[static_cast<std::size_t>(canvas)].newest;
 }
-PixelBufferRef CompositorEngine::auxBuffer(const Uuid& id) const {
+FrameRef CompositorEngine::auxBuffer(const Uuid& id) const {
   std::lock_guard guard(lock_);
   auto it = auxBuffers_.find(id);
   return it == auxBuffers_.end() ? nullptr : it->second;
 }
 
-void CompositorEngine::store(PixelBufferRef& slot, const PixelBufferRef& buffer) {
-  PixelBufferRef previous;
+void CompositorEngine::store(FrameRef& slot, FrameRef frame) {
+  FrameRef previous;
   std::lock_guard guard(lock_);
-  previous = std::exchange(slot, buffer);
+  previous = std::exchange(slot, std::move(frame));
 }
 
 void CompositorEngine::measureRate(double now) {
@@ -198,10 +198,16 @@ void CompositorEngine::drawCanvas(Canvas canvas, double now) {
   ensure(entry.pipeline, width, height);
   GLCompositor& compositor = rule.shape == Shape::vertical ? *verticalCompositor_ : *compositor_;
   PixelBufferRef buffer = draw(*entry.pipeline, compositor, std::move(plan));
+  // An unchanged picture comes back as the same buffer: it takes each tick's time.
+  if (buffer) buffer->setHostTime(now);
   store(entry.newest, buffer);
   if (!buffer) return;
-  if (entry.sink) entry.sink(buffer, now);
-  if (canvas == Canvas::program && vcamSink) vcamSink(downscaleForCamera(buffer), now);
+  if (entry.sink) entry.sink(buffer);
+  if (canvas == Canvas::program && vcamSink) {
+    PixelBufferRef camera = downscaleForCamera(buffer);
+    camera->setHostTime(now);
+    vcamSink(camera);
+  }
 }
 
 void CompositorEngine::renderThumbnails(double now) {
@@ -218,8 +224,9 @@ void CompositorEngine::renderThumbnails(double now) {
       ensure(thumbnails_[id], w, h, 1);
       PixelBufferRef buffer = draw(*thumbnails_[id], compositor, std::move(plan));
       if (!buffer) continue;
+      buffer->setHostTime(now);
       std::lock_guard guard(lock_);
-      auxBuffers_[id] = buffer;
+      auxBuffers_[id] = std::move(buffer);
     }
   };
   renderAll(scenes, *compositor_, kThumbnailLong, kThumbnailShort);

@@ -38,7 +38,7 @@ static_assert(static_cast<std::size_t>(Canvas::studio) + 1 == kCanvasCount);
 class CompositorEngine {
  public:
   using PlanProvider = std::function<RenderPlan(double now)>;
-  using FrameSink = std::function<void(const PixelBufferRef& buffer, double now)>;
+  using FrameSink = std::function<void(const FrameRef& frame)>;
 
   // 1/61 s rather than 1/60, so a 60 Hz display is never thinned.
   static constexpr double kMinRenderInterval = 0.01639344262295082;
@@ -72,7 +72,8 @@ class CompositorEngine {
   // Program always does. Installed before start(), never while the clock runs.
   void setPlanProvider(Canvas canvas, PlanProvider provider, std::function<bool()> isLive = {});
   // Where a canvas's composed frames go, on the render thread, once per tick
-  // while it shows something. Program's frames also go to `vcamSink`, at 1080p.
+  // while it shows something, stamped with the tick's time. Program's frames
+  // also go to `vcamSink`, at 1080p.
   // Installed before start(), never while the clock runs.
   void setFrameSink(Canvas canvas, FrameSink sink);
 
@@ -80,8 +81,8 @@ class CompositorEngine {
   void setAuxScenes(std::map<Uuid, MixerScene> scenes, std::map<Uuid, MixerScene> verticalScenes);
 
   // Newest composed frames, each read as a retained reference.
-  PixelBufferRef newestFrame(Canvas canvas) const;
-  PixelBufferRef auxBuffer(const Uuid& id) const;
+  FrameRef newestFrame(Canvas canvas) const;
+  FrameRef auxBuffer(const Uuid& id) const;
 
   double measuredFPS() const { return measuredFPS_.load(std::memory_order_relaxed); }
   std::uint64_t tickCount() const { return tickCount_.load(std::memory_order_relaxed); }
@@ -102,7 +103,7 @@ class CompositorEngine {
     std::function<bool()> isLive;
     FrameSink sink;
     std::unique_ptr<CanvasPipeline> pipeline;  // render thread only
-    PixelBufferRef newest;                     // under lock_
+    FrameRef newest;                           // under lock_
   };
 
   void tick(double now);
@@ -112,7 +113,7 @@ class CompositorEngine {
   PixelBufferRef draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan);
   PixelBufferRef downscaleForCamera(const PixelBufferRef& buffer);
   void renderThumbnails(double now);
-  void store(PixelBufferRef& slot, const PixelBufferRef& buffer);
+  void store(FrameRef& slot, FrameRef frame);
   CanvasSlot& slotOf(Canvas canvas) { return canvases_[static_cast<std::size_t>(canvas)]; }
 
   GLContext& context_;
@@ -142,7 +143,7 @@ class CompositorEngine {
   mutable std::mutex lock_;
   std::map<Uuid, MixerScene> auxScenes_;
   std::map<Uuid, MixerScene> verticalAuxScenes_;
-  std::map<Uuid, PixelBufferRef> auxBuffers_;
+  std::map<Uuid, FrameRef> auxBuffers_;
 };
 
 }  // namespace tavorin

@@ -8,7 +8,7 @@ namespace tavorin {
 
 FrameProvider makeFrameProvider(SourceTextureCache& cache, FrameLookup lookup) {
   return [&cache, lookup = std::move(lookup)](const RenderLayer& layer) -> std::optional<LayerTexture> {
-    PixelBufferRef frame = lookup(layer.sourceID);
+    FrameRef frame = lookup(layer.sourceID);
     if (!frame) return std::nullopt;
     const LayerTexture texture = cache.textureFor(layer.sourceID, *frame);
     if (texture.texture == 0) return std::nullopt;

@@ -11,7 +11,7 @@
 namespace tavorin {
 
 // The newest frame of a source by id, or null.
-using FrameLookup = std::function<PixelBufferRef(const std::string& sourceID)>;
+using FrameLookup = std::function<FrameRef(const std::string& sourceID)>;
 
 // A frame provider that uploads each layer's source frame through `cache`.
 FrameProvider makeFrameProvider(SourceTextureCache& cache, FrameLookup lookup);

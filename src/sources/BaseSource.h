@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 
-#include "base/Frame.h"
 #include "base/FrameSlot.h"
 #include "sources/SourceKind.h"
 
@@ -33,13 +32,13 @@ class BaseSource {
   // True while the source produces or is able to produce.
   bool isRunning() const { return running_.load(std::memory_order_relaxed); }
 
-  // A retained copy of the newest frame; nothing before the first.
-  std::optional<Frame> latestFrame() const { return slot_->latest(); }
+  // A retained reference to the newest frame; null before the first.
+  FrameRef latestFrame() const { return slot_->latest(); }
   // Wall-clock stamp (wallClockNow) of the last publish; 0 before the first.
   double lastFrameAt() const { return slot_->lastPublishedAt(); }
   // The only way a frame enters a source: replaces the slot, copies no pixels.
-  // Any thread.
-  void publish(Frame frame) { slot_->publish(std::move(frame)); }
+  // The producer has stamped its host time and writes it no more. Any thread.
+  void publish(FrameRef frame) { slot_->publish(std::move(frame)); }
   // The slot the frame clock reads, shared with the frame-slot map.
   std::shared_ptr<const FrameSlot> frameSlot() const { return slot_; }
 

@@ -2,11 +2,14 @@
 
 #include <utility>
 
+#include "base/HostTime.h"
+
 namespace tavorin {
 
 StaticSource::StaticSource(std::string id, std::string displayName, PixelBufferRef picture)
     : BaseSource(std::move(id), std::move(displayName), SourceKind::still) {
-  publish(Frame{std::move(picture), 0});
+  if (picture) picture->setHostTime(hostTimeNow());
+  publish(std::move(picture));
 }
 
 void StaticSource::start(StartDone done) {

@@ -57,12 +57,14 @@ TEST_F(AppModelRecordingTest, LoopCaptureRecordsAClipAndAddsItToTheShow) {
   model->startRecording();
   EXPECT_FALSE(model->recording.isRecording.get()) << "a recording waits for the loop";
 
-  auto frame = PixelBuffer::make(1920, 1080);
-  frame->fill(10, 200, 30, 255);
   const double start = hostTimeNow();
   for (int i = 0; i < 30; ++i) {
-    frame->markRewritten();
-    model->recorder.appendVideo(frame, start + i / 30.0);
+    auto frame = PixelBuffer::make(1920, 1080);
+    frame->fill(10, 200, 30, 255);
+    frame->setHostTime(start + i / 30.0);
+    model->encoders.feedVideo(ProgramRecorder::kCanvas, frame);
+    // As a frame clock would: the encoder's queue holds a few frames, not a second of them.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   queue.advance(1.0);
   runUntil([&] { return !model->recording.isCapturingLoop.get(); });

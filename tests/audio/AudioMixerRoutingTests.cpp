@@ -81,9 +81,9 @@ TEST_F(MixerRouting, MasterGainActsOnTheDeviceButNotOnTheSinks) {
   std::mutex lock;
   std::condition_variable arrived;
   std::vector<float> delivered;
-  mixer->setProgramAudioSink([&](const PcmBuffer& block, double) {
+  mixer->setProgramAudioSink([&](const AudioBlockRef& block) {
     std::lock_guard guard(lock);
-    delivered.insert(delivered.end(), block.planes[0].begin(), block.planes[0].end());
+    delivered.insert(delivered.end(), block->plane(0), block->plane(0) + block->frameCount());
     arrived.notify_all();
   });
   mixer->setProgramMasterGain(0);

@@ -38,9 +38,9 @@ class MixerOnPipeWire : public ::testing::Test {
     backend = makePipeWireAudioBackend(queue, &error);
     ASSERT_TRUE(backend) << error;
     mixer = std::make_unique<AudioMixerEngine>(queue, settings, backend.get(), dir / "audio.log");
-    mixer->setProgramAudioSink([this](const PcmBuffer& block, double) {
+    mixer->setProgramAudioSink([this](const AudioBlockRef& block) {
       std::lock_guard guard(lock);
-      tap.insert(tap.end(), block.planes[0].begin(), block.planes[0].end());
+      tap.insert(tap.end(), block->plane(0), block->plane(0) + block->frameCount());
     });
   }
   void TearDown() override {

@@ -11,10 +11,13 @@ class EngineTest : public ::testing::Test {
  protected:
   EngineTest() : context(testContext()), engine(context, sources) {
     context.makeCurrent();
-    red->publish(Frame{solidFrame(64, 36, kRed), 0});
+    red->publish(solidFrame(64, 36, kRed));
     sources.set("image:red", red);
-    engine.setFrameSink(Canvas::program, [this](const PixelBufferRef& buffer, double) { programFrames.push_back(buffer); });
-    engine.vcamSink = [this](const PixelBufferRef& buffer, double) { cameraFrames.push_back(buffer); };
+    engine.setFrameSink(Canvas::program, [this](const FrameRef& frame) {
+      programFrames.push_back(frame);
+      programTimes.push_back(frame->hostTime());
+    });
+    engine.vcamSink = [this](const FrameRef& frame) { cameraFrames.push_back(frame); };
   }
 
   void showRed() {
@@ -25,8 +28,9 @@ class EngineTest : public ::testing::Test {
   FrameSlotMap sources;
   std::shared_ptr<FrameSlot> red = std::make_shared<FrameSlot>();
   CompositorEngine engine;
-  std::vector<PixelBufferRef> programFrames;
-  std::vector<PixelBufferRef> cameraFrames;
+  std::vector<FrameRef> programFrames;
+  std::vector<double> programTimes;
+  std::vector<FrameRef> cameraFrames;
 };
 
 TEST_F(EngineTest, GateDropsCallbacksCloserThanOneSixtyFirst) {
@@ -59,9 +63,10 @@ TEST_F(EngineTest, UnchangedPictureIsHandedOnWithoutDrawing) {
   EXPECT_EQ(programFrames[1], programFrames[0]);
   EXPECT_EQ(programFrames[1]->generation(), programFrames[0]->generation());
   EXPECT_EQ(cameraFrames.back(), programFrames.back());
+  EXPECT_EQ(programTimes, (std::vector<double>{1.0, 1.1})) << "each hand-on carries its own tick's time";
 
   // A new frame from the source is drawn.
-  red->publish(Frame{solidFrame(64, 36, kBlue), 0});
+  red->publish(solidFrame(64, 36, kBlue));
   engine.onRefresh(1.2);
   ASSERT_EQ(programFrames.size(), 3u);
   EXPECT_NE(programFrames[2]->generation(), programFrames[1]->generation());
@@ -85,12 +90,12 @@ TEST_F(EngineTest, LargerCanvasReachesTheCameraAt1080p) {
 // while their switcher is live, never on the studio canvas.
 TEST_F(EngineTest, EachCanvasDrawsAtItsSizeWithThePresenterPassWhereItApplies) {
   auto blue = std::make_shared<FrameSlot>();
-  blue->publish(Frame{solidFrame(64, 36, kBlue), 0});
+  blue->publish(solidFrame(64, 36, kBlue));
   sources.set("image:blue", blue);
   engine.presenterApply = [](RenderPlan) { return RenderPlan{{layerOf("image:blue")}}; };
   bool live = false;
-  PixelBufferRef verticalSent;
-  engine.setFrameSink(Canvas::vertical, [&](const PixelBufferRef& buffer, double) { verticalSent = buffer; });
+  FrameRef verticalSent;
+  engine.setFrameSink(Canvas::vertical, [&](const FrameRef& frame) { verticalSent = frame; });
   engine.setCanvas(2560, 1440);
   const struct {
     Canvas canvas;
@@ -106,7 +111,7 @@ TEST_F(EngineTest, EachCanvasDrawsAtItsSizeWithThePresenterPassWhereItApplies) {
     live = now > 1;
     engine.onRefresh(now);
     for (const auto& row : table) {
-      PixelBufferRef frame = engine.newestFrame(row.canvas);
+      FrameRef frame = engine.newestFrame(row.canvas);
       ASSERT_TRUE(frame) << "canvas " << static_cast<int>(row.canvas);
       EXPECT_EQ(std::pair(frame->width(), frame->height()), std::pair(row.width, row.height));
       EXPECT_TRUE(near(pixelAt(*frame, row.width / 2, row.height / 2), live ? row.live : row.direct))
@@ -133,7 +138,7 @@ TEST_F(EngineTest, ThumbnailsOnEverySixthTick) {
 TEST_F(EngineTest, ClockKeepsItsRateWithASinkThatTakesTime) {
   showRed();
   int calls = 0;
-  engine.setFrameSink(Canvas::program, [&](const PixelBufferRef&, double) {
+  engine.setFrameSink(Canvas::program, [&](const FrameRef&) {
     ++calls;
     std::this_thread::sleep_for(std::chrono::milliseconds(4));
   });

@@ -35,7 +35,7 @@ TEST(SourceFactoryTest, RebuildsWhatItCanUnderTheSavedIdentity) {
   EXPECT_EQ(source->id(), "image:1");
   EXPECT_EQ(source->displayName(), "Poster");
   EXPECT_EQ(source->kind(), SourceKind::still);
-  EXPECT_EQ(source->latestFrame()->pixelBuffer->width(), 1080) << "fitted inside 1920 by 1080";
+  EXPECT_EQ(source->latestFrame()->width(), 1080) << "fitted inside 1920 by 1080";
 
   auto black = factory.make(saved("still:black", SavedSource::Kind::black, "Dark"));
   ASSERT_TRUE(black);

@@ -114,7 +114,7 @@ TEST_F(SourceLifecycleTest, StallCheckRestartsASilentCaptureAtEveryCheckOnceItHa
   lifecycle.wallClock = [&] { return wallClockNow() + silence; };
   auto neverDelivered = add("display:1", true);
   auto silent = add("display:2", true);
-  silent->publish(Frame{PixelBuffer::make(2, 2), 0});
+  silent->publish(PixelBuffer::make(2, 2));
 
   silence = 31;
   queue.advance(20);
@@ -122,7 +122,7 @@ TEST_F(SourceLifecycleTest, StallCheckRestartsASilentCaptureAtEveryCheckOnceItHa
   EXPECT_EQ(silent->restarts, 2);
   EXPECT_EQ(neverDelivered->restarts, 0);
 
-  silent->publish(Frame{PixelBuffer::make(2, 2), 0});
+  silent->publish(PixelBuffer::make(2, 2));
   silence = 0;
   queue.advance(10);
   silence = 31;

@@ -80,7 +80,7 @@ PixelBufferRef CompositorTest::compose(const RenderPlan& plan) {
   RenderTarget target(width, height);
   FrameReadback readback(width, height);
   PixelBufferPool pool(width, height, 1);
-  auto provider = makeFrameProvider(cache, [this](const std::string& id) -> PixelBufferRef {
+  auto provider = makeFrameProvider(cache, [this](const std::string& id) -> FrameRef {
     ++frameProviderCalls;
     auto it = frames.find(id);
     return it == frames.end() ? nullptr : it->second;

@@ -49,7 +49,7 @@ class CompositorTest : public ::testing::Test {
   GLContext& context;
   std::unique_ptr<GLCompositor> compositor;
   SourceTextureCache cache;
-  std::map<std::string, PixelBufferRef> frames;
+  std::map<std::string, FrameRef> frames;
   int frameProviderCalls = 0;
   MaskProvider maskProvider = [](const std::string&) { return std::optional<LayerTexture>(); };
 };

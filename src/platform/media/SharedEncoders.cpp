@@ -141,39 +141,45 @@ void SharedEncoders::leaveAudio(const std::shared_ptr<SharedAudioEncoder>& encod
 void SharedEncoders::publishLists() {
   auto video = std::make_shared<const VideoList>(videoEncoders_);
   auto audio = std::make_shared<const AudioList>(audioEncoders_);
-  std::lock_guard hold(snapshotLock_);
-  videoSnapshot_ = std::move(video);
-  audioSnapshot_ = std::move(audio);
+  std::lock_guard hold(feeds_->lock);
+  feeds_->video = std::move(video);
+  feeds_->audio = std::move(audio);
 }
 
 void SharedEncoders::feedVideo(std::string_view canvas, const FrameRef& frame) {
   std::shared_ptr<const VideoList> encoders;
   {
-    std::lock_guard hold(snapshotLock_);
-    encoders = videoSnapshot_;
+    std::lock_guard hold(feeds_->lock);
+    encoders = feeds_->video;
   }
   for (const auto& encoder : *encoders) {
     if (encoder->canvas() == canvas) encoder->offer(frame);
   }
 }
 
-void SharedEncoders::feedAudio(const AudioBlockRef& block) {
+void SharedEncoders::feedAudio(const AudioBlockRef& block) { feedAudioTo(*feeds_, block); }
+
+void SharedEncoders::feedAudioTo(Feeds& feeds, const AudioBlockRef& block) {
   std::shared_ptr<const AudioList> encoders;
   {
-    std::lock_guard hold(snapshotLock_);
-    encoders = audioSnapshot_;
+    std::lock_guard hold(feeds.lock);
+    encoders = feeds.audio;
   }
   for (const auto& encoder : *encoders) encoder->offer(block);
 }
 
+std::function<void(const AudioBlockRef&)> SharedEncoders::audioSink() const {
+  return [feeds = feeds_](const AudioBlockRef& block) { feedAudioTo(*feeds, block); };
+}
+
 int SharedEncoders::videoEncoderCount() const {
-  std::lock_guard hold(snapshotLock_);
-  return static_cast<int>(videoSnapshot_->size());
+  std::lock_guard hold(feeds_->lock);
+  return static_cast<int>(feeds_->video->size());
 }
 
 int SharedEncoders::audioEncoderCount() const {
-  std::lock_guard hold(snapshotLock_);
-  return static_cast<int>(audioSnapshot_->size());
+  std::lock_guard hold(feeds_->lock);
+  return static_cast<int>(feeds_->audio->size());
 }
 
 }  // namespace tavorin

@@ -79,6 +79,9 @@ class SharedEncoders {
   void feedVideo(std::string_view canvas, const FrameRef& frame);
   // Audio tap: every audio encoder gets the block.
   void feedAudio(const AudioBlockRef& block);
+  // The same as a sink that stays safe to call after the encoders are gone:
+  // the tap may hold a copy for one more block while the show shuts down.
+  std::function<void(const AudioBlockRef&)> audioSink() const;
 
   int videoEncoderCount() const;
   int audioEncoderCount() const;
@@ -103,9 +106,13 @@ class SharedEncoders {
   AudioList audioEncoders_;
   std::uint64_t nextReceiverID_ = 1;
   // The lists as the media paths see them, swapped whole under a short lock.
-  mutable std::mutex snapshotLock_;
-  std::shared_ptr<const VideoList> videoSnapshot_ = std::make_shared<VideoList>();
-  std::shared_ptr<const AudioList> audioSnapshot_ = std::make_shared<AudioList>();
+  struct Feeds {
+    std::mutex lock;
+    std::shared_ptr<const VideoList> video = std::make_shared<VideoList>();
+    std::shared_ptr<const AudioList> audio = std::make_shared<AudioList>();
+  };
+  static void feedAudioTo(Feeds& feeds, const AudioBlockRef& block);
+  std::shared_ptr<Feeds> feeds_ = std::make_shared<Feeds>();
 };
 
 }  // namespace tavorin
