@@ -138,8 +138,9 @@ void StreamingEngine::feedCanvas(StreamCanvas canvas, const FrameRef& frame) {
   const auto sessions = feeds_->snapshot();
   // The sessions still take a writable reference; they only ever read the frame.
   const PixelBufferRef buffer = std::const_pointer_cast<PixelBuffer>(frame);
+  const double time = frame->hostTime();
   for (const auto& session : *sessions) {
-    if (session->canvas() == canvas) session->feed(buffer, frame->hostTime());
+    if (session->canvas() == canvas) session->feed(buffer, time);
   }
 }
 
