@@ -28,7 +28,7 @@ void SharedVideoEncoder::offer(const FrameRef& frame) {
       ++dropped_;
       return;
     }
-    ring_[(head_ + count_++) % kQueueCapacity] = frame;
+    ring_[(head_ + count_++) % kQueueCapacity] = Queued{frame, time};
   }
   wake_.notify_one();
 }
@@ -76,14 +76,14 @@ void SharedVideoEncoder::deliverAll() {
 void SharedVideoEncoder::run() {
   nameThisThread("Tavorin.Encode");
   for (;;) {
-    FrameRef frame;
+    Queued item;
     bool flush = false;
     {
       std::unique_lock hold(lock_);
       wake_.wait(hold, [this] { return count_ > 0 || stopping_; });
       if (stopping_ && !flushOnStop_) return;
       if (count_ > 0) {
-        frame = std::move(ring_[head_]);
+        item = std::move(ring_[head_]);
         head_ = (head_ + 1) % kQueueCapacity;
         --count_;
       } else {
@@ -95,13 +95,13 @@ void SharedVideoEncoder::run() {
       return;
     }
     const bool key = forceKeyFrame_.exchange(false);
-    if (encoder_->send(*frame, key) != EncoderError::none) {
+    if (encoder_->send(*item.frame, item.time, key) != EncoderError::none) {
       // The frame is lost; the next one tries again and makes the key frame that was asked for.
       if (key) forceKeyFrame_ = true;
       ++dropped_;
       continue;
     }
-    frame.reset();
+    item.frame.reset();
     deliverAll();
   }
 }

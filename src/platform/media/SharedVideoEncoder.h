@@ -58,7 +58,11 @@ class SharedVideoEncoder {
 
   std::mutex lock_;
   std::condition_variable wake_;
-  std::array<FrameRef, kQueueCapacity> ring_;
+  struct Queued {
+    FrameRef frame;
+    double time = 0;  // as read when offered
+  };
+  std::array<Queued, kQueueCapacity> ring_;
   std::size_t head_ = 0;
   std::size_t count_ = 0;
   bool stopping_ = false;

@@ -276,10 +276,10 @@ bool VideoEncoder::convert(const PixelBuffer& source) {
   return true;
 }
 
-EncoderError VideoEncoder::send(const PixelBuffer& source, bool forceKeyFrame) {
+EncoderError VideoEncoder::send(const PixelBuffer& source, double hostTime, bool forceKeyFrame) {
   if (!source.valid() || !convert(source)) return EncoderError::conversionFailed;
   AVFrame* input = frame_.get();
-  input->pts = std::llround(source.hostTime() * kTimeBase.den);
+  input->pts = std::llround(hostTime * kTimeBase.den);
   input->pict_type = forceKeyFrame ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
   if (hardwareFrames_) {
     // The converted picture goes up into a surface of the encoder's own pool.

@@ -34,7 +34,12 @@ class VideoEncoder {
   const std::shared_ptr<const VideoFormatDescription>& format() const { return format_; }
 
   // `forceKeyFrame` makes this frame an IDR, where a new receiver can start.
-  EncoderError send(const PixelBuffer& frame, bool forceKeyFrame = false);
+  // `hostTime` is the frame's time as read when it was taken: an unchanged
+  // picture may be handed on again with a later time.
+  EncoderError send(const PixelBuffer& frame, double hostTime, bool forceKeyFrame = false);
+  EncoderError send(const PixelBuffer& frame, bool forceKeyFrame = false) {
+    return send(frame, frame.hostTime(), forceKeyFrame);
+  }
   // No more frames: the packets held back come out on the next receives.
   EncoderError flush();
   // The next packet, or false when the encoder wants more input (or has

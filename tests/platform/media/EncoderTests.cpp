@@ -176,6 +176,28 @@ TEST(SharedEncoders, OneEncoderPerEncodingLateJoinersStartAtAKeyFrameTheLastGets
   EXPECT_TRUE(std::equal(second.samples.begin(), second.samples.end(), join));
 }
 
+// The compositor hands an unchanged picture on again, stamped anew: each
+// offer is encoded at the time it had when it was offered.
+TEST(SharedEncoders, AStillPictureHandedOnAgainIsEncodedAtEachTime) {
+  SharedEncoders encoders;
+  Received received;
+  EncoderError error;
+  auto subscription = encoders.subscribeVideo("main", smallEncoding(), received.receiver(), error);
+  auto still = PixelBuffer::make(320, 180);
+  still->fill(20, 40, 60, 255);
+  for (int i = 0; i < 12; ++i) {
+    still->setHostTime(kStart + i / 30.0);
+    encoders.feedVideo("main", still);
+    // Three at a time fill the encoder's queue with the one buffer, restamped.
+    if (i % 3 == 2) std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  }
+  subscription.reset();
+  std::vector<int> frames;
+  for (const auto& sample : received.samples) frames.push_back(frameIndex(sample->pts));
+  std::sort(frames.begin(), frames.end());
+  EXPECT_EQ(frames, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
+}
+
 TEST(AudioEncoder, PacketsOf1024AtTheInputsTimeAndRefusedFormats) {
   struct Case {
     int inputRate, channels, wantedRate;
