@@ -63,6 +63,7 @@ CompositorEngine::CompositorEngine(GLContext& context, const FrameSlotMap& sourc
   const auto [verticalWidth, verticalHeight] = fixedPixels(Shape::vertical);
   verticalCompositor_ = std::make_unique<GLCompositor>(context_, verticalWidth, verticalHeight);
   scaler_ = std::make_unique<MonitorRenderer>(context_);
+  nv12Converter_ = std::make_unique<Nv12Converter>(context_);
   context_.releaseCurrent();
 }
 
@@ -105,6 +106,12 @@ void CompositorEngine::setPlanProvider(Canvas canvas, PlanProvider provider, std
 }
 
 void CompositorEngine::setFrameSink(Canvas canvas, FrameSink sink) { slotOf(canvas).sink = std::move(sink); }
+
+void CompositorEngine::setNv12Output(Canvas canvas, Nv12Output output) {
+  std::unique_ptr<Nv12Delivery>& nv12 = slotOf(canvas).nv12;
+  nv12.reset();
+  if (output.frames || output.surface) nv12 = std::make_unique<Nv12Delivery>(*nv12Converter_, std::move(output));
+}
 
 void CompositorEngine::setAuxScenes(std::map<Uuid, MixerScene> scenes, std::map<Uuid, MixerScene> verticalScenes) {
   std::map<Uuid, FrameRef> dropped;
@@ -201,6 +208,7 @@ void CompositorEngine::drawCanvas(Canvas canvas, double now) {
   // An unchanged picture comes back as the same buffer: it takes each tick's time.
   if (buffer) buffer->setHostTime(now);
   store(entry.newest, buffer);
+  if (entry.nv12) entry.nv12->deliver(buffer ? &entry.pipeline->target() : nullptr, entry.pipeline->drewLastTime(), now);
   if (!buffer) return;
   if (entry.sink) entry.sink(buffer);
   if (canvas == Canvas::program && vcamSink) {

@@ -16,6 +16,7 @@
 #include "compositor/FrameClock.h"
 #include "compositor/GLCompositor.h"
 #include "compositor/MonitorRenderer.h"
+#include "compositor/Nv12Delivery.h"
 #include "compositor/SourceTextureCache.h"
 #include "compositor/TickTimings.h"
 #include "model/MixerScene.h"
@@ -76,6 +77,10 @@ class CompositorEngine {
   // also go to `vcamSink`, at 1080p.
   // Installed before start(), never while the clock runs.
   void setFrameSink(Canvas canvas, FrameSink sink);
+  // A canvas's pictures as NV12 for a hardware encoder, every tick while it
+  // shows something; an output with neither frames nor surfaces turns it off.
+  // Installed before start(), never while the clock runs.
+  void setNv12Output(Canvas canvas, Nv12Output output);
 
   // Thumbnails: horizontal layouts and vertical-only layouts by id.
   void setAuxScenes(std::map<Uuid, MixerScene> scenes, std::map<Uuid, MixerScene> verticalScenes);
@@ -103,6 +108,7 @@ class CompositorEngine {
     std::function<bool()> isLive;
     FrameSink sink;
     std::unique_ptr<CanvasPipeline> pipeline;  // render thread only
+    std::unique_ptr<Nv12Delivery> nv12;        // render thread only once set
     FrameRef newest;                           // under lock_
   };
 
@@ -120,6 +126,7 @@ class CompositorEngine {
   std::unique_ptr<GLCompositor> compositor_;
   std::unique_ptr<GLCompositor> verticalCompositor_;
   std::unique_ptr<MonitorRenderer> scaler_;
+  std::unique_ptr<Nv12Converter> nv12Converter_;
   SourceTextureCache textures_;
   std::unique_ptr<FrameClock> clock_;
 

@@ -9,5 +9,6 @@ extern const char* const decoration_vertex;
 extern const char* const shadow_fragment;
 extern const char* const blur_vertex;
 extern const char* const blur_fragment;
+extern const char* const nv12_fragment;
 
 }  // namespace tavorin::shaders
