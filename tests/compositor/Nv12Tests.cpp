@@ -139,7 +139,7 @@ class Nv12Engine : public ::testing::Test {
  protected:
   Nv12Engine() : context(testContext()), engine(context, sources) {
     context.makeCurrent();
-    red->publish(Frame{solidFrame(64, 36, kRed), 0});
+    red->publish(solidFrame(64, 36, kRed));
     sources.set("image:red", red);
     engine.setCanvas(640, 360);
     engine.setPlanProvider(Canvas::program, [](double) { return RenderPlan{{layerOf("image:red")}}; });
