@@ -232,6 +232,8 @@ void AppModel::bindEngine() {
   auto applyCanvas = [this](const CanvasSize& size) {
     const Size pixels = pixelSize(size);
     engine->setCanvas(static_cast<int>(pixels.width), static_cast<int>(pixels.height));
+    programWidth_ = static_cast<int>(pixels.width);
+    programHeight_ = static_cast<int>(pixels.height);
   };
   applyCanvas(canvasSize.get());
   subscriptions_.push_back(canvasSize.subscribe(applyCanvas));
@@ -240,6 +242,7 @@ void AppModel::bindEngine() {
                        [this](const FrameRef& frame) { encoders.feedVideo(enumName(StreamCanvas::main), frame); });
   engine->setFrameSink(Canvas::vertical,
                        [this](const FrameRef& frame) { encoders.feedVideo(enumName(StreamCanvas::vertical), frame); });
+  if (encoders.hardware().vaapiH264 || encoders.hardware().vaapiHevc) bindHardwareEncoding();
   engine->start();
   auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
     auto [horizontal, vertical] = thumbnailScenes(layouts);
@@ -247,6 +250,31 @@ void AppModel::bindEngine() {
   };
   applyThumbnails(layoutStore.layouts.get());
   subscriptions_.push_back(layoutStore.layouts.subscribe(applyThumbnails));
+}
+
+void AppModel::bindHardwareEncoding() {
+  // A VAAPI encoder takes Program as NV12 made on the GPU: drawn into its own
+  // surfaces where the drivers allow, else read back at 1.5 bytes a pixel.
+  const std::string_view main = enumName(StreamCanvas::main);
+  Nv12Output output;
+  output.frames = [this, main](const Nv12FrameRef& frame) { encoders.feedNv12(main, frame); };
+  output.surface = [this, main](double now) {
+    return encoders.takeSurface(main, programWidth_.load(), programHeight_.load(), now);
+  };
+  output.surfacesRefused = [this, main] { return encoders.surfacesRefused(main); };
+  output.surfaceDone = [this](std::uint64_t surface, double hostTime, bool written) {
+    encoders.surfaceDone(surface, hostTime, written);
+  };
+  output.fellBack = [this](DmaBufImportError why) {
+    // The render thread only hands the reason on.
+    std::weak_ptr<AppModel*> weakSelf = self_;
+    queue_.post([weakSelf, why] {
+      if (auto self = weakSelf.lock()) {
+        (*self)->appendLog(std::string("Program reaches the hardware encoder through a readback: ") + describe(why));
+      }
+    });
+  };
+  engine->setNv12Output(Canvas::program, std::move(output));
 }
 
 void AppModel::subscribeSourceUse() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <future>
@@ -189,6 +190,7 @@ class AppModel {
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
   std::function<void(float)> makePoseUpdate(const CustomTransition& custom);
   void bindEngine();
+  void bindHardwareEncoding();
   // Rebuilds the stored sources that are not in the show yet, in stored order.
   void restoreSources();
   void runMigrations();
@@ -207,6 +209,9 @@ class AppModel {
   std::future<void> screenshotWrite_;
   // Tasks posted to the main queue hold this weakly and do nothing once the model is gone.
   std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
+  // The Program canvas in pixels, as the render thread reads it.
+  std::atomic<int> programWidth_{0};
+  std::atomic<int> programHeight_{0};
 };
 
 }  // namespace tavorin

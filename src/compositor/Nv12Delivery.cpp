@@ -21,6 +21,10 @@ void Nv12Delivery::deliver(const RenderTarget* canvas, bool redrawn, double now)
   finishSurfaces(false);
   if (canvas == nullptr) return;
   const LayerTexture texture{canvas->texture(), canvas->width(), canvas->height()};
+  if (output_.surface && !fellBack_ && output_.surfacesRefused && output_.surfacesRefused()) {
+    fellBack_ = true;
+    if (output_.fellBack) output_.fellBack(DmaBufImportError::notExported);
+  }
   if (output_.surface && !fellBack_ && drawIntoSurface(texture, now)) return;
   if (output_.frames) readBack(texture, redrawn, now);
 }

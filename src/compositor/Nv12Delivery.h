@@ -26,6 +26,9 @@ struct Nv12Output {
   std::function<void(const Nv12FrameRef& frame)> frames;
   // The surface to draw this tick's picture into; nullopt skips the tick.
   std::function<std::optional<Nv12DmaBuf>(double now)> surface;
+  // True once no surface will ever come (the encoder cannot export them):
+  // the readback takes over.
+  std::function<bool()> surfacesRefused;
   // A surface that `surface` gave is done with: the GPU has finished writing
   // the picture of `hostTime` into it, or, when not `written`, it was given up.
   std::function<void(std::uint64_t surface, double hostTime, bool written)> surfaceDone;

@@ -11,6 +11,7 @@ const char* describe(DmaBufImportError error) {
     case DmaBufImportError::badDescriptor: return "the dma-buf descriptor is incomplete";
     case DmaBufImportError::importRefused: return "the GL driver refused the dma-buf";
     case DmaBufImportError::notRenderable: return "the imported dma-buf cannot be drawn into";
+    case DmaBufImportError::notExported: return "the video driver gives no dma-buf of its surfaces";
   }
   return "unknown";
 }

@@ -19,6 +19,7 @@ enum class DmaBufImportError {
   badDescriptor,         // no fd, no size, or a format other than R8 / GR88
   importRefused,         // the driver would not make an image of it
   notRenderable,         // the image binds as a texture but cannot be drawn into
+  notExported,           // the encoder's driver gives no dma-buf of its surfaces
 };
 
 // A short phrase for the log.

@@ -90,7 +90,7 @@ SharedEncoders::Subscription SharedEncoders::subscribeVideo(const std::string& c
       log_(std::string("No hardware ") + codecName(encoding.codec) + " encoder works here: using software H.264 (" +
            opened->encoderName() + ")");
     }
-    encoder = std::make_shared<SharedVideoEncoder>(canvas, std::move(opened));
+    encoder = std::make_shared<SharedVideoEncoder>(canvas, std::move(opened), nextEncoderSerial_++);
     videoEncoders_.push_back(encoder);
     publishLists();
   }
@@ -146,14 +146,45 @@ void SharedEncoders::publishLists() {
   feeds_->audio = std::move(audio);
 }
 
+std::shared_ptr<const SharedEncoders::VideoList> SharedEncoders::videoSnapshot() const {
+  std::lock_guard hold(feeds_->lock);
+  return feeds_->video;
+}
+
 void SharedEncoders::feedVideo(std::string_view canvas, const FrameRef& frame) {
-  std::shared_ptr<const VideoList> encoders;
-  {
-    std::lock_guard hold(feeds_->lock);
-    encoders = feeds_->video;
-  }
+  const auto encoders = videoSnapshot();
   for (const auto& encoder : *encoders) {
     if (encoder->canvas() == canvas) encoder->offer(frame);
+  }
+}
+
+void SharedEncoders::feedNv12(std::string_view canvas, const Nv12FrameRef& frame) {
+  const auto encoders = videoSnapshot();
+  for (const auto& encoder : *encoders) {
+    if (encoder->canvas() == canvas) encoder->offer(frame);
+  }
+}
+
+std::optional<Nv12DmaBuf> SharedEncoders::takeSurface(std::string_view canvas, int width, int height, double now) {
+  const auto encoders = videoSnapshot();
+  // One picture a tick goes to the GPU's target: the first encoder that can draw from it.
+  for (const auto& encoder : *encoders) {
+    if (encoder->canvas() == canvas && encoder->takesNv12(width, height)) return encoder->takeSurface(now);
+  }
+  return std::nullopt;
+}
+
+bool SharedEncoders::surfacesRefused(std::string_view canvas) const {
+  const auto encoders = videoSnapshot();
+  return std::any_of(encoders->begin(), encoders->end(), [&](const auto& encoder) {
+    return encoder->canvas() == canvas && encoder->surfacesRefused();
+  });
+}
+
+void SharedEncoders::surfaceDone(std::uint64_t surface, double hostTime, bool written) {
+  const auto encoders = videoSnapshot();
+  for (const auto& encoder : *encoders) {
+    if (encoder->serial() == surface >> 32) encoder->surfaceDone(surface, hostTime, written);
   }
 }
 
@@ -172,10 +203,7 @@ std::function<void(const AudioBlockRef&)> SharedEncoders::audioSink() const {
   return [feeds = feeds_](const AudioBlockRef& block) { feedAudioTo(*feeds, block); };
 }
 
-int SharedEncoders::videoEncoderCount() const {
-  std::lock_guard hold(feeds_->lock);
-  return static_cast<int>(feeds_->video->size());
-}
+int SharedEncoders::videoEncoderCount() const { return static_cast<int>(videoSnapshot()->size()); }
 
 int SharedEncoders::audioEncoderCount() const {
   std::lock_guard hold(feeds_->lock);

@@ -5,11 +5,14 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/AudioBlock.h"
+#include "base/DmaBufPlane.h"
+#include "base/Nv12Frame.h"
 #include "base/PixelBuffer.h"
 #include "platform/media/EncodedAudioSample.h"
 #include "platform/media/EncodedVideoSample.h"
@@ -77,6 +80,16 @@ class SharedEncoders {
 
   // Frame clock: every encoder of the canvas gets the frame if its rate wants it.
   void feedVideo(std::string_view canvas, const FrameRef& frame);
+  // Frame clock: the GPU's NV12 picture of the canvas, for the hardware
+  // encoders that take it at its size.
+  void feedNv12(std::string_view canvas, const Nv12FrameRef& frame);
+  // Frame clock: a hardware encoder's surface of this canvas's size to draw
+  // the picture of `now` into, when one wants it; then surfaceDone.
+  std::optional<Nv12DmaBuf> takeSurface(std::string_view canvas, int width, int height, double now);
+  void surfaceDone(std::uint64_t surface, double hostTime, bool written);
+  // True when the canvas's surface encoder cannot export its surfaces.
+  bool surfacesRefused(std::string_view canvas) const;
+
   // Audio tap: every audio encoder gets the block.
   void feedAudio(const AudioBlockRef& block);
   // The same as a sink that stays safe to call after the encoders are gone:
@@ -105,6 +118,7 @@ class SharedEncoders {
   VideoList videoEncoders_;
   AudioList audioEncoders_;
   std::uint64_t nextReceiverID_ = 1;
+  std::uint32_t nextEncoderSerial_ = 1;
   // The lists as the media paths see them, swapped whole under a short lock.
   struct Feeds {
     std::mutex lock;
@@ -112,6 +126,7 @@ class SharedEncoders {
     std::shared_ptr<const AudioList> audio = std::make_shared<AudioList>();
   };
   static void feedAudioTo(Feeds& feeds, const AudioBlockRef& block);
+  std::shared_ptr<const VideoList> videoSnapshot() const;
   std::shared_ptr<Feeds> feeds_ = std::make_shared<Feeds>();
 };
 

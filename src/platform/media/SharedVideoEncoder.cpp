@@ -1,26 +1,38 @@
 #include "platform/media/SharedVideoEncoder.h"
 
+#include <algorithm>
+
 #include "base/ThreadName.h"
 
 namespace tavorin {
 
-SharedVideoEncoder::SharedVideoEncoder(std::string canvas, std::unique_ptr<VideoEncoder> encoder)
+SharedVideoEncoder::SharedVideoEncoder(std::string canvas, std::unique_ptr<VideoEncoder> encoder,
+                                       std::uint32_t serial)
     : canvas_(std::move(canvas)),
+      serial_(serial),
       encoding_(encoder->encoding()),
       encoderName_(encoder->encoderName()),
       // A clock a little early still gives every frame the rate wants.
       minInterval_(1.0 / std::max(encoder->encoding().frameRate, 1.0) - 0.002),
+      takesNv12_(encoder->takesNv12(encoder->encoding().width, encoder->encoding().height)),
       encoder_(std::move(encoder)),
       thread_([this] { run(); }) {}
 
 SharedVideoEncoder::~SharedVideoEncoder() { stop(false); }
 
+bool SharedVideoEncoder::wants(double time) {
+  // Older or repeated times, and frames sooner than the rate wants, are not encoded.
+  if (time - lastOffered_ < minInterval_) return false;
+  lastOffered_ = time;
+  return true;
+}
+
 void SharedVideoEncoder::offer(const FrameRef& frame) {
   if (!frame) return;
   const double time = frame->hostTime();
-  // Older or repeated times, and frames sooner than the rate wants, are not encoded.
-  if (time - lastOffered_ < minInterval_) return;
-  lastOffered_ = time;
+  // The GPU's own NV12 is on its way: the BGRA picture would only be converted again.
+  if (time - lastGpuPicture_ < 0.5) return;
+  if (!wants(time)) return;
   {
     std::lock_guard hold(lock_);
     if (stopping_) return;
@@ -28,9 +40,103 @@ void SharedVideoEncoder::offer(const FrameRef& frame) {
       ++dropped_;
       return;
     }
-    ring_[(head_ + count_++) % kQueueCapacity] = Queued{frame, time};
+    ring_[(head_ + count_++) % kQueueCapacity] = Queued{frame, nullptr, time};
   }
   wake_.notify_one();
+}
+
+void SharedVideoEncoder::offer(const Nv12FrameRef& frame) {
+  if (!frame || !takesNv12(frame->width(), frame->height())) return;
+  const double time = frame->hostTime();
+  lastGpuPicture_ = time;
+  if (!wants(time)) return;
+  {
+    std::lock_guard hold(lock_);
+    if (stopping_) return;
+    if (count_ == kQueueCapacity) {
+      ++dropped_;
+      return;
+    }
+    ring_[(head_ + count_++) % kQueueCapacity] = Queued{nullptr, frame, time};
+  }
+  wake_.notify_one();
+}
+
+std::optional<Nv12DmaBuf> SharedVideoEncoder::takeSurface(double now) {
+  if (!takesNv12_ || surfacesRefused_) return std::nullopt;
+  std::optional<Nv12DmaBuf> surface;
+  {
+    std::lock_guard hold(lock_);
+    if (stopping_) return std::nullopt;
+    if (!surfacesWanted_) {
+      // The encoder thread exports a few from now on.
+      surfacesWanted_ = true;
+      wake_.notify_one();
+      return std::nullopt;
+    }
+    if (stashed_ == 0) return std::nullopt;
+    if (now - lastOffered_ < minInterval_) return std::nullopt;
+    surface = stash_[--stashed_];
+  }
+  surface->surface = (static_cast<std::uint64_t>(serial_) << 32) | (surface->surface & 0xFFFFFFFFu);
+  lastOffered_ = now;
+  lastGpuPicture_ = now;
+  return surface;
+}
+
+void SharedVideoEncoder::surfaceDone(std::uint64_t surface, double hostTime, bool written) {
+  {
+    std::lock_guard hold(lock_);
+    // Never more out than exported: there is always room to take one back.
+    if (returnedCount_ < returned_.size()) {
+      returned_[returnedCount_++] = Returned{surface & 0xFFFFFFFFu, hostTime, written};
+    }
+  }
+  wake_.notify_one();
+}
+
+void SharedVideoEncoder::serviceSurfaces() {
+  std::array<Returned, kSurfaceCapacity * 2> done;
+  std::size_t doneCount = 0;
+  std::size_t missing = 0;
+  {
+    std::lock_guard hold(lock_);
+    doneCount = returnedCount_;
+    std::copy_n(returned_.begin(), doneCount, done.begin());
+    returnedCount_ = 0;
+    if (surfacesWanted_) missing = kSurfaceCapacity / 2 > stashed_ ? kSurfaceCapacity / 2 - stashed_ : 0;
+  }
+  for (std::size_t i = 0; i < doneCount; ++i) {
+    const bool key = done[i].written && forceKeyFrame_.exchange(false);
+    if (encoder_->sendSurface(done[i].surface, done[i].time, done[i].written, key) != EncoderError::none) {
+      if (key) forceKeyFrame_ = true;
+      ++dropped_;
+    }
+    deliverAll();
+  }
+  for (std::size_t i = 0; i < missing; ++i) {
+    auto surface = encoder_->acquireSurface();
+    std::lock_guard hold(lock_);
+    if (!surface) {
+      // The driver cannot export its surfaces: the readback stays.
+      surfacesWanted_ = false;
+      surfacesRefused_ = true;
+      break;
+    }
+    stash_[stashed_++] = *surface;
+  }
+}
+
+void SharedVideoEncoder::encode(const FrameRef& frame, const Nv12FrameRef& nv12, double time) {
+  const bool key = forceKeyFrame_.exchange(false);
+  const EncoderError error = nv12 ? encoder_->send(*nv12, time, key) : encoder_->send(*frame, time, key);
+  if (error != EncoderError::none) {
+    // The frame is lost; the next one tries again and makes the key frame that was asked for.
+    if (key) forceKeyFrame_ = true;
+    ++dropped_;
+    return;
+  }
+  deliverAll();
 }
 
 void SharedVideoEncoder::addReceiver(std::uint64_t id, Receiver receiver) {
@@ -80,29 +186,27 @@ void SharedVideoEncoder::run() {
     bool flush = false;
     {
       std::unique_lock hold(lock_);
-      wake_.wait(hold, [this] { return count_ > 0 || stopping_; });
+      const auto surfaceWork = [this] {
+        return returnedCount_ > 0 || (surfacesWanted_ && stashed_ < kSurfaceCapacity / 2);
+      };
+      wake_.wait(hold, [&] { return count_ > 0 || stopping_ || surfaceWork(); });
       if (stopping_ && !flushOnStop_) return;
       if (count_ > 0) {
         item = std::move(ring_[head_]);
         head_ = (head_ + 1) % kQueueCapacity;
         --count_;
-      } else {
+      } else if (stopping_) {
         flush = true;
       }
     }
     if (flush) {
+      serviceSurfaces();
       if (encoder_->flush() == EncoderError::none) deliverAll();
       return;
     }
-    const bool key = forceKeyFrame_.exchange(false);
-    if (encoder_->send(*item.frame, item.time, key) != EncoderError::none) {
-      // The frame is lost; the next one tries again and makes the key frame that was asked for.
-      if (key) forceKeyFrame_ = true;
-      ++dropped_;
-      continue;
-    }
-    item.frame.reset();
-    deliverAll();
+    if (item.frame || item.nv12) encode(item.frame, item.nv12, item.time);
+    item = {};
+    serviceSurfaces();
   }
 }
 

@@ -9,6 +9,7 @@
 
 extern "C" {
 #include <libavutil/hwcontext.h>
+#include <libavutil/hwcontext_drm.h>
 #include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 }
@@ -62,6 +63,11 @@ ffmpeg::CodecContextPtr openEncoder(const std::string& name, const VideoEncoding
   context->time_base = kTimeBase;
   context->framerate = av_d2q(frameRate, 1001000);
   context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  // What the conversions make, the GPU's and swscale's alike; players read it from the stream.
+  context->colorspace = AVCOL_SPC_BT709;
+  context->color_primaries = AVCOL_PRI_BT709;
+  context->color_trc = AVCOL_TRC_BT709;
+  context->color_range = AVCOL_RANGE_MPEG;
   void* priv = context->priv_data;
   if (encoding.codec == VideoCodecKind::proRes422) {
     context->pix_fmt = AV_PIX_FMT_YUV422P10LE;
@@ -278,23 +284,98 @@ bool VideoEncoder::convert(const PixelBuffer& source) {
 
 EncoderError VideoEncoder::send(const PixelBuffer& source, double hostTime, bool forceKeyFrame) {
   if (!source.valid() || !convert(source)) return EncoderError::conversionFailed;
-  AVFrame* input = frame_.get();
+  if (hardwareFrames_) return upload(frame_.get(), hostTime, forceKeyFrame);
+  return sendFrame(frame_.get(), hostTime, forceKeyFrame);
+}
+
+EncoderError VideoEncoder::send(const Nv12Frame& picture, double hostTime, bool forceKeyFrame) {
+  if (!picture.valid() || !takesNv12(picture.width(), picture.height())) return EncoderError::conversionFailed;
+  if (!nv12View_) nv12View_.reset(av_frame_alloc());
+  if (!nv12View_) return EncoderError::outOfMemory;
+  // The planes are only read by the upload: borrowed, not copied.
+  AVFrame* view = nv12View_.get();
+  view->format = AV_PIX_FMT_NV12;
+  view->width = picture.width();
+  view->height = picture.height();
+  view->data[0] = const_cast<std::uint8_t*>(picture.lumaRow(0));
+  view->linesize[0] = static_cast<int>(picture.lumaStride());
+  view->data[1] = const_cast<std::uint8_t*>(picture.chromaRow(0));
+  view->linesize[1] = static_cast<int>(picture.chromaStride());
+  return upload(view, hostTime, forceKeyFrame);
+}
+
+EncoderError VideoEncoder::upload(AVFrame* input, double hostTime, bool forceKeyFrame) {
+  AVFrame* surface = hardwareFrame_.get();
+  av_frame_unref(surface);
+  if (av_hwframe_get_buffer(hardwareFrames_.get(), surface, 0) < 0 ||
+      av_hwframe_transfer_data(surface, input, 0) < 0) {
+    return EncoderError::conversionFailed;
+  }
+  return sendFrame(surface, hostTime, forceKeyFrame);
+}
+
+EncoderError VideoEncoder::sendFrame(AVFrame* input, double hostTime, bool forceKeyFrame) {
   input->pts = std::llround(hostTime * kTimeBase.den);
   input->pict_type = forceKeyFrame ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
-  if (hardwareFrames_) {
-    // The converted picture goes up into a surface of the encoder's own pool.
-    AVFrame* surface = hardwareFrame_.get();
-    av_frame_unref(surface);
-    if (av_hwframe_get_buffer(hardwareFrames_.get(), surface, 0) < 0 ||
-        av_hwframe_transfer_data(surface, input, 0) < 0) {
-      return EncoderError::conversionFailed;
-    }
-    surface->pts = input->pts;
-    surface->pict_type = input->pict_type;
-    input = surface;
-  }
   if (avcodec_send_frame(context_.get(), input) < 0) return EncoderError::encodeFailed;
   return EncoderError::none;
+}
+
+std::optional<Nv12DmaBuf> VideoEncoder::acquireSurface() {
+  if (!hardwareFrames_) return std::nullopt;
+  ExportedSurface exported{ffmpeg::FramePtr(av_frame_alloc()), ffmpeg::FramePtr(av_frame_alloc())};
+  if (!exported.surface || !exported.mapping ||
+      av_hwframe_get_buffer(hardwareFrames_.get(), exported.surface.get(), 0) < 0) {
+    return std::nullopt;
+  }
+  exported.mapping->format = AV_PIX_FMT_DRM_PRIME;
+  if (av_hwframe_map(exported.mapping.get(), exported.surface.get(),
+                     AV_HWFRAME_MAP_WRITE | AV_HWFRAME_MAP_OVERWRITE) < 0) {
+    return std::nullopt;
+  }
+  const auto* drm = reinterpret_cast<const AVDRMFrameDescriptor*>(exported.mapping->data[0]);
+  // The luma and the chroma plane, whether exported as two layers or as one NV12 layer of two planes.
+  const AVDRMPlaneDescriptor* planes[2] = {};
+  if (drm->nb_layers >= 2 && drm->layers[0].nb_planes >= 1 && drm->layers[1].nb_planes >= 1) {
+    planes[0] = &drm->layers[0].planes[0];
+    planes[1] = &drm->layers[1].planes[0];
+  } else if (drm->nb_layers == 1 && drm->layers[0].nb_planes >= 2) {
+    planes[0] = &drm->layers[0].planes[0];
+    planes[1] = &drm->layers[0].planes[1];
+  } else {
+    return std::nullopt;
+  }
+  auto describe = [&](const AVDRMPlaneDescriptor& plane, std::uint32_t fourcc, int width, int height) {
+    const AVDRMObjectDescriptor& object = drm->objects[plane.object_index];
+    DmaBufPlane made;
+    made.fd = object.fd;
+    made.offset = static_cast<std::uint32_t>(plane.offset);
+    made.pitch = static_cast<std::uint32_t>(plane.pitch);
+    made.modifier = object.format_modifier;
+    made.fourcc = fourcc;
+    made.width = width;
+    made.height = height;
+    return made;
+  };
+  // A VAAPI surface is named by its id: the pool hands the same ones out again.
+  const auto id = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(exported.surface->data[3]));
+  Nv12DmaBuf target;
+  target.surface = id;
+  target.luma = describe(*planes[0], kDrmFormatR8, encoding_.width, encoding_.height);
+  target.chroma = describe(*planes[1], kDrmFormatGR88, (encoding_.width + 1) / 2, (encoding_.height + 1) / 2);
+  exported_[id] = std::move(exported);
+  return target;
+}
+
+EncoderError VideoEncoder::sendSurface(std::uint64_t surface, double hostTime, bool written, bool forceKeyFrame) {
+  const auto found = exported_.find(surface);
+  if (found == exported_.end()) return EncoderError::conversionFailed;
+  ExportedSurface exported = std::move(found->second);
+  exported_.erase(found);
+  // Unmapped before the encoder reads it: the GPU's writes are done.
+  exported.mapping.reset();
+  if (!written) return EncoderError::none;
+  return sendFrame(exported.surface.get(), hostTime, forceKeyFrame);
 }
 
 EncoderError VideoEncoder::flush() {

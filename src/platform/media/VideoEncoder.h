@@ -1,9 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
+#include "base/DmaBufPlane.h"
+#include "base/Nv12Frame.h"
 #include "base/PixelBuffer.h"
 #include "platform/media/EncodedVideoSample.h"
 #include "platform/media/EncoderError.h"
@@ -40,6 +44,20 @@ class VideoEncoder {
   EncoderError send(const PixelBuffer& frame, bool forceKeyFrame = false) {
     return send(frame, frame.hostTime(), forceKeyFrame);
   }
+  // VAAPI at the picture's own size: the GPU's NV12 goes up without any
+  // conversion on the CPU.
+  bool takesNv12(int width, int height) const {
+    return hardwareFrames_ && width == encoding_.width && height == encoding_.height;
+  }
+  EncoderError send(const Nv12Frame& frame, double hostTime, bool forceKeyFrame = false);
+  // VAAPI: a surface of the encoder's own pool, exported for the GPU to draw
+  // into, so the picture never passes through the CPU; nothing when the
+  // driver cannot export one.
+  std::optional<Nv12DmaBuf> acquireSurface();
+  // A surface from acquireSurface once the GPU has written the picture of
+  // `hostTime` into it; not `written`, it goes back to the pool unsent.
+  EncoderError sendSurface(std::uint64_t surface, double hostTime, bool written, bool forceKeyFrame = false);
+
   // No more frames: the packets held back come out on the next receives.
   EncoderError flush();
   // The next packet, or false when the encoder wants more input (or has
@@ -54,12 +72,22 @@ class VideoEncoder {
  private:
   VideoEncoder() = default;
   bool convert(const PixelBuffer& frame);
+  EncoderError sendFrame(AVFrame* input, double hostTime, bool forceKeyFrame);
+  // A surface of the pool holding `input`'s picture.
+  EncoderError upload(AVFrame* input, double hostTime, bool forceKeyFrame);
+
+  struct ExportedSurface {
+    ffmpeg::FramePtr surface;
+    ffmpeg::FramePtr mapping;  // the dma-buf view, held while the GPU draws
+  };
 
   VideoEncoding encoding_;
   ffmpeg::CodecContextPtr context_;
   ffmpeg::BufferRefPtr hardwareFrames_;
   ffmpeg::FramePtr frame_;          // the converted picture in system memory
   ffmpeg::FramePtr hardwareFrame_;  // its surface, for VAAPI
+  ffmpeg::FramePtr nv12View_;       // a GPU picture's planes, borrowed for the upload
+  std::map<std::uint64_t, ExportedSurface> exported_;
   ffmpeg::PacketPtr packet_;
   ffmpeg::ScalerPtr scaler_;
   int scalerSourceWidth_ = 0;
