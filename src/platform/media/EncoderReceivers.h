@@ -33,6 +33,16 @@ class EncoderReceivers {
     return list_->empty();
   }
 
+  // Removes the receiver; the last one calls `lastOut` first, while it still
+  // receives. True when it was the last.
+  template <class LastOut>
+  bool leave(std::uint64_t id, LastOut&& lastOut) {
+    if (size() > 1) return remove(id);
+    lastOut();
+    remove(id);
+    return true;
+  }
+
   std::size_t size() const {
     std::lock_guard hold(lock_);
     return list_->size();

@@ -5,22 +5,24 @@
 namespace tavorin {
 
 SharedAudioEncoder::SharedAudioEncoder(AudioEncoding encoding, LogHandler log)
-    : encoding_(std::move(encoding)), log_(std::move(log)), thread_([this] { run(); }) {}
+    : encoding_(std::move(encoding)), log_(std::move(log)) {
+  worker_.start([this] { run(); });
+}
 
-SharedAudioEncoder::~SharedAudioEncoder() { stop(false); }
+SharedAudioEncoder::~SharedAudioEncoder() { worker_.stop(false); }
 
 void SharedAudioEncoder::offer(const AudioBlockRef& block) {
   if (!block || block->frameCount() == 0) return;
   {
-    std::lock_guard hold(lock_);
-    if (stopping_) return;
+    std::lock_guard hold(worker_.lock);
+    if (worker_.stopping) return;
     if (count_ == kQueueCapacity) {
       ++dropped_;
       return;
     }
     ring_[(head_ + count_++) % kQueueCapacity] = block;
   }
-  wake_.notify_one();
+  worker_.wake.notify_one();
 }
 
 void SharedAudioEncoder::addReceiver(std::uint64_t id, Receiver receiver) {
@@ -29,26 +31,8 @@ void SharedAudioEncoder::addReceiver(std::uint64_t id, Receiver receiver) {
 }
 
 bool SharedAudioEncoder::removeReceiver(std::uint64_t id) {
-  if (receivers_.size() > 1) return receivers_.remove(id);
-  stop(true);
-  receivers_.remove(id);
-  return true;
-}
-
-void SharedAudioEncoder::stop(bool flush) {
-  {
-    std::lock_guard hold(lock_);
-    if (stopping_ && !thread_.joinable()) return;
-    stopping_ = true;
-    flushOnStop_ = flushOnStop_ || flush;
-  }
-  wake_.notify_one();
-  if (!thread_.joinable()) return;
-  if (thread_.get_id() == std::this_thread::get_id()) {
-    thread_.detach();
-  } else {
-    thread_.join();
-  }
+  // The last receiver gets what the encoder still holds before it goes.
+  return receivers_.leave(id, [this] { worker_.stop(true); });
 }
 
 void SharedAudioEncoder::deliverAll() {
@@ -81,9 +65,9 @@ void SharedAudioEncoder::run() {
   for (;;) {
     AudioBlockRef block;
     {
-      std::unique_lock hold(lock_);
-      wake_.wait(hold, [this] { return count_ > 0 || stopping_; });
-      if (stopping_ && !flushOnStop_) return;
+      std::unique_lock hold(worker_.lock);
+      worker_.wake.wait(hold, [this] { return count_ > 0 || worker_.stopping; });
+      if (worker_.stopping && !worker_.flushOnStop) return;
       if (count_ == 0) break;
       block = std::move(ring_[head_]);
       head_ = (head_ + 1) % kQueueCapacity;

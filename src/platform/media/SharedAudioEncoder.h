@@ -13,6 +13,7 @@
 #include "platform/media/AudioEncoder.h"
 #include "platform/media/EncodedAudioSample.h"
 #include "platform/media/EncoderReceivers.h"
+#include "platform/media/EncoderWorker.h"
 
 namespace tavorin {
 
@@ -43,7 +44,6 @@ class SharedAudioEncoder {
   void run();
   void encode(const AudioBlock& block);
   void deliverAll();
-  void stop(bool flush);
 
   const AudioEncoding encoding_;
   LogHandler log_;
@@ -52,14 +52,11 @@ class SharedAudioEncoder {
   EncoderReceivers<EncodedAudioSampleRef> receivers_;
   std::atomic<int> dropped_{0};
 
-  std::mutex lock_;
-  std::condition_variable wake_;
   std::array<AudioBlockRef, kQueueCapacity> ring_;
   std::size_t head_ = 0;
   std::size_t count_ = 0;
-  bool stopping_ = false;
-  bool flushOnStop_ = false;
-  std::thread thread_;
+  // Last, so the thread stops before anything it uses goes.
+  EncoderWorker worker_;
 };
 
 }  // namespace tavorin

@@ -15,10 +15,11 @@ SharedVideoEncoder::SharedVideoEncoder(std::string canvas, std::unique_ptr<Video
       // A clock a little early still gives every frame the rate wants.
       minInterval_(1.0 / std::max(encoder->encoding().frameRate, 1.0) - 0.002),
       takesNv12_(encoder->takesNv12(encoder->encoding().width, encoder->encoding().height)),
-      encoder_(std::move(encoder)),
-      thread_([this] { run(); }) {}
+      encoder_(std::move(encoder)) {
+  worker_.start([this] { run(); });
+}
 
-SharedVideoEncoder::~SharedVideoEncoder() { stop(false); }
+SharedVideoEncoder::~SharedVideoEncoder() { worker_.stop(false); }
 
 bool SharedVideoEncoder::wants(double time) {
   // Older or repeated times, and frames sooner than the rate wants, are not encoded.
@@ -32,46 +33,39 @@ void SharedVideoEncoder::offer(const FrameRef& frame) {
   const double time = frame->hostTime();
   // The GPU's own NV12 is on its way: the BGRA picture would only be converted again.
   if (time - lastGpuPicture_ < 0.5) return;
-  if (!wants(time)) return;
-  {
-    std::lock_guard hold(lock_);
-    if (stopping_) return;
-    if (count_ == kQueueCapacity) {
-      ++dropped_;
-      return;
-    }
-    ring_[(head_ + count_++) % kQueueCapacity] = Queued{frame, nullptr, time};
-  }
-  wake_.notify_one();
+  if (wants(time)) push(Queued{frame, nullptr, time});
 }
 
 void SharedVideoEncoder::offer(const Nv12FrameRef& frame) {
   if (!frame || !takesNv12(frame->width(), frame->height())) return;
   const double time = frame->hostTime();
   lastGpuPicture_ = time;
-  if (!wants(time)) return;
+  if (wants(time)) push(Queued{nullptr, frame, time});
+}
+
+void SharedVideoEncoder::push(Queued item) {
   {
-    std::lock_guard hold(lock_);
-    if (stopping_) return;
+    std::lock_guard hold(worker_.lock);
+    if (worker_.stopping) return;
     if (count_ == kQueueCapacity) {
       ++dropped_;
       return;
     }
-    ring_[(head_ + count_++) % kQueueCapacity] = Queued{nullptr, frame, time};
+    ring_[(head_ + count_++) % kQueueCapacity] = std::move(item);
   }
-  wake_.notify_one();
+  worker_.wake.notify_one();
 }
 
 std::optional<Nv12DmaBuf> SharedVideoEncoder::takeSurface(double now) {
   if (!takesNv12_ || surfacesRefused_) return std::nullopt;
   std::optional<Nv12DmaBuf> surface;
   {
-    std::lock_guard hold(lock_);
-    if (stopping_) return std::nullopt;
+    std::lock_guard hold(worker_.lock);
+    if (worker_.stopping) return std::nullopt;
     if (!surfacesWanted_) {
       // The encoder thread exports a few from now on.
       surfacesWanted_ = true;
-      wake_.notify_one();
+      worker_.wake.notify_one();
       return std::nullopt;
     }
     if (stashed_ == 0) return std::nullopt;
@@ -86,13 +80,13 @@ std::optional<Nv12DmaBuf> SharedVideoEncoder::takeSurface(double now) {
 
 void SharedVideoEncoder::surfaceDone(std::uint64_t surface, double hostTime, bool written) {
   {
-    std::lock_guard hold(lock_);
+    std::lock_guard hold(worker_.lock);
     // Never more out than exported: there is always room to take one back.
     if (returnedCount_ < returned_.size()) {
       returned_[returnedCount_++] = Returned{surface & 0xFFFFFFFFu, hostTime, written};
     }
   }
-  wake_.notify_one();
+  worker_.wake.notify_one();
 }
 
 void SharedVideoEncoder::serviceSurfaces() {
@@ -100,7 +94,7 @@ void SharedVideoEncoder::serviceSurfaces() {
   std::size_t doneCount = 0;
   std::size_t missing = 0;
   {
-    std::lock_guard hold(lock_);
+    std::lock_guard hold(worker_.lock);
     doneCount = returnedCount_;
     std::copy_n(returned_.begin(), doneCount, done.begin());
     returnedCount_ = 0;
@@ -116,7 +110,7 @@ void SharedVideoEncoder::serviceSurfaces() {
   }
   for (std::size_t i = 0; i < missing; ++i) {
     auto surface = encoder_->acquireSurface();
-    std::lock_guard hold(lock_);
+    std::lock_guard hold(worker_.lock);
     if (!surface) {
       // The driver cannot export its surfaces: the readback stays.
       surfacesWanted_ = false;
@@ -145,28 +139,8 @@ void SharedVideoEncoder::addReceiver(std::uint64_t id, Receiver receiver) {
 }
 
 bool SharedVideoEncoder::removeReceiver(std::uint64_t id) {
-  if (receivers_.size() > 1) return receivers_.remove(id);
   // The last receiver gets what the encoder still holds before it goes.
-  stop(true);
-  receivers_.remove(id);
-  return true;
-}
-
-void SharedVideoEncoder::stop(bool flush) {
-  {
-    std::lock_guard hold(lock_);
-    if (stopping_ && !thread_.joinable()) return;
-    stopping_ = true;
-    flushOnStop_ = flushOnStop_ || flush;
-  }
-  wake_.notify_one();
-  if (!thread_.joinable()) return;
-  // A receiver that leaves from inside its own callback cannot wait for the thread it runs on.
-  if (thread_.get_id() == std::this_thread::get_id()) {
-    thread_.detach();
-  } else {
-    thread_.join();
-  }
+  return receivers_.leave(id, [this] { worker_.stop(true); });
 }
 
 void SharedVideoEncoder::deliverAll() {
@@ -185,17 +159,17 @@ void SharedVideoEncoder::run() {
     Queued item;
     bool flush = false;
     {
-      std::unique_lock hold(lock_);
+      std::unique_lock hold(worker_.lock);
       const auto surfaceWork = [this] {
         return returnedCount_ > 0 || (surfacesWanted_ && stashed_ < kSurfaceCapacity / 2);
       };
-      wake_.wait(hold, [&] { return count_ > 0 || stopping_ || surfaceWork(); });
-      if (stopping_ && !flushOnStop_) return;
+      worker_.wake.wait(hold, [&] { return count_ > 0 || worker_.stopping || surfaceWork(); });
+      if (worker_.stopping && !worker_.flushOnStop) return;
       if (count_ > 0) {
         item = std::move(ring_[head_]);
         head_ = (head_ + 1) % kQueueCapacity;
         --count_;
-      } else if (stopping_) {
+      } else if (worker_.stopping) {
         flush = true;
       }
     }

@@ -14,6 +14,7 @@
 #include "base/PixelBuffer.h"
 #include "platform/media/EncodedVideoSample.h"
 #include "platform/media/EncoderReceivers.h"
+#include "platform/media/EncoderWorker.h"
 #include "platform/media/VideoEncoder.h"
 
 namespace tavorin {
@@ -59,9 +60,14 @@ class SharedVideoEncoder {
  private:
   void run();
   void deliverAll();
-  void stop(bool flush);
   // Frame clock: whether the rate wants a picture of `time`.
   bool wants(double time);
+  struct Queued {
+    FrameRef frame;
+    Nv12FrameRef nv12;
+    double time = 0;  // as read when offered
+  };
+  void push(Queued item);
   // Encoder thread: sends the surfaces the GPU is done with and keeps a few exported.
   void serviceSurfaces();
   void encode(const FrameRef& frame, const Nv12FrameRef& nv12, double time);
@@ -87,25 +93,17 @@ class SharedVideoEncoder {
   double lastOffered_ = -1e300;  // frame clock only
   double lastGpuPicture_ = -1e300;  // frame clock only
 
-  std::mutex lock_;
-  std::condition_variable wake_;
-  struct Queued {
-    FrameRef frame;
-    Nv12FrameRef nv12;
-    double time = 0;  // as read when offered
-  };
   std::array<Queued, kQueueCapacity> ring_;
   std::size_t head_ = 0;
   std::size_t count_ = 0;
-  bool stopping_ = false;
-  bool flushOnStop_ = false;
   // Surfaces exported and waiting for the GPU, and those it is done with.
   bool surfacesWanted_ = false;
   std::array<Nv12DmaBuf, kSurfaceCapacity> stash_;
   std::size_t stashed_ = 0;
   std::array<Returned, kSurfaceCapacity * 2> returned_;
   std::size_t returnedCount_ = 0;
-  std::thread thread_;
+  // Last, so the thread stops before anything it uses goes.
+  EncoderWorker worker_;
 };
 
 }  // namespace tavorin
