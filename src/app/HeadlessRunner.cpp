@@ -10,13 +10,10 @@
 #include "platform/gl/GLContext.h"
 #include "platform/gl/GLFailure.h"
 #include "platform/loop/GLibMainQueue.h"
+#include "platform/media/MediaLog.h"
 #include "platform/media/PngWriter.h"
 #include "stores/Preferences.h"
 #include "stores/ShowFolder.h"
-
-extern "C" {
-#include <libavutil/log.h>
-}
 
 namespace tavorin {
 
@@ -28,8 +25,7 @@ int runHeadless(const LaunchOptions& options) {
       .queue = queue,
   };
 
-  // The codecs' own progress chatter is no news for the operator; their errors are.
-  av_log_set_level(AV_LOG_ERROR);
+  keepMediaLogToErrors();
 
   // Before anything slow: a signal during start-up still takes the quit path.
   for (int signal : {SIGINT, SIGTERM, SIGHUP}) queue.onSignal(signal, [&queue] { queue.quit(); });

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "audio/PcmFormat.h"
+#include "base/PcmFormat.h"
 
 namespace tavorin {
 

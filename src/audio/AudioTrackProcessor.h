@@ -8,11 +8,11 @@
 #include <optional>
 #include <string>
 
-#include "audio/AudioConverter.h"
 #include "audio/AudioLiveFeed.h"
-#include "audio/PcmFormat.h"
 #include "audio/dsp/FilterChain.h"
 #include "base/PcmBuffer.h"
+#include "base/PcmFormat.h"
+#include "platform/media/AudioConverter.h"
 
 namespace tavorin {
 

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <thread>
 
-#include "audio/AudioConverter.h"
 #include "audio/AudioMixerEngine.h"
+#include "platform/media/AudioConverter.h"
 #include "support/ManualMainQueue.h"
 #include "support/TempDir.h"
 

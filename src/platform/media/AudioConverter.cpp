@@ -1,4 +1,4 @@
-#include "audio/AudioConverter.h"
+#include "platform/media/AudioConverter.h"
 
 #include <vector>
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <optional>
 
-#include "audio/PcmFormat.h"
+#include "base/PcmFormat.h"
 #include "base/PcmBuffer.h"
 
 struct SwrContext;
