@@ -41,9 +41,9 @@ std::vector<std::string> packetLines(const std::filesystem::path& file, const ch
 
 }  // namespace
 
-std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream) {
+std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream, const char* which) {
   std::vector<double> times;
-  for (const auto& line : packetLines(file, stream, "dts_time")) times.push_back(std::stod(line));
+  for (const auto& line : packetLines(file, stream, which)) times.push_back(std::stod(line));
   return times;
 }
 

@@ -16,8 +16,9 @@ inline nlohmann::json probe(const std::filesystem::path& file) { return probe(fi
 // The first stream of `type` ("video", "audio"), or null.
 const nlohmann::json* streamOf(const nlohmann::json& info, const std::string& type);
 
-// Decode times in seconds of one stream's packets ("v" or "a"), in file order.
-std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream);
+// Decode times (or, with "pts_time", presentation times) in seconds of one
+// stream's packets ("v" or "a"), in file order.
+std::vector<double> packetTimes(const std::filesystem::path& file, const char* stream, const char* which = "dts_time");
 
 // A hash of each packet's bytes, with "K" before it for a key frame, in file order:
 // two files that carry the same encoded samples have equal runs of these.

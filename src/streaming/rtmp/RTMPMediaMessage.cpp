@@ -46,7 +46,7 @@ std::optional<std::vector<std::uint8_t>> videoSequenceHeader(const VideoFormatDe
 std::vector<std::uint8_t> videoMessageBody(const EncodedVideoSample& sample) {
   const std::uint8_t frameType = sample.isKeyFrame ? kKeyFrame : kInterFrame;
   const auto composition =
-      static_cast<std::uint32_t>(std::max(0.0, std::floor((sample.pts - sample.dts + 0.066) * 1000)));
+      static_cast<std::uint32_t>(std::max(0.0, std::floor((sample.pts - sample.dts + kCompositionLead) * 1000)));
   std::vector<std::uint8_t> body;
   body.reserve(sample.data.size() + 8);
   if (sample.format && sample.format->codec == VideoCodecKind::hevc) {

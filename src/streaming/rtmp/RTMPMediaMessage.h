@@ -16,7 +16,11 @@ namespace tavorin {
 
 // The sequence header of a format; nothing for a format without its record.
 std::optional<std::vector<std::uint8_t>> videoSequenceHeader(const VideoFormatDescription& format);
-// Composition time is (pts - dts + 0.066) s in whole milliseconds, at least 0.
+// How far every picture's composition time leads its decode time beyond
+// their difference, so that none comes out negative.
+inline constexpr double kCompositionLead = 0.066;
+
+// Composition time is (pts - dts + kCompositionLead) s in whole milliseconds, at least 0.
 std::vector<std::uint8_t> videoMessageBody(const EncodedVideoSample& sample);
 
 std::optional<std::vector<std::uint8_t>> audioSequenceHeader(const AudioFormatDescription& format);

@@ -78,6 +78,8 @@ void RTMPStream::publish(std::optional<std::string> name, HowToPublish type, Com
     self->videoFormat_.reset();
     self->audioTimestamp_ = {};
     self->videoTimestamp_ = {};
+    self->origin_.reset();
+    self->audioBeforePicture_.clear();
     self->readyState_ = ReadyState::publish;
     auto resource = *name;
     self->waitForAnswer(
@@ -193,7 +195,7 @@ void RTMPStream::send(EncodedAudioSampleRef sample) {
   if (readyState_ != ReadyState::publishing || !sample) return;
   auto weak = weak_from_this();
   connection_.post([weak, sample = std::move(sample)] {
-    if (auto self = weak.lock()) self->appendEncoded(*sample);
+    if (auto self = weak.lock()) self->appendEncoded(sample);
   });
 }
 
@@ -206,6 +208,14 @@ void RTMPStream::setMetadata(const RTMPStreamMetadata& metadata) {
 
 void RTMPStream::appendEncoded(const EncodedVideoSample& sample) {
   if (readyState_ != ReadyState::publishing || sample.data.empty() || !sample.format) return;
+  if (!origin_) {
+    // A player starts at a key frame: nothing goes out before one.
+    if (!sample.isKeyFrame) return;
+    origin_ = sample.dts;
+    videoTimestamp_.origin = sample.dts;
+    // Every picture shows its composition lead late; the sound is placed as late.
+    audioTimestamp_.origin = sample.dts - kCompositionLead;
+  }
   const auto delta = videoTimestamp_.update(sample.dts);
   if (!delta) {
     ++droppedVideo_;
@@ -226,8 +236,21 @@ void RTMPStream::appendEncoded(const EncodedVideoSample& sample) {
                                           RTMPMessage{RTMPMessageType::video, id_, *delta, videoMessageBody(sample)});
 }
 
-void RTMPStream::appendEncoded(const EncodedAudioSample& sample) {
-  if (readyState_ != ReadyState::publishing || sample.data.empty() || !sample.format) return;
+void RTMPStream::appendEncoded(const EncodedAudioSampleRef& sample) {
+  if (readyState_ != ReadyState::publishing || sample->data.empty() || !sample->format) return;
+  if (!origin_) {
+    // About the encoder's delay of sound, kept for the first picture.
+    constexpr std::size_t kWaitingLimit = 96;
+    if (audioBeforePicture_.size() == kWaitingLimit) audioBeforePicture_.pop_front();
+    audioBeforePicture_.push_back(sample);
+    return;
+  }
+  for (const auto& waiting : audioBeforePicture_) sendAudio(*waiting);
+  audioBeforePicture_.clear();
+  sendAudio(*sample);
+}
+
+void RTMPStream::sendAudio(const EncodedAudioSample& sample) {
   const auto delta = audioTimestamp_.update(sample.pts);
   if (!delta) return;
   if (!audioFormat_ || *audioFormat_ != *sample.format) {

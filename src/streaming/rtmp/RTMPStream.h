@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -90,7 +91,8 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   void finishWait(RTMPStreamResult result);
   void sendMetadata();
   void appendEncoded(const EncodedVideoSample& sample);
-  void appendEncoded(const EncodedAudioSample& sample);
+  void appendEncoded(const EncodedAudioSampleRef& sample);
+  void sendAudio(const EncodedAudioSample& sample);
   AMFArray makeMetadata() const;
   void emit(const std::string& line) {
     if (log) log(line);
@@ -108,6 +110,10 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   boost::asio::steady_timer requestTimer_;
   RTMPTimestamp audioTimestamp_;
   RTMPTimestamp videoTimestamp_;
+  // Sound and picture of one publish count from one origin, the first picture
+  // sent; the sound that comes before it waits here.
+  std::optional<double> origin_;
+  std::deque<EncodedAudioSampleRef> audioBeforePicture_;
   std::shared_ptr<const AudioFormatDescription> audioFormat_;
   std::shared_ptr<const VideoFormatDescription> videoFormat_;
   RTMPStreamMetadata metadata_;  // the connection's context

@@ -7,9 +7,10 @@ namespace tavorin {
 std::optional<std::uint32_t> RTMPTimestamp::update(double seconds) {
   if (updatedAt >= seconds) return std::nullopt;
   if (startedAt == 0) {
+    if (origin && seconds < *origin) return std::nullopt;
     startedAt = seconds;
-    updatedAt = seconds;
-    return 0;
+    updatedAt = origin.value_or(seconds);
+    if (!origin) return 0;
   }
   // To the microsecond: differences of large host times carry float noise
   // that would tip a whole half millisecond the wrong way.

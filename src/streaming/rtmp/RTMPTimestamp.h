@@ -14,6 +14,10 @@ class RTMPTimestamp {
   // or earlier time never goes on the wire.
   std::optional<std::uint32_t> update(double seconds);
 
+  // Where the first time counts from; without one, the first time is 0.
+  // A time before it never goes on the wire.
+  std::optional<double> origin;
+
   double startedAt = 0;
   double updatedAt = 0;
   double timedeltaFraction = 0;  // milliseconds

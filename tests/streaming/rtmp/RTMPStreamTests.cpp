@@ -48,7 +48,9 @@ void expectGeneratedRecording(const std::filesystem::path& file, double seconds)
   EXPECT_EQ(videoTimes.size(), static_cast<std::size_t>(seconds * 30));
   for (std::size_t i = 1; i < videoTimes.size(); ++i) ASSERT_GT(videoTimes[i], videoTimes[i - 1]) << i;
   for (std::size_t i = 1; i < audioTimes.size(); ++i) ASSERT_GT(audioTimes[i], audioTimes[i - 1]) << i;
-  EXPECT_NEAR(videoTimes.front(), audioTimes.front(), 1.0 / 30) << "audio and video start together";
+  // Shown together: the first picture and the first sound have one presentation time.
+  EXPECT_NEAR(packetTimes(file, "v", "pts_time").front(), packetTimes(file, "a", "pts_time").front(), 0.002)
+      << "audio and video start together";
   EXPECT_NEAR(videoTimes.back() - videoTimes.front() + 1.0 / 30, seconds, 1.0 / 30);
 }
 
@@ -112,6 +114,13 @@ TEST(RTMPStreamMessages, TimestampsCarryTheFractionAndRefuseRepeats) {
   EXPECT_EQ(deltas, (std::vector<std::uint32_t>{33, 34, 33, 34}));
   EXPECT_FALSE(timestamp.update(100.0 + 4 * 0.0335)) << "a repeated time never goes on the wire";
   EXPECT_FALSE(timestamp.update(100.0));
+
+  // Sound and picture count from one origin: the first of each is placed from it.
+  RTMPTimestamp fromOrigin;
+  fromOrigin.origin = 100.0;
+  EXPECT_FALSE(fromOrigin.update(99.99)) << "before the origin";
+  EXPECT_EQ(fromOrigin.update(100.5), 500u);
+  EXPECT_EQ(fromOrigin.update(100.6), 100u);
 }
 
 TEST(RTMPStreamMessages, VideoAndAudioBodies) {
