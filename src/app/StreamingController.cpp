@@ -41,7 +41,7 @@ void StreamingController::logStates(const std::map<Uuid, StreamState>& states) {
         log_(name + " is live");
         break;
       case StreamState::Kind::reconnecting:
-        log_(name + ": " + state.label());
+        log_(name + ": " + state.label() + (state.message.empty() ? "" : " — " + state.message));
         break;
       case StreamState::Kind::error:
         log_(name + ": " + state.message);

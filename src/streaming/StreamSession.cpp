@@ -1,5 +1,6 @@
 #include "streaming/StreamSession.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "base/HostTime.h"
@@ -12,6 +13,8 @@ namespace tavorin {
 namespace {
 
 constexpr double kConnectionCheckUnits = 3;
+// A peer that takes no byte for this long is gone, whatever its socket says.
+constexpr double kStalledSeconds = 5;
 // A stop is not held up by a server that does not answer closeStream.
 constexpr double kCloseWaitSeconds = 2;
 
@@ -226,16 +229,25 @@ void StreamSession::runLoop() {
       }
       isPublishing_ = true;
       report(StreamState::live(wallClockNow()));
+      std::string why;
       while (true) {
-        if (sleepCancelled(kConnectionCheckUnits * timing_.unit)) return;
+        // Checked each second too, so a stalled peer is seen within its limit.
+        if (sleepCancelled(std::min(kConnectionCheckUnits * timing_.unit, 1.0))) return;
         countDrops();
-        if (!isPublishing_ || !connection_.connected()) break;
+        if (!isPublishing_ || !connection_.connected()) {
+          why = "the connection closed";
+          break;
+        }
+        if (connection_.secondsStalled() >= kStalledSeconds) {
+          why = "the server stopped taking data";
+          break;
+        }
       }
       // Dropped after being live: the count starts over.
       isPublishing_ = false;
       leaveEncoders();
       attempt = 1;
-      report(StreamState::reconnecting(attempt));
+      report(StreamState::reconnecting(attempt, why));
       closeQuietly(0);
     } else {
       isPublishing_ = false;

@@ -59,7 +59,8 @@ class StreamSession {
   // What the session asks of the shared encoders.
   const VideoCodecSettings& videoSettings() const { return videoSettings_; }
   const AudioCodecSettings& audioSettings() const { return audioSettings_; }
-  std::uint64_t byteCount() const { return stream_->info().byteCount; }
+  // Bytes that reached the network, not those queued for it.
+  std::uint64_t byteCount() const { return connection_.totalBytesOut(); }
   std::uint16_t currentFPS() const { return stream_->currentFPS(); }
   int videoDropCount() const { return videoDropCount_; }
   // The URL attempt `attempt` connects to.

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 namespace tavorin {
 
 // Where one destination stands. `since` is the wall-clock second it went
-// live; `attempt` the try a reconnection is on; `message` why it gave up.
+// live; `attempt` the try a reconnection is on; `message` why it gave up,
+// or why a live stream dropped.
 struct StreamState {
   enum class Kind { live, reconnecting, error, idle, connecting };
 
@@ -15,7 +17,9 @@ struct StreamState {
   std::string message;
 
   static StreamState live(double since) { return {Kind::live, since, 0, {}}; }
-  static StreamState reconnecting(int attempt) { return {Kind::reconnecting, 0, attempt, {}}; }
+  static StreamState reconnecting(int attempt, std::string why = {}) {
+    return {Kind::reconnecting, 0, attempt, std::move(why)};
+  }
   static StreamState error(std::string message) { return {Kind::error, 0, 0, std::move(message)}; }
   static StreamState idle() { return {}; }
   static StreamState connecting() { return {Kind::connecting, 0, 0, {}}; }

@@ -114,8 +114,10 @@ void ScriptedPeer::closeNow() {
   ::shutdown(fd_, SHUT_RDWR);
 }
 
-ScriptedRTMPServer::ScriptedRTMPServer(std::function<void(ScriptedPeer&)> script) {
+ScriptedRTMPServer::ScriptedRTMPServer(std::function<void(ScriptedPeer&)> script, int receiveBuffer) {
   listenFd_ = ::socket(AF_INET, SOCK_STREAM, 0);
+  // Set before listening, so accepted connections start with it.
+  if (receiveBuffer > 0) ::setsockopt(listenFd_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

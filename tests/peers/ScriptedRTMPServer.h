@@ -55,7 +55,9 @@ class ScriptedPeer {
 // connection in turn, on its own thread.
 class ScriptedRTMPServer {
  public:
-  explicit ScriptedRTMPServer(std::function<void(ScriptedPeer&)> script);
+  // `receiveBuffer` in bytes, when given, keeps the TCP window small, so a
+  // peer that stops reading stops the client's writes at once.
+  explicit ScriptedRTMPServer(std::function<void(ScriptedPeer&)> script, int receiveBuffer = 0);
   ~ScriptedRTMPServer();
 
   int port() const { return port_; }

@@ -89,6 +89,11 @@ std::uint64_t RTMPConnection::queueBytesOut() const {
   return socket ? socket->queueBytesOut() : 0;
 }
 
+double RTMPConnection::secondsStalled() const {
+  auto socket = std::atomic_load(&socket_);
+  return socket ? socket->secondsStalled() : 0;
+}
+
 void RTMPConnection::connect(const std::string& uri, AMFList arguments, Completion done) {
   post([this, uri, arguments = std::move(arguments), done = std::move(done)]() mutable {
     start(uri, std::move(arguments), std::move(done), 0);

@@ -88,6 +88,8 @@ class RTMPConnection {
   std::uint64_t totalBytesIn() const;
   std::uint64_t totalBytesOut() const;
   std::uint64_t queueBytesOut() const;
+  // See RTMPSocket::secondsStalled; 0 without a connection.
+  double secondsStalled() const;
 
   // For tests: the context's view, read on the context.
   ReadyState readyState() const { return readyState_; }

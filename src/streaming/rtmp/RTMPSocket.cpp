@@ -1,8 +1,15 @@
 #include "streaming/rtmp/RTMPSocket.h"
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+
+#include <algorithm>
+
 #include <boost/asio/connect.hpp>
 #include <boost/asio/ssl/host_name_verification.hpp>
 #include <boost/asio/write.hpp>
+
+#include "base/HostTime.h"
 
 namespace tavorin {
 
@@ -113,6 +120,9 @@ void RTMPSocket::tcpConnected(const std::string& host) {
 void RTMPSocket::ready() {
   if (log_) log_("Connection is ready.");
   connected_ = true;
+  lastAcknowledged_ = 0;
+  lastAcknowledgedAt_ = hostTimeNow();
+  fd_ = tcp().native_handle();
   timeoutTimer_.cancel();
   outputs_.clear();
   if (continuation_) {
@@ -125,6 +135,21 @@ void RTMPSocket::ready() {
 void RTMPSocket::fail(const std::string& what, const boost::system::error_code& error) {
   if (log_) log_(what + " " + error.message());
   close(error.message());
+}
+
+double RTMPSocket::secondsStalled() const {
+  const int fd = fd_.load();
+  if (fd < 0) return 0;
+  int unacknowledged = 0;
+  if (::ioctl(fd, SIOCOUTQ, &unacknowledged) < 0) return 0;
+  const std::uint64_t acknowledged = totalBytesOut_ - static_cast<std::uint64_t>(std::max(unacknowledged, 0));
+  const double now = hostTimeNow();
+  if (acknowledged != lastAcknowledged_ || (unacknowledged == 0 && queueBytesOut_ == 0)) {
+    lastAcknowledged_ = acknowledged;
+    lastAcknowledgedAt_ = now;
+    return 0;
+  }
+  return now - lastAcknowledgedAt_;
 }
 
 void RTMPSocket::send(std::vector<std::uint8_t> bytes) {
@@ -212,6 +237,7 @@ void RTMPSocket::ended(Error error) {
 void RTMPSocket::close(std::optional<std::string> error) {
   if (!stream_ || !opened_) return;
   opened_ = false;
+  fd_ = -1;
   if (continuation_) {
     auto waiting = std::move(continuation_);
     continuation_ = nullptr;

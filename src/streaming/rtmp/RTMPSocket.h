@@ -68,6 +68,10 @@ class RTMPSocket : public std::enable_shared_from_this<RTMPSocket> {
   std::uint64_t totalBytesIn() const { return totalBytesIn_; }
   std::uint64_t totalBytesOut() const { return totalBytesOut_; }
   std::uint64_t queueBytesOut() const { return queueBytesOut_; }
+  // Seconds that bytes have waited without the peer acknowledging any: a
+  // peer that stopped reading, however much the kernel still buffers. 0
+  // while data flows or nothing waits. One thread at a time asks.
+  double secondsStalled() const;
 
  private:
   using TcpSocket = boost::asio::ip::tcp::socket;
@@ -101,6 +105,11 @@ class RTMPSocket : public std::enable_shared_from_this<RTMPSocket> {
   std::atomic<std::uint64_t> totalBytesIn_{0};
   std::atomic<std::uint64_t> totalBytesOut_{0};
   std::atomic<std::uint64_t> queueBytesOut_{0};
+  // The socket's descriptor while open, for the kernel's count of unacknowledged bytes.
+  std::atomic<int> fd_{-1};
+  // The bytes acknowledged when last asked, and since when.
+  mutable std::atomic<std::uint64_t> lastAcknowledged_{0};
+  mutable std::atomic<double> lastAcknowledgedAt_{0};
 };
 
 }  // namespace tavorin

@@ -1,5 +1,7 @@
 #include "streaming/rtmp/RTMPStream.h"
 
+#include <algorithm>
+
 #include "streaming/rtmp/AMF0Serializer.h"
 #include "streaming/rtmp/RTMPCommandMessage.h"
 #include "streaming/rtmp/RTMPMediaMessage.h"
@@ -79,6 +81,7 @@ void RTMPStream::publish(std::optional<std::string> name, HowToPublish type, Com
     self->audioTimestamp_ = {};
     self->videoTimestamp_ = {};
     self->origin_.reset();
+    self->skippingToKeyFrame_ = false;
     self->audioBeforePicture_.clear();
     self->readyState_ = ReadyState::publish;
     auto resource = *name;
@@ -216,6 +219,17 @@ void RTMPStream::appendEncoded(const EncodedVideoSample& sample) {
     // Every picture shows its composition lead late; the sound is placed as late.
     audioTimestamp_.origin = sample.dts - kCompositionLead;
   }
+  // A network that falls behind loses whole groups of pictures, never the
+  // middle of one, and the queue never holds more than a few seconds.
+  if (skippingToKeyFrame_ && !sample.isKeyFrame) {
+    ++droppedVideo_;
+    return;
+  }
+  skippingToKeyFrame_ = sendQueueFull();
+  if (skippingToKeyFrame_) {
+    ++droppedVideo_;
+    return;
+  }
   const auto delta = videoTimestamp_.update(sample.dts);
   if (!delta) {
     ++droppedVideo_;
@@ -234,6 +248,13 @@ void RTMPStream::appendEncoded(const EncodedVideoSample& sample) {
   }
   info_.byteCount += connection_.doOutput(RTMPChunkType::one, RTMPChunkStreamId::video,
                                           RTMPMessage{RTMPMessageType::video, id_, *delta, videoMessageBody(sample)});
+}
+
+bool RTMPStream::sendQueueFull() const {
+  constexpr double kQueueSeconds = 2;
+  constexpr std::uint64_t kLeast = 1 << 20;
+  const auto rate = static_cast<double>(metadata_.videoBitRate + metadata_.audioBitRate) / 8;
+  return connection_.queueBytesOut() > std::max<std::uint64_t>(kLeast, static_cast<std::uint64_t>(rate * kQueueSeconds));
 }
 
 void RTMPStream::appendEncoded(const EncodedAudioSampleRef& sample) {

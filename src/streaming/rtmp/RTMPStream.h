@@ -93,6 +93,7 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   void appendEncoded(const EncodedVideoSample& sample);
   void appendEncoded(const EncodedAudioSampleRef& sample);
   void sendAudio(const EncodedAudioSample& sample);
+  bool sendQueueFull() const;
   AMFArray makeMetadata() const;
   void emit(const std::string& line) {
     if (log) log(line);
@@ -113,6 +114,8 @@ class RTMPStream final : public RTMPConnectionStream, public std::enable_shared_
   // Sound and picture of one publish count from one origin, the first picture
   // sent; the sound that comes before it waits here.
   std::optional<double> origin_;
+  // Pictures are dropped to the next key frame while the network is this far behind.
+  bool skippingToKeyFrame_ = false;
   std::deque<EncodedAudioSampleRef> audioBeforePicture_;
   std::shared_ptr<const AudioFormatDescription> audioFormat_;
   std::shared_ptr<const VideoFormatDescription> videoFormat_;

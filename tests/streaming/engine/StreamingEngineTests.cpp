@@ -183,7 +183,7 @@ TEST(StreamingEngine, ThreeDestinationsAndOneServerDrops) {
 
   drop = true;
   ASSERT_TRUE(rig.pumpUntil([&] { return rig.state(destinations[1].id).kind == StreamState::Kind::reconnecting; }, 5));
-  EXPECT_EQ(rig.state(destinations[1].id), StreamState::reconnecting(1));
+  EXPECT_EQ(rig.state(destinations[1].id), StreamState::reconnecting(1, "the connection closed"));
   EXPECT_TRUE(rig.pumpUntil([&] { return isLive(rig.state(destinations[1].id)); }, 8)) << "live again after the retry";
   rig.pumpFor(1.5);
   feeder.join();
@@ -307,6 +307,32 @@ TEST(StreamingEngine, RecorderAtAStreamsSettingsSharesItsEncoder) {
   const auto fromStream = testing::packetHashes(nginx.recording("live", "recorded"), "v");
   const auto fromFile = testing::packetHashes(*file, "v");
   EXPECT_TRUE(sameSamplesFromJoin(fromStream, fromFile, 60));
+}
+
+// A server that takes the stream and then stops reading keeps its socket
+// open: the stream is seen stalled and reconnects, saying why.
+TEST(StreamingEngine, StalledPeerIsNotLive) {
+  std::atomic<bool> done{false};
+  ScriptedRTMPServer stalled(
+      [&](ScriptedPeer& peer) {
+        if (!peer.acceptPublish()) return;
+        while (!done && !peer.clientGone()) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      },
+      16 * 1024);
+  EngineRig rig(0.25);
+  auto d = destination(stalled.url());
+  d.quality.videoBitrateKbps = 3000;
+  rig.keys[d.id] = "show";
+  rig.engine.start(d);
+  ASSERT_TRUE(rig.pumpUntil([&] { return isLive(rig.state(d.id)); }, 10));
+  auto feeder = feedEncoders(rig.encoders, 12, 30);
+  const double start = hostTimeNow();
+  EXPECT_TRUE(rig.pumpUntil([&] { return rig.state(d.id).kind == StreamState::Kind::reconnecting; }, 11));
+  EXPECT_LT(hostTimeNow() - start, 10.5) << "seen within 10 s of the data stopping";
+  EXPECT_EQ(rig.state(d.id).message, "the server stopped taking data");
+  done = true;
+  rig.engine.stopAll();
+  feeder.join();
 }
 
 TEST(StreamingEngine, RejectedKeyEndsAtOnceAndNoKeyNeverStarts) {
