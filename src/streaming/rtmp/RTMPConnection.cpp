@@ -112,6 +112,7 @@ void RTMPConnection::start(const std::string& uri, AMFList arguments, Completion
   window_.reset();
   readyState_ = ReadyState::uninitialized;
   outputBuffer_.setChunkSize(RTMPChunkBuffer::kDefaultChunkSize);
+  failPending(RTMPStatus{"NetConnection.Connect.Closed", "status", {}, {}});
   currentTransactionId_ = 1;
 
   if (networkMonitor_) networkMonitor_->stopRunning();
@@ -385,11 +386,20 @@ void RTMPConnection::closeConnection() {
                           : RTMPStatus{"NetConnection.Connect.Failed", "error", {}, {}};
   connected_ = false;
   readyState_ = ReadyState::uninitialized;
-  auto waiting = operations_.extract(kConnectTransaction);
-  if (!waiting.empty()) {
+  failPending(status);
+}
+
+void RTMPConnection::failPending(const RTMPStatus& status) {
+  // Every call still waiting hears at once; none can be answered by a later
+  // connection that hands out its transaction ids again.
+  auto waiting = std::move(operations_);
+  operations_.clear();
+  for (auto& [id, timer] : requestTimers_) timer->cancel();
+  requestTimers_.clear();
+  for (auto& [id, done] : waiting) {
     RTMPResponse response;
     response.status = status;
-    waiting.mapped()(RTMPResult::failure({RTMPConnectionError::Kind::requestFailed, {}, std::move(response)}));
+    done(RTMPResult::failure({RTMPConnectionError::Kind::requestFailed, {}, std::move(response)}));
   }
 }
 

@@ -106,6 +106,7 @@ class RTMPConnection {
   void connectAnswered(RTMPResult result, Completion done, int authRound);
   void createStreams(std::size_t index, std::function<void()> done);
   void tickReceived(const NetworkMonitorEvent& event);
+  void failPending(const RTMPStatus& status);
   void closeConnection();
   void emit(const std::string& line) {
     if (log) log(line);

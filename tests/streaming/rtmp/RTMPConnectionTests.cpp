@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <future>
 #include <mutex>
@@ -181,6 +182,24 @@ TEST(RTMPConnectionProtocol, ConnectCommandWindowPingCallIdsAndServerClose) {
     EXPECT_EQ(createStream->commandName, "createStream");
     EXPECT_EQ(createStream->transactionId, 2) << "the first call after each connect is number 2";
   }
+}
+
+// A call still waiting when the server goes hears at once, not at its timeout.
+TEST(RTMPConnectionProtocol, PendingCallFailsAtOnceWhenTheServerGoes) {
+  ScriptedRTMPServer server([](ScriptedPeer& peer) {
+    if (!peer.handshake() || !peer.readCommand()) return;
+    peer.sendCommand("_result", 1, {statusObject("NetConnection.Connect.Success", "status")});
+    while (auto message = peer.readMessage()) {
+      if (message->type == RTMPMessageType::amf0Command) break;
+    }
+    peer.closeNow();
+  });
+  RTMPConnection connection;
+  connection.requestTimeout = 20000;
+  ASSERT_TRUE(connect(connection, server.url()).ok());
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(call(connection, "createStream").ok());
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
 
 TEST(RTMPConnectionAuthentication, AdobeRoundsEndConnected) {
