@@ -144,6 +144,7 @@ void AppModel::bindSwitcherClosures() {
 void AppModel::bindAudioMixer() {
   switcher.audioFollow = [this](const std::set<std::string>& sourceIDs) { audioMixer.followProgram(sourceIDs); };
   audioMixer.onSettingsChanged = [this](const MixerSettings& settings) { mixerSettings_.save(settings); };
+  audioMixer.onLog = [this](const std::string& line) { appendLog(line); };
   auto channelIDs = std::make_shared<std::vector<std::string>>();
   subscriptions_.push_back(audioMixer.channels.subscribe([this, channelIDs](const std::vector<ChannelInfo>& list) {
     std::vector<std::string> ids;

@@ -53,7 +53,8 @@ void RecordingController::start() {
     wiring_.log("Could not start recording: " + made.message());
     return;
   }
-  const bool withAudio = mixer_.programOutput.get().has_value() && !mixer_.channels->empty();
+  // The Program mix runs with or without an output device: any channel gives sound.
+  const bool withAudio = !mixer_.channels->empty();
   std::string error;
   if (!startRecorder(folder / "program.mov", quality, withAudio, &error)) {
     wiring_.log("Could not start recording: " + error);
@@ -63,7 +64,7 @@ void RecordingController::start() {
   isRecording_ = true;
   isRecordingPaused_ = false;
   wiring_.log("Recording to " + folder.filename().string() + "/" +
-              (withAudio ? "" : " (video only — select a Program output for audio)"));
+              (withAudio ? "" : " (video only — add an audio input for sound)"));
 }
 
 void RecordingController::stop() {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "audio/ClockedAudioPort.h"
 #include "base/HostTime.h"
 
 namespace tavorin {
@@ -45,6 +46,14 @@ bool AudioBus::start(AudioBackend& backend, const AudioOutputDevice& device, con
   if (!port || !port->start(error)) return false;
   port_ = std::move(port);
   return true;
+}
+
+void AudioBus::startWithoutDevice() {
+  stop();
+  auto port = std::make_unique<ClockedAudioPort>(
+      [this](float* left, float* right, std::uint32_t frames) { render(left, right, frames); });
+  port->start(nullptr);
+  port_ = std::move(port);
 }
 
 void AudioBus::stop() {

@@ -36,6 +36,8 @@ class AudioBus {
 
   // Opens the bus's device through `backend`; false with `error` set on failure.
   bool start(AudioBackend& backend, const AudioOutputDevice& device, const std::string& streamName, std::string* error);
+  // Runs the mix on the host clock, with no device to play it.
+  void startWithoutDevice();
   void stop();
   bool running() const { return port_ != nullptr; }
 

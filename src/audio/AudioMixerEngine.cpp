@@ -434,7 +434,17 @@ void AudioMixerEngine::rebuildProgram() {
   programBus_.setFeeds(std::move(feeds));
   applyProgramVolume();
   applyRouting();  // every feed has its routed gain before a device pulls it
-  if (!backend_ || !programOutput.get() || programOutputOffline.get() || processors_.empty()) return;
+  if (processors_.empty()) return;
+  if (!backend_ || !programOutput.get() || programOutputOffline.get()) {
+    // Recordings and streams still get the Program mix: it runs on the host clock.
+    programBus_.startWithoutDevice();
+    if (!toldWithoutDevice_ && onLog) {
+      onLog("Program audio runs without an output device.");
+      toldWithoutDevice_ = true;
+    }
+    return;
+  }
+  toldWithoutDevice_ = false;
   std::string error;
   if (!programBus_.start(*backend_, *programOutput.get(), "Tavorin Program", &error)) {
     audioLog("AudioMixer program engine start failed: " + error);

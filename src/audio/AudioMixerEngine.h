@@ -129,6 +129,8 @@ class AudioMixerEngine {
   // True for a second after a rebuild, whose own device changes are not news.
   bool suppressingConfigChanges() const { return queue_.now() < suppressConfigChangesUntil_; }
   void audioLog(const std::string& message) { log_.append(message); }
+  // What the operator reads about the mix, in plain words; main thread.
+  std::function<void(const std::string&)> onLog;
 
   // For tests and benchmarks: the buses as the devices pull them.
   AudioBus& programBus() { return programBus_; }
@@ -173,6 +175,7 @@ class AudioMixerEngine {
   MixerSettings settings_;
   AudioBackend* backend_;
   AudioLog log_;
+  bool toldWithoutDevice_ = false;
   AudioBus programBus_;
   MonitorBuses monitorBuses_;
   // The channels' capture and feeds; their routing is in `channels`.

@@ -3,6 +3,7 @@
 #include "platform/media/ImageDecoder.h"
 #include "support/ChildProcess.h"
 #include "support/Ffprobe.h"
+#include "support/ScopedEnvironment.h"
 #include "support/TempDir.h"
 
 namespace tavorin {
@@ -17,6 +18,11 @@ TEST(HeadlessDemo, RunsTakesRecordsAndWritesTheProgramSnapshot) {
   const auto snapshot = show.path() / "p.png";
   const auto log = show.path() / "stderr.txt";
   const auto recordings = show.path() / "recordings";
+  // No PipeWire to reach, whatever the machine runs: Program audio has no device.
+  testing::ScopedEnvironment environment;
+  environment.set("XDG_RUNTIME_DIR", show.path().string());
+  environment.set("PIPEWIRE_RUNTIME_DIR", std::nullopt);
+  environment.set("PIPEWIRE_REMOTE", std::nullopt);
   const std::optional<int> status =
       runProcess({TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string(), "--demo", "--take-every", "1",
                   "--seconds", "3.5", "--snapshot", snapshot.string(), "--record", "--recordings-dir",
@@ -27,15 +33,19 @@ TEST(HeadlessDemo, RunsTakesRecordsAndWritesTheProgramSnapshot) {
   EXPECT_NE(text.find("Demo show: take with crossfade"), std::string::npos) << text;
   EXPECT_NE(text.find("Measured "), std::string::npos) << text;
   EXPECT_NE(text.find("Recording saved: Tavorin-"), std::string::npos) << text;
+  // The Program mix runs on the host clock and the demo tone is recorded.
+  EXPECT_NE(text.find("Program audio runs without an output device."), std::string::npos) << text;
 
   // The recording was finished on quit: one folder, one movie of the canvas size.
   ASSERT_EQ(testing::entriesIn(recordings), 1u);
-  const auto info = testing::probe(std::filesystem::directory_iterator(recordings)->path() / "program.mov");
+  const auto movie = std::filesystem::directory_iterator(recordings)->path() / "program.mov";
+  const auto info = testing::probe(movie);
   const auto* video = testing::streamOf(info, "video");
   ASSERT_TRUE(video) << info.dump();
   EXPECT_EQ((*video)["width"], 1920);
   EXPECT_EQ((*video)["height"], 1080);
   EXPECT_GT(testing::number(info["format"]["duration"]), 2.0) << info.dump();
+  EXPECT_GT(testing::meanVolume(movie).value_or(-200), -40) << "the tone is in the file, not silence";
 
   DecodedImage image = decodeImageFile(snapshot);
   ASSERT_TRUE(image.buffer) << image.error;

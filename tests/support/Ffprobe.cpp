@@ -58,6 +58,13 @@ std::vector<std::string> packetHashes(const std::filesystem::path& file, const c
   return hashes;
 }
 
+std::optional<double> meanVolume(const std::filesystem::path& file) {
+  const auto text = run("ffmpeg -v info -nostats -i '" + file.string() + "' -map 0:a:0 -af volumedetect -f null - 2>&1");
+  const auto at = text.find("mean_volume:");
+  if (at == std::string::npos) return std::nullopt;
+  return std::stod(text.substr(at + 12));
+}
+
 nlohmann::json probe(const std::string& fileOrURL) {
   const std::string command = "ffprobe -v error -show_entries "
                               "stream=codec_type,codec_name,width,height,sample_rate,channels,start_time "

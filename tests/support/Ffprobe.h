@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,10 @@ std::vector<double> packetTimes(const std::filesystem::path& file, const char* s
 // A hash of each packet's bytes, with "K" before it for a key frame, in file order:
 // two files that carry the same encoded samples have equal runs of these.
 std::vector<std::string> packetHashes(const std::filesystem::path& file, const char* stream);
+
+// The mean level in dB of the file's first audio stream, as ffmpeg's
+// volumedetect measures it; nothing when it has none.
+std::optional<double> meanVolume(const std::filesystem::path& file);
 
 // ffprobe writes numbers as strings.
 inline double number(const nlohmann::json& value) { return std::stod(value.get<std::string>()); }
