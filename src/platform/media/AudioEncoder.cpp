@@ -14,8 +14,9 @@ namespace {
 
 constexpr int kPacketFrames = 1024;
 // A block whose host time is further than this from where the running count
-// puts it starts a new time line (a stall, a clock step, a device change).
-constexpr int kResyncPackets = 4;
+// puts it is placed by its time: silence fills a gap, an overlap is dropped,
+// so no error builds up over hours.
+constexpr double kReanchorSeconds = 0.010;
 
 }  // namespace
 
@@ -111,29 +112,48 @@ EncoderError AudioEncoder::send(const AudioBlock& block) {
     mapped_.push_back(source >= 0 && source < inputChannels_ ? block.plane(source) : silence_.data());
   }
   const double rate = format_->sampleRate;
-  const int buffered = av_audio_fifo_size(fifo_.get());
   const double hostTime = block.hostTime();
-  if (!bufferStart_ || std::abs(*bufferStart_ + buffered / rate - hostTime) > kResyncPackets * kPacketFrames / rate) {
-    bufferStart_ = hostTime - buffered / rate;
+  if (!bufferStart_) bufferStart_ = hostTime;
+  // Where the running count puts this block, against where its stamp does.
+  const double expected = *bufferStart_ + static_cast<double>(framesQueued_) / rate;
+  const double off = hostTime - expected;
+  int skip = 0;
+  if (off > kReanchorSeconds) {
+    insertSilence(static_cast<int>(std::lround(off * rate)));
+  } else if (off < -kReanchorSeconds) {
+    skip = static_cast<int>(std::lround(-off * block.sampleRate()));
+    if (skip >= frames) return EncoderError::none;
   }
-  int count = frames;
+  int count = frames - skip;
+  if (skip > 0) {
+    for (auto& plane : mapped_) plane += skip;
+  }
   void* const* data = reinterpret_cast<void* const*>(const_cast<float**>(mapped_.data()));
   std::vector<float*> outPlanes;
   if (resampler_) {
-    const int room = swr_get_out_samples(resampler_.get(), frames);
+    const int room = swr_get_out_samples(resampler_.get(), frames - skip);
     for (auto& plane : resampled_) {
       if (plane.size() < static_cast<std::size_t>(room)) plane.resize(static_cast<std::size_t>(room));
       outPlanes.push_back(plane.data());
     }
     count = swr_convert(resampler_.get(), reinterpret_cast<std::uint8_t**>(outPlanes.data()), room,
-                        reinterpret_cast<const std::uint8_t**>(mapped_.data()), frames);
+                        reinterpret_cast<const std::uint8_t**>(mapped_.data()), frames - skip);
     if (count < 0) return EncoderError::conversionFailed;
     data = reinterpret_cast<void* const*>(outPlanes.data());
   }
   if (count > 0 && av_audio_fifo_write(fifo_.get(), const_cast<void**>(data), count) < count) {
     return EncoderError::outOfMemory;
   }
+  framesQueued_ += std::max(count, 0);
   return encodePackets(false);
+}
+
+void AudioEncoder::insertSilence(int frames) {
+  if (frames <= 0) return;
+  const int channels = format_->channels;
+  if (static_cast<int>(silence_.size()) < frames) silence_.assign(static_cast<std::size_t>(frames), 0.0f);
+  std::vector<void*> planes(static_cast<std::size_t>(channels), silence_.data());
+  if (av_audio_fifo_write(fifo_.get(), planes.data(), frames) == frames) framesQueued_ += frames;
 }
 
 EncoderError AudioEncoder::flush() {
@@ -163,8 +183,9 @@ EncoderError AudioEncoder::encodePackets(bool flushing) {
     av_audio_fifo_read(fifo_.get(), reinterpret_cast<void**>(frame_->data), available);
     frame_->pts = framesSent_;
     framesSent_ += kPacketFrames;
-    pending_.push_back(*bufferStart_);
-    *bufferStart_ += kPacketFrames / rate;
+    // Every packet is stamped from the running count: gaps are silence in it, overlaps were dropped.
+    pending_.push_back(*bufferStart_ + static_cast<double>(framesEncoded_) / rate);
+    framesEncoded_ += available;
     if (avcodec_send_frame(encoder_.get(), frame_.get()) < 0) {
       pending_.pop_back();
       return EncoderError::encodeFailed;

@@ -43,6 +43,7 @@ class AudioEncoder {
 
   AudioEncoder() = default;
   EncoderError encodePackets(bool flushing);
+  void insertSilence(int frames);
 
   ffmpeg::CodecContextPtr encoder_;
   std::unique_ptr<SwrContext, SwrFreer> resampler_;
@@ -56,8 +57,11 @@ class AudioEncoder {
   std::vector<float> silence_;
   std::vector<std::vector<float>> resampled_;
   std::vector<const float*> mapped_;
-  // Host time of the first frame in the fifo; none before the first block.
+  // Host time of the first frame ever queued; none before the first block.
+  // Frames queued and encoded since then place every later frame.
   std::optional<double> bufferStart_;
+  std::int64_t framesQueued_ = 0;
+  std::int64_t framesEncoded_ = 0;
   // Host times of the packets sent to the encoder and not yet out of it.
   std::deque<double> pending_;
   std::deque<EncodedAudioSample> ready_;

@@ -235,5 +235,34 @@ TEST(AudioEncoder, PacketsOf1024AtTheInputsTimeAndRefusedFormats) {
   EXPECT_EQ(error, EncoderError::unsupportedFormat);
 }
 
+// Blocks are placed by their stamps: a gap is filled with silence, an
+// overlap dropped, a few milliseconds of jitter left alone; packet times stay
+// one packet apart, so the sound after a gap plays at its own time.
+TEST(AudioEncoder, BlocksArePlacedByTheirStampsNotTheirCount) {
+  struct Case {
+    double jump;  // seconds between where the count and the stamp put the second half
+    int packets;  // 1024-frame packets out of the whole
+  };
+  // One second of blocks is 46 packets out (the encoder holds one back); a
+  // gap adds its length, an overlap takes away what lies beyond 10 ms.
+  for (const Case c : {Case{0.100, 50}, Case{-0.050, 44}, Case{0.005, 45}}) {
+    EncoderError error;
+    auto encoder = AudioEncoder::open(AudioEncoding{}, 48000, 2, error);
+    ASSERT_TRUE(encoder);
+    AudioBlock block(2, 480);
+    std::vector<EncodedAudioSample> packets;
+    EncodedAudioSample packet;
+    for (int i = 0; i < 100; ++i) {
+      block.stamp(480, 48000, kStart + i * 0.010 + (i >= 50 ? c.jump : 0.0));
+      ASSERT_EQ(encoder->send(block), EncoderError::none);
+      while (encoder->receive(packet, error)) packets.push_back(packet);
+    }
+    EXPECT_EQ(static_cast<int>(packets.size()), c.packets) << c.jump;
+    for (std::size_t i = 1; i < packets.size(); ++i) {
+      ASSERT_NEAR(packets[i].pts - packets[i - 1].pts, 1024.0 / 48000, 1e-9) << c.jump;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace tavorin
