@@ -18,14 +18,18 @@ void AudioBus::render(float* left, float* right, std::uint32_t frames) {
     float* outRight = right + done;
     std::memset(outLeft, 0, n * sizeof(float));
     std::memset(outRight, 0, n * sizeof(float));
+    // The mix is stamped with when its sound was captured, not when it plays:
+    // the first feed that gave audio with a capture time says when.
+    double captured = -1;
     for (const auto& feed : feeds_) {
       if (!feed->render(scratchLeft_.data(), scratchRight_.data(), n)) continue;
+      if (captured < 0) captured = feed->ring.lastReadTime();
       for (std::uint32_t i = 0; i < n; ++i) {
         outLeft[i] += scratchLeft_[i];
         outRight[i] += scratchRight_[i];
       }
     }
-    if (tap_) tap_->write(outLeft, outRight, n, now + static_cast<double>(done) / kCommonSampleRate);
+    if (tap_) tap_->write(outLeft, outRight, n, captured >= 0 ? captured : now + static_cast<double>(done) / kCommonSampleRate);
     done += n;
   }
   const float volume = outputVolume();

@@ -15,14 +15,14 @@ AudioJitterBuffer::AudioJitterBuffer(std::int64_t capacity, std::int64_t targetF
   assert(capacity > 0 && (capacity & (capacity - 1)) == 0);
 }
 
-void AudioJitterBuffer::write(const PcmBuffer& buffer) {
+void AudioJitterBuffer::write(const PcmBuffer& buffer, double hostTime) {
   if (buffer.planes.empty()) return;
   const float* left = buffer.planes[0].data();
   const float* right = buffer.planes.size() >= 2 ? buffer.planes[1].data() : left;
-  write(left, right, buffer.frameLength);
+  write(left, right, buffer.frameLength, hostTime);
 }
 
-void AudioJitterBuffer::write(const float* left, const float* right, std::uint32_t frames) {
+void AudioJitterBuffer::write(const float* left, const float* right, std::uint32_t frames, double hostTime) {
   if (!left || frames == 0 || frames > capacity_) return;
   if (!right) right = left;
   const std::int64_t head = head_.load(std::memory_order_relaxed);
@@ -36,6 +36,13 @@ void AudioJitterBuffer::write(const float* left, const float* right, std::uint32
     const std::int64_t slot = (head + i) & mask_;
     data[slot * 2] = left[i];
     data[slot * 2 + 1] = right[i];
+  }
+  if (hostTime >= 0) {
+    // Odd while the pair changes; the reader takes it only when even and unchanged.
+    anchorSequence_.fetch_add(1, std::memory_order_acq_rel);
+    anchorFrame_.store(head, std::memory_order_relaxed);
+    anchorTime_.store(hostTime, std::memory_order_relaxed);
+    anchorSequence_.fetch_add(1, std::memory_order_release);
   }
   head_.store(head + frames, std::memory_order_release);
 }
@@ -67,6 +74,19 @@ bool AudioJitterBuffer::read(float* left, float* right, std::uint32_t frameCount
 
   const std::uint32_t n = static_cast<std::uint32_t>(std::min<std::int64_t>(available, frameCount));
   const float* data = storage_.get();
+  {
+    const std::uint32_t before = anchorSequence_.load(std::memory_order_acquire);
+    const std::int64_t frame = anchorFrame_.load(std::memory_order_relaxed);
+    const double time = anchorTime_.load(std::memory_order_relaxed);
+    std::atomic_thread_fence(std::memory_order_acquire);
+    // A pair being changed keeps the last good time, moved on by what was read since.
+    if ((before & 1u) == 0 && before == anchorSequence_.load(std::memory_order_relaxed) && time >= 0) {
+      lastReadTime_ = time + static_cast<double>(tail - frame) / kCommonSampleRate;
+    } else if (lastReadTime_ >= 0) {
+      lastReadTime_ += static_cast<double>(lastReadCount_) / kCommonSampleRate;
+    }
+    lastReadCount_ = n;
+  }
   if (available != 0) {
     const float step = (gain - lastGain_) / static_cast<float>(frameCount);
     for (std::uint32_t i = 0; i < n; ++i) {

@@ -23,8 +23,10 @@ class AudioJitterBuffer {
   AudioJitterBuffer& operator=(const AudioJitterBuffer&) = delete;
 
   // Producer: the whole buffer or nothing. Mono is played on both sides.
-  void write(const PcmBuffer& buffer);
-  void write(const float* left, const float* right, std::uint32_t frames);
+  // `hostTime`, when known (not negative), is when its first frame was
+  // captured: reads then know when the sound they give out happened.
+  void write(const PcmBuffer& buffer, double hostTime = -1);
+  void write(const float* left, const float* right, std::uint32_t frames, double hostTime = -1);
   // Consumer, real-time: fills exactly `frameCount` frames of `left` and
   // `right` (`right` may be null or equal `left` for one output). True when any
   // real audio went out. No lock, allocation, system call or wait.
@@ -41,6 +43,9 @@ class AudioJitterBuffer {
   std::int64_t trims() const { return trims_.load(std::memory_order_relaxed); }
   std::int64_t overflows() const { return overflows_.load(std::memory_order_relaxed); }
   bool buffering() const { return buffering_; }
+  // Consumer, after a read that gave real audio: the capture time of its
+  // first frame; negative when the producer gave none.
+  double lastReadTime() const { return lastReadTime_; }
 
  private:
   const std::int64_t capacity_;
@@ -53,6 +58,13 @@ class AudioJitterBuffer {
   std::atomic<std::int64_t> overflows_{0};
   const std::int64_t targetFrames_;
   const std::int64_t highWaterFrames_;
+  // The producer's latest stamp: frame number and its capture time, behind a
+  // sequence count so a read never takes half of one and half of another.
+  std::atomic<std::uint32_t> anchorSequence_{0};
+  std::atomic<std::int64_t> anchorFrame_{0};
+  std::atomic<double> anchorTime_{-1};
+  double lastReadTime_ = -1;  // consumer only
+  std::uint32_t lastReadCount_ = 0;
   // Consumer only (and reset).
   bool buffering_ = true;
   int rampInLeft_ = 0;

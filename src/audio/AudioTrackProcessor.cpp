@@ -58,21 +58,26 @@ void AudioTrackProcessor::ingest(const PcmFormat& format, const void* const* pla
   logCaptureFormat(format, frames, pts);
   if (frames == 0 || !planes) return;
   if (!converter_ || converter_->input() != format) converter_ = std::make_unique<AudioConverter>(format);
-  if (auto converted = converter_->convert(planes, frames)) process(*converted);
+  // Without the device's own stamp, the block began its length before it arrived.
+  const double captured =
+      pts >= 0 ? pts : hostTimeNow() - static_cast<double>(frames) / std::max(format.sampleRate, 1);
+  if (auto converted = converter_->convert(planes, frames)) process(*converted, captured);
 }
 
-void AudioTrackProcessor::ingest(const PcmBuffer& buffer) {
+void AudioTrackProcessor::ingest(const PcmBuffer& buffer, double captured) {
+  if (captured < 0) captured = hostTimeNow() - static_cast<double>(buffer.frameLength) / std::max(buffer.sampleRate, 1);
   if (buffer.isCommonFormat()) {
     PcmBuffer copy = buffer;
-    process(copy);
+    process(copy, captured);
     return;
   }
   const PcmFormat format{buffer.sampleRate, buffer.channelCount(), PcmSampleFormat::f32Planar};
   if (!converter_ || converter_->input() != format) converter_ = std::make_unique<AudioConverter>(format);
-  if (auto converted = converter_->convert(buffer)) process(*converted);
+  if (auto converted = converter_->convert(buffer)) process(*converted, captured);
 }
 
-void AudioTrackProcessor::process(PcmBuffer& buffer) {
+void AudioTrackProcessor::process(PcmBuffer& buffer, double captured) {
+  if (captured < 0) captured = hostTimeNow() - static_cast<double>(buffer.frameLength) / kCommonSampleRate;
   // Every later stage hears the filtered signal.
   float* planes[kCommonChannels] = {};
   const int channels = std::min(buffer.channelCount(), kCommonChannels);
@@ -80,10 +85,10 @@ void AudioTrackProcessor::process(PcmBuffer& buffer) {
   if (channels > 0) filterChain.process(planes, channels, buffer.frameLength);
   if (auto tap = recordTap_.load(std::memory_order_acquire)) (*tap)(buffer, hostTimeNow());
   meterLevel.store(tavorin::meterLevel(buffer), std::memory_order_relaxed);
-  programFeed_->ring.write(buffer);
+  programFeed_->ring.write(buffer, captured);
   // Ring writes never block or allocate: they run under the lock, not on a copy of the map.
   std::lock_guard guard(feedsLock_);
-  for (const auto& [bus, feed] : monitorFeeds_) feed->ring.write(buffer);
+  for (const auto& [bus, feed] : monitorFeeds_) feed->ring.write(buffer, captured);
 }
 
 std::shared_ptr<AudioLiveFeed> AudioTrackProcessor::monitorFeed(const std::string& busID) {

@@ -41,10 +41,11 @@ class AudioTrackProcessor {
   // Capture thread: a block as the source delivers it, stamped with its
   // presentation time in seconds (negative when unknown).
   void ingest(const PcmFormat& format, const void* const* planes, std::uint32_t frames, double pts);
-  // Capture thread: a block of float planes.
-  void ingest(const PcmBuffer& buffer);
+  // Capture thread: a block of float planes, captured at host time
+  // `captured` (negative: it arrived just now, its length after it began).
+  void ingest(const PcmBuffer& buffer, double captured = -1);
   // Capture thread: a block in the common format.
-  void process(PcmBuffer& buffer);
+  void process(PcmBuffer& buffer, double captured = -1);
 
   const std::shared_ptr<AudioLiveFeed>& programFeed() const { return programFeed_; }
   // Main thread: the feed of a monitor bus, made on first use.

@@ -45,6 +45,23 @@ TEST(AudioJitterBuffer, BuffersToTheTargetThenFadesIn) {
   EXPECT_EQ(r.fill(), 3072 - 512);
 }
 
+// What is read out knows when it was captured, however long it waited in
+// the ring: the mix is stamped with when the sound happened, not when it played.
+TEST(AudioJitterBuffer, ReadsCarryTheCaptureTimeOfTheirFirstFrame) {
+  auto r = ring();
+  std::vector<float> block(1024, 0.5f);
+  for (int i = 0; i < 3; ++i) r.write(block.data(), block.data(), 1024, 100.0 + i * 1024.0 / 48000);
+  Output out(480);
+  ASSERT_TRUE(out.read(r));
+  EXPECT_NEAR(r.lastReadTime(), 100.0, 1e-9);
+  ASSERT_TRUE(out.read(r));
+  EXPECT_NEAR(r.lastReadTime(), 100.0 + 480.0 / 48000, 1e-9);
+  auto unstamped = ring();
+  fill(unstamped, 3072);
+  EXPECT_TRUE(out.read(unstamped));
+  EXPECT_LT(unstamped.lastReadTime(), 0) << "no capture time given, none made up";
+}
+
 TEST(AudioJitterBuffer, UnderrunsFadeOutZeroFillAndCountOnce) {
   auto r = ring();
   fill(r, 3072);
