@@ -23,6 +23,7 @@ class AudioLog;
 // and writes it into one ring per bus. It does not mix: the buses apply the gains.
 class AudioTrackProcessor {
  public:
+  // `time`: the block's stamp when it came with one, else when it was processed.
   using RecordTap = std::function<void(const PcmBuffer& buffer, double time)>;
   using Feeds = std::map<std::string, std::shared_ptr<AudioLiveFeed>>;
 
@@ -43,8 +44,9 @@ class AudioTrackProcessor {
   void ingest(const PcmFormat& format, const void* const* planes, std::uint32_t frames, double pts);
   // Capture thread: a block of float planes.
   void ingest(const PcmBuffer& buffer);
-  // Capture thread: a block in the common format.
-  void process(PcmBuffer& buffer);
+  // Capture thread: a block in the common format, stamped like ingest's when
+  // its producer knows the time (a generator), else negative.
+  void process(PcmBuffer& buffer, double pts = -1);
 
   const std::shared_ptr<AudioLiveFeed>& programFeed() const { return programFeed_; }
   // Main thread: the feed of a monitor bus, made on first use.
@@ -63,6 +65,7 @@ class AudioTrackProcessor {
 
  private:
   void logCaptureFormat(const PcmFormat& format, std::uint32_t frames, double pts);
+  void checkTimeline(double pts, std::uint32_t frames, int sampleRate);
 
   AudioLog* log_;
   std::shared_ptr<AudioLiveFeed> programFeed_ = std::make_shared<AudioLiveFeed>();
