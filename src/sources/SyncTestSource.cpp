@@ -24,9 +24,13 @@ constexpr int kBarWidth = SyncTestSource::kWidth / 48;
 // Segments a (top) to g (middle) of each digit, bit 0 to bit 6.
 constexpr std::uint8_t kSegments[10] = {0x3F, 0x06, 0x5B, 0x4F, 0x66, 0x6D, 0x7D, 0x07, 0x7F, 0x6F};
 
-void fillRect(PixelBuffer& buffer, int x, int y, int w, int h, Bgra color) {
-  const int x0 = std::clamp(x, 0, buffer.width()), x1 = std::clamp(x + w, 0, buffer.width());
-  const int y0 = std::clamp(y, 0, buffer.height()), y1 = std::clamp(y + h, 0, buffer.height());
+struct Rect {
+  int x, y, w, h;
+};
+
+void fillRect(PixelBuffer& buffer, Rect r, Bgra color) {
+  const int x0 = std::clamp(r.x, 0, buffer.width()), x1 = std::clamp(r.x + r.w, 0, buffer.width());
+  const int y0 = std::clamp(r.y, 0, buffer.height()), y1 = std::clamp(r.y + r.h, 0, buffer.height());
   for (int row = y0; row < y1; ++row) {
     auto* pixel = reinterpret_cast<Bgra*>(buffer.row(row));
     std::fill(pixel + x0, pixel + x1, color);
@@ -36,13 +40,11 @@ void fillRect(PixelBuffer& buffer, int x, int y, int w, int h, Bgra color) {
 // A seven-segment digit whose box is w by h with strokes t thick.
 void drawDigit(PixelBuffer& buffer, int digit, int x, int y, int w, int h, int t) {
   const int half = h / 2;
-  const struct {
-    int x, y, w, h;
-  } segments[7] = {{x, y, w, t},         {x + w - t, y, t, half}, {x + w - t, y + half, t, h - half},
-                   {x, y + h - t, w, t}, {x, y + half, t, h - half}, {x, y, t, half},
-                   {x, y + half - t / 2, w, t}};
+  const Rect segments[7] = {{x, y, w, t},           {x + w - t, y, t, half}, {x + w - t, y + half, t, h - half},
+                            {x, y + h - t, w, t},   {x, y + half, t, h - half}, {x, y, t, half},
+                            {x, y + half - t / 2, w, t}};
   for (int s = 0; s < 7; ++s) {
-    if (kSegments[digit] & (1 << s)) fillRect(buffer, segments[s].x, segments[s].y, segments[s].w, segments[s].h, kDigits);
+    if (kSegments[digit] & (1 << s)) fillRect(buffer, segments[s], kDigits);
   }
 }
 
@@ -95,7 +97,7 @@ FrameRef SyncTestSource::drawFrame(std::int64_t index) {
   } else {
     frame->fill(kField.b, kField.g, kField.r, kField.a);
     const int phase = static_cast<int>(index - second * kFrameRate);
-    fillRect(*frame, phase * kWidth / kFrameRate, 0, kBarWidth, kHeight, kBar);
+    fillRect(*frame, {phase * kWidth / kFrameRate, 0, kBarWidth, kHeight}, kBar);
     drawNumber(*frame, std::max<std::int64_t>(second, 0), kWidth / 2, kHeight * 3 / 10, kHeight * 3 / 10);
     drawNumber(*frame, phase, kWidth / 2, kHeight * 7 / 10, kHeight / 10);
   }
