@@ -73,7 +73,7 @@ TEST(HeadlessSyncTest, RecordsAWhiteFlashOnEverySecond) {
   const auto log = show.path() / "stderr.txt";
   const auto recordings = show.path() / "recordings";
   const std::optional<int> status =
-      runProcess({TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string(), "--sync-test", "--seconds", "4.5",
+      runProcess({TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string(), "--sync-test", "--seconds", "6",
                   "--record", "--recordings-dir", recordings.string()},
                  log, 60);
   const std::string text = readFile(log);
@@ -83,10 +83,11 @@ TEST(HeadlessSyncTest, RecordsAWhiteFlashOnEverySecond) {
 
   const auto levels =
       frameLevels(std::filesystem::directory_iterator(recordings)->path() / "program.mov", show.path() / "ffmpeg.txt");
-  ASSERT_GT(levels.size(), 60u) << readFile(show.path() / "ffmpeg.txt");
+  ASSERT_GT(levels.size(), 30u) << readFile(show.path() / "ffmpeg.txt");
   // Each flash lights a run of frames as long as one sync-test frame, and the
   // runs start whole seconds apart. A Program slower than 30 fps (two cores,
-  // software GL and x264) may miss a flash, so not every second need have one.
+  // software GL and x264, sanitizers) may miss a flash, so not every second
+  // need have one; six seconds leave it several chances.
   std::vector<double> flashes;
   std::size_t bright = 0;
   for (std::size_t i = 0; i < levels.size(); ++i) {
