@@ -6,6 +6,7 @@
 
 #include "app/AppModel.h"
 #include "app/DemoShow.h"
+#include "app/SyncTestShow.h"
 #include "audio/PipeWireAudioBackend.h"
 #include "platform/gl/GLContext.h"
 #include "platform/gl/GLFailure.h"
@@ -63,6 +64,8 @@ int runHeadless(const LaunchOptions& options) {
   if (!audio) model->appendLog("Audio: " + audioError + " — the show runs without sound");
   std::unique_ptr<DemoShow> demo;
   if (options.demo) demo = std::make_unique<DemoShow>(*model, options.takeEvery);
+  std::unique_ptr<SyncTestShow> syncTest;
+  if (options.syncTest) syncTest = std::make_unique<SyncTestShow>(*model);
   if (options.recordingsDir) model->recordingsFolderPath = options.recordingsDir->string();
   if (options.record) model->startRecording();
   for (const auto& url : options.streamURLs) model->goLive(url);
@@ -73,6 +76,7 @@ int runHeadless(const LaunchOptions& options) {
   queue.run();
 
   demo.reset();
+  syncTest.reset();
   model->willTerminate();
   std::fprintf(stderr, "Measured %.1f fps\n", model->engine->measuredFPS());
   std::fprintf(stderr, "Wrote %s\n", model->sessionStore.path().c_str());

@@ -43,6 +43,8 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
       options.seconds = seconds;
     } else if (arg == "--demo") {
       options.demo = true;
+    } else if (arg == "--sync-test") {
+      options.syncTest = true;
     } else if (arg == "--take-every") {
       std::string text;
       if (!needValue(text)) return {std::nullopt, "--take-every needs a number"};
@@ -67,6 +69,7 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
       return {std::nullopt, "unknown argument \"" + arg + "\""};
     }
   }
+  if (options.demo && options.syncTest) return {std::nullopt, "--demo and --sync-test each take over Program; pick one"};
   if (!options.help && !options.headless) {
     return {std::nullopt, "the desktop window is not available in this build; run with --headless"};
   }
@@ -74,13 +77,14 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
 }
 
 std::string usageText() {
-  return "usage: tavorin --headless [--show-dir DIR] [--seconds N] [--demo [--take-every S]] [--snapshot FILE.png]\n"
-         "               [--record] [--recordings-dir DIR] [--stream URL]...\n"
+  return "usage: tavorin --headless [--show-dir DIR] [--seconds N] [--demo [--take-every S] | --sync-test]\n"
+         "               [--snapshot FILE.png] [--record] [--recordings-dir DIR] [--stream URL]...\n"
          "  --headless          run the show engine without a window\n"
          "  --show-dir DIR      use DIR as the show folder (and for preferences.json)\n"
          "  --seconds N         quit cleanly after N seconds\n"
          "  --demo              build a demo show and take through its scenes\n"
          "  --take-every S      seconds between the demo's takes (default 4)\n"
+         "  --sync-test         put a flash and a beep on every second on Program, to line up A/V sync\n"
          "  --snapshot FILE     write the newest Program frame as a PNG on quit\n"
          "  --record            record Program from launch and finish the file on quit\n"
          "  --recordings-dir DIR  record under DIR instead of the recordings folder\n"

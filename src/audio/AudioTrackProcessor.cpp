@@ -43,7 +43,11 @@ void AudioTrackProcessor::logCaptureFormat(const PcmFormat& format, std::uint32_
     diagFormat_ = format;
     diagPTSEnd_ = -1;
   }
-  if (pts < 0 || format.sampleRate <= 0) return;
+  checkTimeline(pts, frames, format.sampleRate);
+}
+
+void AudioTrackProcessor::checkTimeline(double pts, std::uint32_t frames, int sampleRate) {
+  if (pts < 0 || sampleRate <= 0) return;
   const double jump = (pts - diagPTSEnd_) * 1000;
   if (diagPTSEnd_ >= 0 && std::fabs(jump) > 1.0) {
     ++diagGaps_;
@@ -51,7 +55,7 @@ void AudioTrackProcessor::logCaptureFormat(const PcmFormat& format, std::uint32_
     std::snprintf(line, sizeof line, "] capture timeline jump %+.2f ms (#%d)", jump, diagGaps_);
     log("[" + id + line);
   }
-  diagPTSEnd_ = pts + static_cast<double>(frames) / format.sampleRate;
+  diagPTSEnd_ = pts + static_cast<double>(frames) / sampleRate;
 }
 
 void AudioTrackProcessor::ingest(const PcmFormat& format, const void* const* planes, std::uint32_t frames, double pts) {
@@ -61,29 +65,34 @@ void AudioTrackProcessor::ingest(const PcmFormat& format, const void* const* pla
   // Without the device's own stamp, the block began its length before it arrived.
   const double captured =
       pts >= 0 ? pts : hostTimeNow() - static_cast<double>(frames) / std::max(format.sampleRate, 1);
-  if (auto converted = converter_->convert(planes, frames)) process(*converted, captured);
+  if (auto converted = converter_->convert(planes, frames)) deliver(*converted, captured);
 }
 
 void AudioTrackProcessor::ingest(const PcmBuffer& buffer, double captured) {
   if (captured < 0) captured = hostTimeNow() - static_cast<double>(buffer.frameLength) / std::max(buffer.sampleRate, 1);
   if (buffer.isCommonFormat()) {
     PcmBuffer copy = buffer;
-    process(copy, captured);
+    deliver(copy, captured);
     return;
   }
   const PcmFormat format{buffer.sampleRate, buffer.channelCount(), PcmSampleFormat::f32Planar};
   if (!converter_ || converter_->input() != format) converter_ = std::make_unique<AudioConverter>(format);
-  if (auto converted = converter_->convert(buffer)) process(*converted, captured);
+  if (auto converted = converter_->convert(buffer)) deliver(*converted, captured);
 }
 
 void AudioTrackProcessor::process(PcmBuffer& buffer, double captured) {
+  checkTimeline(captured, buffer.frameLength, buffer.sampleRate);
+  deliver(buffer, captured);
+}
+
+void AudioTrackProcessor::deliver(PcmBuffer& buffer, double captured) {
   if (captured < 0) captured = hostTimeNow() - static_cast<double>(buffer.frameLength) / kCommonSampleRate;
   // Every later stage hears the filtered signal.
   float* planes[kCommonChannels] = {};
   const int channels = std::min(buffer.channelCount(), kCommonChannels);
   for (int c = 0; c < channels; ++c) planes[c] = buffer.planes[static_cast<std::size_t>(c)].data();
   if (channels > 0) filterChain.process(planes, channels, buffer.frameLength);
-  if (auto tap = recordTap_.load(std::memory_order_acquire)) (*tap)(buffer, hostTimeNow());
+  if (auto tap = recordTap_.load(std::memory_order_acquire)) (*tap)(buffer, captured);
   meterLevel.store(tavorin::meterLevel(buffer), std::memory_order_relaxed);
   programFeed_->ring.write(buffer, captured);
   // Ring writes never block or allocate: they run under the lock, not on a copy of the map.

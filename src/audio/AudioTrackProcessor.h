@@ -23,6 +23,7 @@ class AudioLog;
 // and writes it into one ring per bus. It does not mix: the buses apply the gains.
 class AudioTrackProcessor {
  public:
+  // `time`: the block's stamp when it came with one, else when it was processed.
   using RecordTap = std::function<void(const PcmBuffer& buffer, double time)>;
   using Feeds = std::map<std::string, std::shared_ptr<AudioLiveFeed>>;
 
@@ -44,7 +45,8 @@ class AudioTrackProcessor {
   // Capture thread: a block of float planes, captured at host time
   // `captured` (negative: it arrived just now, its length after it began).
   void ingest(const PcmBuffer& buffer, double captured = -1);
-  // Capture thread: a block in the common format.
+  // Capture thread: a block in the common format, stamped with when its
+  // first frame was captured or made (negative: it arrived just now).
   void process(PcmBuffer& buffer, double captured = -1);
 
   const std::shared_ptr<AudioLiveFeed>& programFeed() const { return programFeed_; }
@@ -64,6 +66,9 @@ class AudioTrackProcessor {
 
  private:
   void logCaptureFormat(const PcmFormat& format, std::uint32_t frames, double pts);
+  void checkTimeline(double pts, std::uint32_t frames, int sampleRate);
+  // The filters, the record tap and the rings, for a block already in the common format.
+  void deliver(PcmBuffer& buffer, double captured);
 
   AudioLog* log_;
   std::shared_ptr<AudioLiveFeed> programFeed_ = std::make_shared<AudioLiveFeed>();

@@ -16,7 +16,7 @@ namespace tavorin {
 // One source of the show as "sources.json" keeps it; enough to rebuild the
 // source at the next start. Only the fields of its kind are set.
 struct SavedSource {
-  enum class Kind { camera, display, window, application, image, black, clip, overlay, shape, ndi, rtsp, text, text3d, browser };
+  enum class Kind { camera, display, window, application, image, black, clip, overlay, shape, ndi, rtsp, text, text3d, browser, syncTest };
 
   std::string id;  // kept across runs; layers point at it
   Kind kind = Kind::camera;
@@ -50,7 +50,7 @@ struct EnumNames<SavedSource::Kind> {
       {K::camera, "camera"}, {K::display, "display"}, {K::window, "window"}, {K::application, "application"},
       {K::image, "image"},   {K::black, "black"},     {K::clip, "clip"},     {K::overlay, "overlay"},
       {K::shape, "shape"},   {K::ndi, "ndi"},         {K::rtsp, "rtsp"},     {K::text, "text"},
-      {K::text3d, "text3d"}, {K::browser, "browser"}};
+      {K::text3d, "text3d"}, {K::browser, "browser"}, {K::syncTest, "syncTest"}};
 };
 
 }  // namespace tavorin

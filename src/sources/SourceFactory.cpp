@@ -4,6 +4,7 @@
 
 #include "platform/media/ImageDecoder.h"
 #include "sources/StaticSource.h"
+#include "sources/SyncTestSource.h"
 
 namespace tavorin {
 
@@ -18,11 +19,16 @@ std::shared_ptr<BaseSource> makeImageSource(const SavedSource& saved) {
 
 std::shared_ptr<BaseSource> makeSavedBlack(const SavedSource& saved) { return makeBlackSource(saved.id, saved.name); }
 
+std::shared_ptr<BaseSource> makeSyncTest(const SavedSource& saved) {
+  return std::make_shared<SyncTestSource>(saved.id, saved.name);
+}
+
 }  // namespace
 
 SourceFactory::SourceFactory() {
   registerKind(SavedSource::Kind::image, makeImageSource);
   registerKind(SavedSource::Kind::black, makeSavedBlack);
+  registerKind(SavedSource::Kind::syncTest, makeSyncTest);
 }
 
 void SourceFactory::registerKind(SavedSource::Kind kind, Builder builder) { builders_[kind] = std::move(builder); }

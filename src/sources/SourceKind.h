@@ -5,7 +5,7 @@
 namespace tavorin {
 
 // What a source captures. Stored as its position, so the order is fixed.
-enum class SourceKind { camera, display, window, application, still, clip, ndi, rtsp, overlay, browser };
+enum class SourceKind { camera, display, window, application, still, clip, ndi, rtsp, overlay, browser, syncTest };
 
 // The name of the symbol the views show for a kind.
 constexpr std::string_view sourceKindSymbol(SourceKind kind) {
@@ -20,6 +20,7 @@ constexpr std::string_view sourceKindSymbol(SourceKind kind) {
     case SourceKind::rtsp: return "video.badge.waveform";
     case SourceKind::overlay: return "globe";
     case SourceKind::browser: return "safari";
+    case SourceKind::syncTest: return "metronome";
   }
   return {};
 }

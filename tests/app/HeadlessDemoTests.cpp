@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <sstream>
+
 #include "platform/media/ImageDecoder.h"
 #include "support/ChildProcess.h"
 #include "support/Ffprobe.h"
@@ -60,11 +63,68 @@ TEST(HeadlessDemo, RunsTakesRecordsAndWritesTheProgramSnapshot) {
   EXPECT_GT(lit, 100);
 }
 
-TEST(HeadlessDemo, BadTakeIntervalIsAUsageError) {
+// The mean luma of each frame of a movie's video, with its time.
+std::vector<std::pair<double, double>> frameLevels(const std::filesystem::path& movie, const std::filesystem::path& log) {
+  const auto out = testing::outputOf({testing::findProgram("ffmpeg", "ffmpeg"), "-v", "error", "-i", movie.string(), "-vf",
+                                      "signalstats,metadata=print:key=lavfi.signalstats.YAVG:file=-", "-f", "null", "-"},
+                                     log, 60);
+  std::vector<std::pair<double, double>> levels;
+  std::istringstream lines(out.value_or(""));
+  double time = 0;
+  for (std::string line; std::getline(lines, line);) {
+    if (auto at = line.find("pts_time:"); at != std::string::npos) time = std::stod(line.substr(at + 9));
+    if (auto at = line.find("YAVG="); at != std::string::npos) levels.emplace_back(time, std::stod(line.substr(at + 5)));
+  }
+  return levels;
+}
+
+TEST(HeadlessSyncTest, RecordsAWhiteFlashOnEverySecond) {
   TempDir show;
   const auto log = show.path() / "stderr.txt";
-  EXPECT_EQ(runProcess({TAVORIN_EXECUTABLE, "--headless", "--demo", "--take-every", "0"}, log, 20), std::optional<int>(2));
-  EXPECT_NE(readFile(log).find("--take-every"), std::string::npos);
+  const auto recordings = show.path() / "recordings";
+  const std::optional<int> status =
+      runProcess({TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string(), "--sync-test", "--seconds", "6",
+                  "--record", "--recordings-dir", recordings.string()},
+                 log, 60);
+  const std::string text = readFile(log);
+  ASSERT_EQ(status, std::optional<int>(0)) << text;
+  EXPECT_NE(text.find("Sync test on Program"), std::string::npos) << text;
+  ASSERT_EQ(testing::entriesIn(recordings), 1u);
+
+  const auto levels =
+      frameLevels(std::filesystem::directory_iterator(recordings)->path() / "program.mov", show.path() / "ffmpeg.txt");
+  ASSERT_GT(levels.size(), 30u) << readFile(show.path() / "ffmpeg.txt");
+  // Each flash lights a run of frames as long as one sync-test frame, and the
+  // runs start whole seconds apart. A Program slower than 30 fps (two cores,
+  // software GL and x264, sanitizers) may miss a flash, so not every second
+  // need have one; six seconds leave it several chances.
+  std::vector<double> flashes;
+  std::size_t bright = 0;
+  for (std::size_t i = 0; i < levels.size(); ++i) {
+    if (levels[i].second < 200) continue;
+    ++bright;
+    if (i == 0 || levels[i - 1].second < 200) flashes.push_back(levels[i].first);
+  }
+  ASSERT_GE(flashes.size(), 1u);
+  for (std::size_t i = 1; i < flashes.size(); ++i) {
+    const double apart = flashes[i] - flashes[i - 1];
+    EXPECT_GE(apart, 0.9);
+    EXPECT_NEAR(apart, std::round(apart), 0.1) << flashes[i - 1] << " then " << flashes[i];
+  }
+  EXPECT_LE(bright, flashes.size() * 3) << "dark between flashes";
+}
+
+TEST(HeadlessDemo, BadDemoFlagsAreUsageErrors) {
+  TempDir show;
+  const auto log = show.path() / "stderr.txt";
+  const std::pair<std::vector<std::string>, std::string> cases[] = {{{"--demo", "--take-every", "0"}, "--take-every"},
+                                                                    {{"--demo", "--sync-test"}, "pick one"}};
+  for (const auto& [flags, named] : cases) {
+    std::vector<std::string> argv = {TAVORIN_EXECUTABLE, "--headless"};
+    argv.insert(argv.end(), flags.begin(), flags.end());
+    EXPECT_EQ(runProcess(argv, log, 20), std::optional<int>(2)) << named;
+    EXPECT_NE(readFile(log).find(named), std::string::npos) << readFile(log);
+  }
 }
 
 }  // namespace

@@ -40,6 +40,9 @@ TEST(SourceFactoryTest, RebuildsWhatItCanUnderTheSavedIdentity) {
   auto black = factory.make(saved("still:black", SavedSource::Kind::black, "Dark"));
   ASSERT_TRUE(black);
   EXPECT_EQ(black->displayName(), "Dark");
+  auto sync = factory.make(saved("synctest:1", SavedSource::Kind::syncTest, "Sync test"));
+  ASSERT_TRUE(sync);
+  EXPECT_EQ(sync->kind(), SourceKind::syncTest);
 
   auto camera = saved("camera:x", SavedSource::Kind::camera, "Cam");
   EXPECT_FALSE(factory.make(camera)) << "a kind nobody registered";

@@ -37,9 +37,12 @@ TEST_F(SourcesStoreTests, AbsentFieldsAreLeftOutAndUnknownDesignsKeptAsWritten) 
   text.textConfig = json{{"text", "Hello"}, {"future", {1, 2, 3}}};
   text.displayID = 4000000000u;
   store.upsert(text);
+  const std::string syncID = "synctest:6F1B2C3D-4E5F-4A6B-8C7D-9E0F1A2B3C4D";
+  store.upsert(source(syncID, SavedSource::Kind::syncTest, "Sync test"));
 
   EXPECT_EQ(onDisk()[0], (json{{"id", "cam-1"}, {"kind", "camera"}, {"name", "Camera"}}));
   EXPECT_EQ(onDisk()[1]["textConfig"], *text.textConfig);
+  EXPECT_EQ(onDisk()[2], (json{{"id", syncID}, {"kind", "syncTest"}, {"name", "Sync test"}}));
   EXPECT_EQ(SourcesStore(folder).saved.get(), store.saved.get());
 }
 
