@@ -65,6 +65,17 @@ std::optional<double> meanVolume(const std::filesystem::path& file) {
   return std::stod(text.substr(at + 12));
 }
 
+std::vector<double> soundOnsets(const std::filesystem::path& file) {
+  const auto text = run("ffmpeg -v info -nostats -i '" + file.string() +
+                        "' -map 0:a:0 -af silencedetect=n=-30dB:d=0.005 -f null - 2>&1");
+  std::vector<double> onsets;
+  for (std::size_t at = text.find("silence_end: "); at != std::string::npos;
+       at = text.find("silence_end: ", at + 1)) {
+    onsets.push_back(std::stod(text.substr(at + 13)));
+  }
+  return onsets;
+}
+
 nlohmann::json probe(const std::string& fileOrURL) {
   const std::string command = "ffprobe -v error -show_entries "
                               "stream=codec_type,codec_name,width,height,sample_rate,channels,start_time "

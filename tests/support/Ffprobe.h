@@ -29,6 +29,10 @@ std::vector<std::string> packetHashes(const std::filesystem::path& file, const c
 // volumedetect measures it; nothing when it has none.
 std::optional<double> meanVolume(const std::filesystem::path& file);
 
+// Where sound starts after silence in the file's first audio stream, in
+// seconds, as ffmpeg's silencedetect finds it.
+std::vector<double> soundOnsets(const std::filesystem::path& file);
+
 // ffprobe writes numbers as strings.
 inline double number(const nlohmann::json& value) { return std::stod(value.get<std::string>()); }
 
