@@ -1,5 +1,8 @@
 #include "audio/PipeWireAudioBackend.h"
 
+#include <cmath>
+
+#include "base/HostTime.h"
 #include "platform/pipewire/PipeWireCaptureStream.h"
 #include "platform/pipewire/PipeWireLoop.h"
 #include "platform/pipewire/PipeWirePlaybackStream.h"
@@ -95,11 +98,12 @@ class PipeWireAudioBackend final : public AudioBackend {
                                          const std::string& streamName, AudioDeliver deliver) override {
     const std::string target = machineOutput ? registry_.defaultSinkName().value_or("") : deviceID;
     auto onBlock = [deliver = std::move(deliver)](const StreamFormat& format, const void* const* planes,
-                                                  std::uint32_t frames) {
+                                                  std::uint32_t frames, double captured) {
       const auto sampleFormat = pcmFormat(format.format);
       if (!sampleFormat) return;
-      // Buffers carry no usable presentation time here: the ring rules absorb jitter.
-      deliver(PcmFormat{format.sampleRate, format.channels, *sampleFormat}, planes, frames, -1);
+      // A stamp far from now is a clock that cannot be trusted: the block is timed by its arrival instead.
+      if (std::fabs(captured - hostTimeNow()) > 1.0) captured = -1;
+      deliver(PcmFormat{format.sampleRate, format.channels, *sampleFormat}, planes, frames, captured);
     };
     return std::make_unique<StreamPort<PipeWireCaptureStream>>(queue_, notify_, loop_, streamName, target,
                                                                machineOutput, std::move(onBlock));

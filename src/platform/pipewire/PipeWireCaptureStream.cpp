@@ -81,11 +81,14 @@ struct PipeWireCaptureStream::Events {
     auto* self = static_cast<PipeWireCaptureStream*>(data);
     pw_buffer* buffer = pw_stream_dequeue_buffer(self->stream_);
     if (!buffer) return;
-    deliver(*self, *buffer->buffer);
+    pw_time time{};
+    const bool timed = pw_stream_get_time_n(self->stream_, &time, sizeof time) == 0 && time.now > 0 &&
+                       time.rate.denom > 0;
+    deliver(*self, *buffer->buffer, timed ? &time : nullptr);
     pw_stream_queue_buffer(self->stream_, buffer);
   }
 
-  static void deliver(PipeWireCaptureStream& self, const spa_buffer& buffer) {
+  static void deliver(PipeWireCaptureStream& self, const spa_buffer& buffer, const pw_time* time) {
     const StreamFormat& format = self.format_;
     if (format.channels == 0) return;
     const bool planar = format.format == SampleFormat::f32Planar;
@@ -102,7 +105,14 @@ struct PipeWireCaptureStream::Events {
       pointers[i] = static_cast<const std::uint8_t*>(plane.data) + offset;
       frames = std::min(frames, size / frameBytes);
     }
-    if (frames > 0) self.deliver_(format, pointers.data(), frames);
+    if (frames == 0) return;
+    double captured = -1;
+    if (time) {
+      // The cycle began at `now`; what it brought in was captured `delay` before, and lasts `frames`.
+      const double delay = static_cast<double>(time->delay) * time->rate.num / time->rate.denom;
+      captured = static_cast<double>(time->now) * 1e-9 - delay - static_cast<double>(frames) / format.sampleRate;
+    }
+    self.deliver_(format, pointers.data(), frames, captured);
   }
 };
 

@@ -24,7 +24,10 @@ class PipeWireCaptureStream {
  public:
   // Loop thread. `planes` holds one pointer for interleaved formats and
   // `format.channels` pointers for planar ones.
-  using Deliver = std::function<void(const StreamFormat& format, const void* const* planes, std::uint32_t frames)>;
+  // `captured`: host seconds (CLOCK_MONOTONIC) of the block's first frame, from
+  // the graph's own clock; negative when PipeWire gives no usable time.
+  using Deliver = std::function<void(const StreamFormat& format, const void* const* planes, std::uint32_t frames,
+                                     double captured)>;
 
   PipeWireCaptureStream(PipeWireLoop& loop, std::string streamName, std::string targetNodeName, bool captureSink,
                         Deliver deliver);

@@ -7,6 +7,7 @@
 #include <numbers>
 #include <vector>
 
+#include "base/HostTime.h"
 #include "platform/pipewire/PipeWireCaptureStream.h"
 #include "platform/pipewire/PipeWireLoop.h"
 #include "platform/pipewire/PipeWirePlaybackStream.h"
@@ -140,9 +141,12 @@ TEST(PipeWireCaptureStream, ToneIntoAVirtualSourceArrivesAtItsLevelInTheReported
   std::vector<float> left;
   std::vector<float> right;
   StreamFormat delivered;
+  std::vector<std::pair<double, double>> stamps;  // capture time, arrival
   PipeWireCaptureStream stream(loop, "Tavorin test capture", "tavorin-test-mic", false,
-                               [&](const StreamFormat& format, const void* const* planes, std::uint32_t frames) {
+                               [&](const StreamFormat& format, const void* const* planes, std::uint32_t frames,
+                                   double captured) {
                                  std::lock_guard lock(mutex);
+                                 stamps.emplace_back(captured, hostTimeNow());
                                  delivered = format;
                                  if (format.channels < 2) return;
                                  for (std::uint32_t i = 0; i < frames; ++i) {
@@ -179,6 +183,17 @@ TEST(PipeWireCaptureStream, ToneIntoAVirtualSourceArrivesAtItsLevelInTheReported
   EXPECT_NEAR(decibelsFrom(rms(steadyLeft), 0.5 / std::sqrt(2.0)), 0, 0.5);
   EXPECT_NEAR(decibelsFrom(rms(steadyRight), 0.5 / std::sqrt(2.0)), 0, 0.5);
   EXPECT_NEAR(frequencyOf(steadyLeft), 1000, 20);
+  // Each block is stamped from the graph's clock, before it arrived and in order.
+  std::lock_guard lock(mutex);
+  ASSERT_GT(stamps.size(), 20u);
+  for (std::size_t i = 0; i < stamps.size(); ++i) {
+    EXPECT_LE(stamps[i].first, stamps[i].second) << i;
+    EXPECT_GT(stamps[i].first, stamps[i].second - 0.5) << i;
+    // Once the stream has settled (its first cycles may repeat the graph's time).
+    if (i > 10) {
+      EXPECT_GT(stamps[i].first, stamps[i - 1].first) << i;
+    }
+  }
 }
 
 }  // namespace
