@@ -471,8 +471,21 @@ void AudioMixerEngine::scheduleRebuild() {
   rebuildPending_ = true;
   rebuildTimer_ = queue_.after(kRebuildDelay, [this] {
     rebuildPending_ = false;
+    const auto programBefore = programOutput.get();
+    const bool offlineBefore = programOutputOffline.get();
     rebindOutputs();
-    rebuildAll();
+    // A change Program does not use (headphones plugged in, a monitor's
+    // device) leaves the Program mix running: no gap in recordings and streams.
+    const auto& programAfter = programOutput.get();
+    const bool programUnchanged = programBus_.running() && offlineBefore == programOutputOffline.get() &&
+                                  programBefore.has_value() == programAfter.has_value() &&
+                                  (!programAfter || programBefore->id == programAfter->id);
+    if (programUnchanged) {
+      audioLog("rebuild of monitors only (Program unchanged)");
+      monitorBuses_.rebuildAll();
+    } else {
+      rebuildAll();
+    }
     suppressConfigChangesUntil_ = queue_.now() + kSuppressAfterRebuild;
   });
 }
