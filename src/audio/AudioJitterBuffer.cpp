@@ -6,6 +6,15 @@
 
 namespace tavorin {
 
+namespace {
+
+// The fill's slow mean follows over a few seconds of reads.
+constexpr double kFillSmoothing = 0.005;
+// A fill 10 % above the target reads 0.1 % faster.
+constexpr double kDriftGain = 0.01;
+
+}  // namespace
+
 AudioJitterBuffer::AudioJitterBuffer(std::int64_t capacity, std::int64_t targetFrames, std::int64_t highWaterFrames)
     : capacity_(capacity),
       mask_(capacity - 1),
@@ -63,6 +72,9 @@ bool AudioJitterBuffer::read(float* left, float* right, std::uint32_t frameCount
     }
     buffering_ = false;
     rampInLeft_ = kRampFrames;
+    // Playing starts at the target: the drift control starts from neutral.
+    smoothedFill_ = static_cast<double>(targetFrames_);
+    readFraction_ = 0;
   }
 
   if (available > highWaterFrames_) {
@@ -70,10 +82,10 @@ bool AudioJitterBuffer::read(float* left, float* right, std::uint32_t frameCount
     trims_.fetch_add(1, std::memory_order_relaxed);
     rampInLeft_ = kRampFrames;
     available = targetFrames_;
+    smoothedFill_ = static_cast<double>(targetFrames_);
+    readFraction_ = 0;
   }
 
-  const std::uint32_t n = static_cast<std::uint32_t>(std::min<std::int64_t>(available, frameCount));
-  const float* data = storage_.get();
   {
     const std::uint32_t before = anchorSequence_.load(std::memory_order_acquire);
     const std::int64_t frame = anchorFrame_.load(std::memory_order_relaxed);
@@ -85,8 +97,20 @@ bool AudioJitterBuffer::read(float* left, float* right, std::uint32_t frameCount
     } else if (lastReadTime_ >= 0) {
       lastReadTime_ += static_cast<double>(lastReadCount_) / kCommonSampleRate;
     }
-    lastReadCount_ = n;
   }
+
+  // The fill sawtooths by a block each write; its slow mean says whether the
+  // producer's clock runs fast or slow against the reader's.
+  smoothedFill_ += (static_cast<double>(available) - smoothedFill_) * kFillSmoothing;
+  readRate_ = std::clamp(1.0 + kDriftGain * (smoothedFill_ - static_cast<double>(targetFrames_)) / targetFrames_,
+                         1.0 - kMaxDrift, 1.0 + kMaxDrift);
+  const double reach = readFraction_ + readRate_ * frameCount;
+  if (static_cast<double>(available) > reach + 1) return readResampled(left, right, frameCount, gain, tail);
+
+  const std::uint32_t n = static_cast<std::uint32_t>(std::min<std::int64_t>(available, frameCount));
+  const float* data = storage_.get();
+  readFraction_ = 0;
+  lastReadCount_ = n;
   if (available != 0) {
     const float step = (gain - lastGain_) / static_cast<float>(frameCount);
     for (std::uint32_t i = 0; i < n; ++i) {
@@ -123,10 +147,42 @@ bool AudioJitterBuffer::read(float* left, float* right, std::uint32_t frameCount
   return available != 0;
 }
 
+bool AudioJitterBuffer::readResampled(float* left, float* right, std::uint32_t frameCount, float gain,
+                                      std::int64_t tail) {
+  const float* data = storage_.get();
+  const float step = (gain - lastGain_) / static_cast<float>(frameCount);
+  double position = readFraction_;
+  for (std::uint32_t i = 0; i < frameCount; ++i) {
+    float g = lastGain_ + step * static_cast<float>(i);
+    if (rampInLeft_ > 0) {
+      g *= 1.0f - static_cast<float>(rampInLeft_) / kRampFrames;
+      --rampInLeft_;
+    }
+    const auto whole = static_cast<std::int64_t>(position);
+    const auto t = static_cast<float>(position - static_cast<double>(whole));
+    const std::int64_t a = (tail + whole) & mask_;
+    const std::int64_t b = (tail + whole + 1) & mask_;
+    const float l = g * (data[a * 2] + (data[b * 2] - data[a * 2]) * t);
+    const float r = g * (data[a * 2 + 1] + (data[b * 2 + 1] - data[a * 2 + 1]) * t);
+    right[i] = r;
+    left[i] = l;
+    position += readRate_;
+  }
+  const auto consumed = static_cast<std::int64_t>(position);
+  readFraction_ = position - static_cast<double>(consumed);
+  lastReadCount_ = static_cast<std::uint32_t>(consumed);
+  tail_.store(tail + consumed, std::memory_order_release);
+  lastGain_ = gain;
+  return true;
+}
+
 void AudioJitterBuffer::reset() {
   tail_.store(head_.load(std::memory_order_acquire), std::memory_order_release);
   buffering_ = true;
   rampInLeft_ = 0;
+  smoothedFill_ = 0;
+  readRate_ = 1.0;
+  readFraction_ = 0;
   underruns_.store(0, std::memory_order_relaxed);
   trims_.store(0, std::memory_order_relaxed);
   overflows_.store(0, std::memory_order_relaxed);

@@ -43,11 +43,16 @@ class AudioJitterBuffer {
   std::int64_t trims() const { return trims_.load(std::memory_order_relaxed); }
   std::int64_t overflows() const { return overflows_.load(std::memory_order_relaxed); }
   bool buffering() const { return buffering_; }
+  // Frames taken per frame given out: 1 ± at most kMaxDrift. Consumer only.
+  double readRate() const { return readRate_; }
+  static constexpr double kMaxDrift = 0.005;
   // Consumer, after a read that gave real audio: the capture time of its
   // first frame; negative when the producer gave none.
   double lastReadTime() const { return lastReadTime_; }
 
  private:
+  bool readResampled(float* left, float* right, std::uint32_t frameCount, float gain, std::int64_t tail);
+
   const std::int64_t capacity_;
   const std::int64_t mask_;
   std::unique_ptr<float[]> storage_;  // frames interleaved left, right
@@ -69,6 +74,11 @@ class AudioJitterBuffer {
   bool buffering_ = true;
   int rampInLeft_ = 0;
   float lastGain_ = 0;
+  // Drift: the fill, smoothed, steers how fast the ring is read, so a capture
+  // clock a little off its rate never reaches the trim or an underrun.
+  double smoothedFill_ = 0;
+  double readRate_ = 1.0;
+  double readFraction_ = 0;  // how far between two frames the next read starts
 };
 
 }  // namespace tavorin
