@@ -66,21 +66,6 @@ TEST(HeadlessDemo, RunsTakesRecordsAndWritesTheProgramSnapshot) {
   EXPECT_GT(lit, 100);
 }
 
-// The mean luma of each frame of a movie's video, with its time.
-std::vector<std::pair<double, double>> frameLevels(const std::filesystem::path& movie, const std::filesystem::path& log) {
-  const auto out = testing::outputOf({testing::findProgram("ffmpeg", "ffmpeg"), "-v", "error", "-i", movie.string(), "-vf",
-                                      "signalstats,metadata=print:key=lavfi.signalstats.YAVG:file=-", "-f", "null", "-"},
-                                     log, 60);
-  std::vector<std::pair<double, double>> levels;
-  std::istringstream lines(out.value_or(""));
-  double time = 0;
-  for (std::string line; std::getline(lines, line);) {
-    if (auto at = line.find("pts_time:"); at != std::string::npos) time = std::stod(line.substr(at + 9));
-    if (auto at = line.find("YAVG="); at != std::string::npos) levels.emplace_back(time, std::stod(line.substr(at + 5)));
-  }
-  return levels;
-}
-
 TEST(HeadlessSyncTest, RecordsAWhiteFlashOnEverySecond) {
   TempDir show;
   const auto log = show.path() / "stderr.txt";
@@ -94,27 +79,21 @@ TEST(HeadlessSyncTest, RecordsAWhiteFlashOnEverySecond) {
   EXPECT_NE(text.find("Sync test on Program"), std::string::npos) << text;
   ASSERT_EQ(testing::entriesIn(recordings), 1u);
 
-  const auto levels =
-      frameLevels(std::filesystem::directory_iterator(recordings)->path() / "program.mov", show.path() / "ffmpeg.txt");
-  ASSERT_GT(levels.size(), 30u) << readFile(show.path() / "ffmpeg.txt");
+  const auto levels = testing::frameLuma(std::filesystem::directory_iterator(recordings)->path() / "program.mov");
+  ASSERT_GT(levels.size(), 30u);
   // Each flash lights a run of frames as long as one sync-test frame, and the
   // runs start whole seconds apart. A Program slower than 30 fps (two cores,
   // software GL and x264, sanitizers) may miss a flash, so not every second
   // need have one; six seconds leave it several chances.
-  std::vector<double> flashes;
-  std::size_t bright = 0;
-  for (std::size_t i = 0; i < levels.size(); ++i) {
-    if (levels[i].second < 200) continue;
-    ++bright;
-    if (i == 0 || levels[i - 1].second < 200) flashes.push_back(levels[i].first);
-  }
+  const auto flashes = testing::flashTimes(levels);
+  const auto bright = std::count_if(levels.begin(), levels.end(), [](const auto& level) { return level.second >= 200; });
   ASSERT_GE(flashes.size(), 1u);
   for (std::size_t i = 1; i < flashes.size(); ++i) {
     const double apart = flashes[i] - flashes[i - 1];
     EXPECT_GE(apart, 0.9);
     EXPECT_NEAR(apart, std::round(apart), 0.1) << flashes[i - 1] << " then " << flashes[i];
   }
-  EXPECT_LE(bright, flashes.size() * 3) << "dark between flashes";
+  EXPECT_LE(static_cast<std::size_t>(bright), flashes.size() * 3) << "dark between flashes";
 
   // Each flash has its beep: the sound is placed by when it was made, not
   // when it played. A Program frame may show the flash up to a tick late;

@@ -65,6 +65,31 @@ std::optional<double> meanVolume(const std::filesystem::path& file) {
   return std::stod(text.substr(at + 12));
 }
 
+std::vector<std::pair<double, double>> frameLuma(const std::filesystem::path& file) {
+  const auto text = run("ffmpeg -v error -i '" + file.string() +
+                        "' -vf signalstats,metadata=print:key=lavfi.signalstats.YAVG:file=- -f null - 2>/dev/null");
+  std::vector<std::pair<double, double>> levels;
+  double time = 0;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const auto end = text.find('\n', at);
+    const auto line = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
+    if (auto found = line.find("pts_time:"); found != std::string::npos) time = std::stod(line.substr(found + 9));
+    if (auto found = line.find("YAVG="); found != std::string::npos) levels.emplace_back(time, std::stod(line.substr(found + 5)));
+    if (end == std::string::npos) break;
+    at = end + 1;
+  }
+  return levels;
+}
+
+std::vector<double> flashTimes(const std::vector<std::pair<double, double>>& luma) {
+  std::vector<double> flashes;
+  for (std::size_t i = 0; i < luma.size(); ++i) {
+    if (luma[i].second >= 200 && (i == 0 || luma[i - 1].second < 200)) flashes.push_back(luma[i].first);
+  }
+  return flashes;
+}
+
 std::vector<double> soundOnsets(const std::filesystem::path& file) {
   const auto text = run("ffmpeg -v info -nostats -i '" + file.string() +
                         "' -map 0:a:0 -af silencedetect=n=-30dB:d=0.005 -f null - 2>&1");

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -28,6 +29,14 @@ std::vector<std::string> packetHashes(const std::filesystem::path& file, const c
 // The mean level in dB of the file's first audio stream, as ffmpeg's
 // volumedetect measures it; nothing when it has none.
 std::optional<double> meanVolume(const std::filesystem::path& file);
+
+// The mean luma (0–255) of every decoded picture of the file, with its
+// presentation time, as ffmpeg's signalstats measures it.
+std::vector<std::pair<double, double>> frameLuma(const std::filesystem::path& file);
+
+// The presentation times where a run of bright pictures (mean luma above
+// 200) begins: the flashes of the sync-test source.
+std::vector<double> flashTimes(const std::vector<std::pair<double, double>>& luma);
 
 // Where sound starts after silence in the file's first audio stream, in
 // seconds, as ffmpeg's silencedetect finds it.
