@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/gl/GLObjects.h"
+
 namespace tavorin {
 
 namespace {
@@ -84,9 +86,7 @@ void Nv12Delivery::readBack(const LayerTexture& canvas, bool redrawn, double now
 void Nv12Delivery::finishSurfaces(bool wait) {
   while (pending_ > 0) {
     InFlight& slot = inFlight_[oldest_];
-    const GLuint64 timeout = wait ? 10'000'000'000ull : 0;
-    const GLenum status = glClientWaitSync(slot.fence, wait ? GL_SYNC_FLUSH_COMMANDS_BIT : 0, timeout);
-    const bool done = status == GL_ALREADY_SIGNALED || status == GL_CONDITION_SATISFIED;
+    const bool done = fencePassed(slot.fence, wait);
     if (!done && !wait) return;
     glDeleteSync(slot.fence);
     slot.fence = nullptr;

@@ -91,9 +91,7 @@ bool Nv12Readback::queue(Nv12Converter& converter, const LayerTexture& canvas, b
 Nv12FrameRef Nv12Readback::collect(bool wait) {
   if (pending_ == 0) return nullptr;
   Slot& slot = slots_[oldest_];
-  const GLuint64 timeout = wait ? 10'000'000'000ull : 0;
-  const GLenum status = glClientWaitSync(slot.fence, wait ? GL_SYNC_FLUSH_COMMANDS_BIT : 0, timeout);
-  if (status != GL_ALREADY_SIGNALED && status != GL_CONDITION_SATISFIED) return nullptr;
+  if (!fencePassed(slot.fence, wait)) return nullptr;
   release(slot);
   oldest_ = (oldest_ + 1) % kDepth;
   --pending_;

@@ -64,8 +64,6 @@ class StreamingEngine {
   // The wall-clock second the first of the live destinations went live.
   std::optional<double> earliestLiveSince() const;
   bool hasSession(const Uuid& id) const { return sessions_.count(id) > 0; }
-  // The canvas name the encoders know a stream canvas by.
-  static std::string encoderCanvas(StreamCanvas canvas) { return std::string(enumName(canvas)); }
 
  private:
   using SessionList = std::vector<std::shared_ptr<StreamSession>>;

@@ -70,4 +70,12 @@ inline GLVertexArray makeVertexArray() {
   return GLVertexArray(n);
 }
 
+// Whether the GPU has passed `fence`: asked without waiting, or, with
+// `wait`, waiting up to 10 s (a GPU that long behind has hung).
+inline bool fencePassed(GLsync fence, bool wait) {
+  const GLuint64 timeout = wait ? 10'000'000'000ull : 0;
+  const GLenum status = glClientWaitSync(fence, wait ? GL_SYNC_FLUSH_COMMANDS_BIT : 0, timeout);
+  return status == GL_ALREADY_SIGNALED || status == GL_CONDITION_SATISFIED;
+}
+
 }  // namespace tavorin

@@ -21,7 +21,6 @@ struct HardwareEncoders {
   // FFmpeg encoder names for `codec` in the order to try them: hardware first
   // when preferred and present, then software where there is one.
   std::vector<std::string> candidates(VideoCodecKind codec, bool preferHardware) const;
-  bool any() const { return vaapiH264 || vaapiHevc || nvencH264 || nvencHevc; }
 };
 
 // `renderNode` is the node the GL context draws on when known; empty takes

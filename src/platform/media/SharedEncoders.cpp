@@ -53,10 +53,6 @@ std::string SharedEncoders::Subscription::encoderName() const {
   return audio_ ? "aac" : "";
 }
 
-void SharedEncoders::Subscription::requestKeyFrame() const {
-  if (video_) video_->requestKeyFrame();
-}
-
 std::function<void()> SharedEncoders::Subscription::keyFrameRequester() const {
   return [encoder = video_] {
     if (encoder) encoder->requestKeyFrame();

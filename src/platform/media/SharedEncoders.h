@@ -51,9 +51,8 @@ class SharedEncoders {
     int droppedFrames() const;
     // The FFmpeg encoder behind it ("libx264", "h264_vaapi", "aac", …).
     std::string encoderName() const;
-    // Asks for a key frame as soon as possible (a receiver that lost packets).
-    void requestKeyFrame() const;
-    // The same as a call that stays valid however the subscription changes meanwhile.
+    // Asks for a key frame as soon as possible (a receiver that lost packets):
+    // a call that stays valid however the subscription changes meanwhile.
     std::function<void()> keyFrameRequester() const;
 
    private:

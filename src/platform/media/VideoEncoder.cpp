@@ -204,18 +204,6 @@ std::unique_ptr<VideoEncoder> VideoEncoder::open(const VideoEncoding& encoding, 
 
 VideoEncoder::~VideoEncoder() = default;
 
-bool VideoEncoder::updateBitRate(std::int64_t bitRate, std::optional<std::int64_t> maxBitRate,
-                                 std::optional<std::int64_t> bufferBits) {
-  // FFmpeg's libx264 wrapper reconfigures x264 when these fields change
-  // between frames; the other encoders read them only when opening.
-  if (encoderName_ != "libx264") return false;
-  encoding_.bitRate = bitRate;
-  encoding_.maxBitRate = maxBitRate;
-  encoding_.bufferBits = bufferBits;
-  applyRate(context_.get(), encoding_);
-  return true;
-}
-
 bool VideoEncoder::convert(const PixelBuffer& source) {
   AVFrame* frame = frame_.get();
   if (av_frame_make_writable(frame) < 0) return false;

@@ -64,10 +64,6 @@ class VideoEncoder {
   // given all after a flush); `error` tells a failure from that.
   bool receive(EncodedVideoSample& sample, EncoderError& error);
 
-  // Takes a new bit rate without a new session; false when this encoder can
-  // only do that by opening again.
-  bool updateBitRate(std::int64_t bitRate, std::optional<std::int64_t> maxBitRate,
-                     std::optional<std::int64_t> bufferBits);
 
  private:
   VideoEncoder() = default;
