@@ -25,25 +25,7 @@ using namespace tavorin;
 
 namespace {
 
-struct Pair {
-  double at = 0;      // the flash, seconds into the file
-  double offset = 0;  // flash minus its beep, seconds
-};
-
-std::vector<Pair> pairs(const std::filesystem::path& file) {
-  const auto flashes = testing::flashTimes(testing::frameLuma(file));
-  const auto onsets = testing::soundOnsets(file);
-  std::vector<Pair> found;
-  if (onsets.empty()) return found;
-  for (const double flash : flashes) {
-    const double nearest = *std::min_element(onsets.begin(), onsets.end(), [&](double a, double b) {
-      return std::fabs(a - flash) < std::fabs(b - flash);
-    });
-    // A flash whose beep was cut (the file's first instant) pairs with the next second's.
-    if (std::fabs(flash - nearest) < 0.5) found.push_back({flash, flash - nearest});
-  }
-  return found;
-}
+using Pair = testing::FlashBeep;
 
 // Least-squares slope of offset over time, in seconds per second.
 double slope(const std::vector<Pair>& list) {
@@ -94,7 +76,7 @@ int main(int argc, char** argv) {
     if (entry.path().filename() == "program.mov") movie = entry.path();
   }
   std::printf("sync test for %.1f min; offset = flash - beep onset in ms (EBU R37: -60 .. +40)\n", minutes);
-  report("recording", pairs(movie));
-  report("stream", pairs(nginx.recording("live", "sync")));
+  report("recording", testing::flashBeepOffsets(movie));
+  report("stream", testing::flashBeepOffsets(nginx.recording("live", "sync")));
   return 0;
 }

@@ -70,6 +70,12 @@ int runHeadless(const LaunchOptions& options) {
   if (options.record) model->startRecording();
   for (const auto& url : options.streamURLs) model->goLive(url);
 
+  // A server without a window restarts its audio the way daemons reload.
+  queue.onSignal(SIGUSR1, [&model] {
+    model->appendLog("Restarting audio (SIGUSR1)");
+    model->restartAudio();
+  });
+
   TimerHandle stopTimer;
   if (options.seconds) stopTimer = queue.after(*options.seconds, [&queue] { queue.quit(); });
 

@@ -88,7 +88,8 @@ std::string usageText() {
          "  --snapshot FILE     write the newest Program frame as a PNG on quit\n"
          "  --record            record Program from launch and finish the file on quit\n"
          "  --recordings-dir DIR  record under DIR instead of the recordings folder\n"
-         "  --stream URL        go live to rtmp(s)://host[:port]/app/KEY from launch to quit (repeatable)\n";
+         "  --stream URL        go live to rtmp(s)://host[:port]/app/KEY from launch to quit (repeatable)\n"
+         "Signals: INT, TERM or HUP quit cleanly; USR1 restarts audio.\n";
 }
 
 }  // namespace tavorin

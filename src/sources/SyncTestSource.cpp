@@ -90,13 +90,13 @@ FrameRef SyncTestSource::drawFrame(std::int64_t index) {
   PixelBufferRef frame = pool_.acquire();
   if (!frame) return nullptr;
   const std::int64_t second = floorDiv(index, kFrameRate);
-  const bool flash = second != lastSecond_;
-  lastSecond_ = second;
-  if (flash) {
+  const int phase = static_cast<int>(index - second * kFrameRate);
+  // Only the frame on the second flashes: a late thread that skipped it
+  // shows none that second rather than one off its beep.
+  if (phase == 0) {
     frame->fill(kFlash.b, kFlash.g, kFlash.r, kFlash.a);
   } else {
     frame->fill(kField.b, kField.g, kField.r, kField.a);
-    const int phase = static_cast<int>(index - second * kFrameRate);
     fillRect(*frame, {phase * kWidth / kFrameRate, 0, kBarWidth, kHeight}, kBar);
     drawNumber(*frame, std::max<std::int64_t>(second, 0), kWidth / 2, kHeight * 3 / 10, kHeight * 3 / 10);
     drawNumber(*frame, phase, kWidth / 2, kHeight * 7 / 10, kHeight / 10);

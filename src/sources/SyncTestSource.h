@@ -34,9 +34,8 @@ class SyncTestSource : public BaseSource {
   bool canPark() const override { return false; }
 
   // The pacing thread's step: frame `index` drawn into a pooled buffer and
-  // stamped with frameTime(index). It flashes when it is the first frame drawn
-  // in its second, so a late thread that skipped the boundary flashes on the
-  // next one. Null when the pool has no buffer free. Only one thread at a time
+  // stamped with frameTime(index); it flashes when it is the frame on a whole
+  // second. Null when the pool has no buffer free. Only one thread at a time
   // calls it: the source's own while started, a test otherwise.
   FrameRef drawFrame(std::int64_t index);
 
@@ -45,7 +44,6 @@ class SyncTestSource : public BaseSource {
 
   const double epoch_;
   PixelBufferPool pool_{kWidth, kHeight};
-  std::int64_t lastSecond_ = -1;
   std::atomic<bool> producing_{false};
   std::thread thread_;
 };

@@ -242,6 +242,10 @@ void StreamSession::runLoop() {
           why = "the server stopped taking data";
           break;
         }
+        if (connection_.secondsUnacknowledged() >= kStalledSeconds) {
+          why = "the server stopped acknowledging data";
+          break;
+        }
       }
       // Dropped after being live: the count starts over.
       isPublishing_ = false;

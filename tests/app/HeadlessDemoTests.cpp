@@ -66,56 +66,6 @@ TEST(HeadlessDemo, RunsTakesRecordsAndWritesTheProgramSnapshot) {
   EXPECT_GT(lit, 100);
 }
 
-TEST(HeadlessSyncTest, RecordsAWhiteFlashOnEverySecond) {
-  TempDir show;
-  const auto log = show.path() / "stderr.txt";
-  const auto recordings = show.path() / "recordings";
-  const std::optional<int> status =
-      runProcess({TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string(), "--sync-test", "--seconds", "6",
-                  "--record", "--recordings-dir", recordings.string()},
-                 log, 60);
-  const std::string text = readFile(log);
-  ASSERT_EQ(status, std::optional<int>(0)) << text;
-  EXPECT_NE(text.find("Sync test on Program"), std::string::npos) << text;
-  ASSERT_EQ(testing::entriesIn(recordings), 1u);
-
-  const auto levels = testing::frameLuma(std::filesystem::directory_iterator(recordings)->path() / "program.mov");
-  ASSERT_GT(levels.size(), 30u);
-  // Each flash lights a run of frames as long as one sync-test frame, and the
-  // runs start whole seconds apart. A Program slower than 30 fps (two cores,
-  // software GL and x264, sanitizers) may miss a flash, so not every second
-  // need have one; six seconds leave it several chances.
-  const auto flashes = testing::flashTimes(levels);
-  const auto bright = std::count_if(levels.begin(), levels.end(), [](const auto& level) { return level.second >= 200; });
-  ASSERT_GE(flashes.size(), 1u);
-  for (std::size_t i = 1; i < flashes.size(); ++i) {
-    const double apart = flashes[i] - flashes[i - 1];
-    EXPECT_GE(apart, 0.9);
-    EXPECT_NEAR(apart, std::round(apart), 0.1) << flashes[i - 1] << " then " << flashes[i];
-  }
-  EXPECT_LE(static_cast<std::size_t>(bright), flashes.size() * 3) << "dark between flashes";
-
-  // Each flash has its beep: the sound is placed by when it was made, not
-  // when it played. A Program frame may show the flash up to a tick late;
-  // sound placed by play time would come 50–70 ms after its flash.
-  const auto movie = std::filesystem::directory_iterator(recordings)->path() / "program.mov";
-  const auto onsets = testing::soundOnsets(movie);
-  ASSERT_GE(onsets.size(), 3u) << "a beep each second";
-  int checked = 0;
-  for (const double flash : flashes) {
-    // The sound may start a little after the picture on a loaded machine.
-    if (flash < onsets.front() - 0.5) continue;
-    const auto nearest = *std::min_element(onsets.begin(), onsets.end(), [&](double a, double b) {
-      return std::fabs(a - flash) < std::fabs(b - flash);
-    });
-    EXPECT_GE(flash - nearest, -0.04) << "flash at " << flash;
-    // Late by at most a slow Program tick (the sanitizer build composes at a few frames a second).
-    EXPECT_LE(flash - nearest, 0.2) << "flash at " << flash;
-    ++checked;
-  }
-  EXPECT_GE(checked, 1);
-}
-
 TEST(HeadlessDemo, BadDemoFlagsAreUsageErrors) {
   TempDir show;
   const auto log = show.path() / "stderr.txt";

@@ -41,6 +41,7 @@ class MixerOnPipeWire : public ::testing::Test {
     mixer->setProgramAudioSink([this](const AudioBlockRef& block) {
       std::lock_guard guard(lock);
       tap.insert(tap.end(), block->plane(0), block->plane(0) + block->frameCount());
+      stamps.push_back({block->hostTime(), static_cast<double>(block->frameCount()) / block->sampleRate()});
     });
   }
   void TearDown() override {
@@ -67,6 +68,20 @@ class MixerOnPipeWire : public ::testing::Test {
     std::lock_guard guard(lock);
     return tap.size();
   }
+  std::size_t tapBlocks() {
+    std::lock_guard guard(lock);
+    return stamps.size();
+  }
+  // How far the Program mix's capture times stray from one block to the
+  // next, from block `from` on: a rebuilt Program bus starts them over.
+  double largestStampJump(std::size_t from) {
+    std::lock_guard guard(lock);
+    double largest = 0;
+    for (std::size_t i = std::max<std::size_t>(from, 1); i < stamps.size(); ++i) {
+      largest = std::max(largest, std::fabs(stamps[i].first - (stamps[i - 1].first + stamps[i - 1].second)));
+    }
+    return largest;
+  }
 
   testing::PrivatePipeWire pipewire;
   testing::TempDir dir;
@@ -76,6 +91,7 @@ class MixerOnPipeWire : public ::testing::Test {
   std::unique_ptr<AudioMixerEngine> mixer;
   std::mutex lock;
   std::vector<float> tap;
+  std::vector<std::pair<double, double>> stamps;  // each tap block's capture time and length
 };
 
 TEST_F(MixerOnPipeWire, ToneReachesTheProgramTapAtItsLevelAndAMonitorOnlyWhenRouted) {
@@ -108,6 +124,7 @@ TEST_F(MixerOnPipeWire, VanishedMonitorDeviceIsRebuiltAroundAndProgramPlaysOn) {
   mixer->setMonitorDevice(AudioMixerEngine::kHeadphonesID, output("monitor_out"));
   auto tone = pipewire.playTone("mic_in", 1000, 30, kToneAmplitude);
   pump(1.0);
+  const std::size_t blocksBefore = tapBlocks();
   pipewire.remove("monitor_out");
   pump(2.0);
   EXPECT_FALSE(mixer->monitors.get()[0].connected);
@@ -123,6 +140,8 @@ TEST_F(MixerOnPipeWire, VanishedMonitorDeviceIsRebuiltAroundAndProgramPlaysOn) {
   pump(2.0);
   EXPECT_TRUE(mixer->monitors.get()[0].connected);
   EXPECT_TRUE(mixer->monitorBus(AudioMixerEngine::kHeadphonesID)->running());
+  // Neither change touched Program: its mix ran on without a gap.
+  EXPECT_LT(largestStampJump(blocksBefore), 0.005);
 }
 
 TEST_F(MixerOnPipeWire, InputThatGoesAwayIsOfflineAndComesBack) {

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <csignal>
+
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -49,7 +51,19 @@ NginxRtmp::NginxRtmp() {
     fail("openssl could not make a certificate:" + logTail(dir_ / "openssl.log"));
   }
   writeConfig();
+  start();
+}
 
+void NginxRtmp::restart() {
+  // Killed, as a crashed or rebooted server goes: no goodbye to its clients.
+  server_->signal(SIGKILL);
+  server_->wait(5);
+  server_.reset();
+  start();
+}
+
+void NginxRtmp::start() {
+  const std::string nginx = findProgram("nginx", "nginx");
   SpawnOptions options;
   options.ownSession = true;
   server_ = std::make_unique<ChildProcess>(

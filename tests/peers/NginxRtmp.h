@@ -20,6 +20,10 @@ class NginxRtmp {
   NginxRtmp(const NginxRtmp&) = delete;
   NginxRtmp& operator=(const NginxRtmp&) = delete;
 
+  // Kills the server and starts it again on the same ports: clients lose
+  // their connections, and a stream published again starts its recording over.
+  void restart();
+
   // "rtmp://127.0.0.1:PORT/app" and "rtmps://127.0.0.1:PORT/app", without a stream key.
   std::string url(const std::string& app) const;
   std::string rtmpsURL(const std::string& app) const;
@@ -32,6 +36,7 @@ class NginxRtmp {
 
  private:
   void writeConfig() const;
+  void start();
 
   TempDir dir_;
   int rtmpPort_ = 0;

@@ -1,5 +1,7 @@
 #include "support/Ffprobe.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace tavorin::testing {
@@ -99,6 +101,19 @@ std::vector<double> soundOnsets(const std::filesystem::path& file) {
     onsets.push_back(std::stod(text.substr(at + 13)));
   }
   return onsets;
+}
+
+std::vector<FlashBeep> flashBeepOffsets(const std::filesystem::path& file) {
+  const auto onsets = soundOnsets(file);
+  std::vector<FlashBeep> found;
+  if (onsets.empty()) return found;
+  for (const double flash : flashTimes(frameLuma(file))) {
+    const double nearest = *std::min_element(onsets.begin(), onsets.end(), [&](double a, double b) {
+      return std::fabs(a - flash) < std::fabs(b - flash);
+    });
+    if (std::fabs(flash - nearest) < 0.5) found.push_back({flash, flash - nearest});
+  }
+  return found;
 }
 
 nlohmann::json probe(const std::string& fileOrURL) {

@@ -42,6 +42,16 @@ std::vector<double> flashTimes(const std::vector<std::pair<double, double>>& lum
 // seconds, as ffmpeg's silencedetect finds it.
 std::vector<double> soundOnsets(const std::filesystem::path& file);
 
+// Each flash of the sync-test picture in the file paired with the nearest
+// beep onset: when the flash shows (seconds into the file) and how far it is
+// after its beep (seconds; negative: the sound comes late). A flash with no
+// beep within half a second (cut at the file's start) is left out.
+struct FlashBeep {
+  double at = 0;
+  double offset = 0;
+};
+std::vector<FlashBeep> flashBeepOffsets(const std::filesystem::path& file);
+
 // ffprobe writes numbers as strings.
 inline double number(const nlohmann::json& value) { return std::stod(value.get<std::string>()); }
 

@@ -5,7 +5,7 @@
 namespace tavorin {
 
 SharedAudioEncoder::SharedAudioEncoder(AudioEncoding encoding, LogHandler log)
-    : encoding_(std::move(encoding)), log_(std::move(log)) {
+    : encoding_(std::move(encoding)), log_(log), failures_("Audio encoder (AAC)", std::move(log)) {
   worker_.start([this] { run(); });
 }
 
@@ -42,6 +42,7 @@ void SharedAudioEncoder::deliverAll() {
     receivers_.deliver(std::make_shared<const EncodedAudioSample>(std::move(sample)), true);
     sample = {};
   }
+  if (error != EncoderError::none) failures_.failed(error);
 }
 
 void SharedAudioEncoder::encode(const AudioBlock& block) {
@@ -56,7 +57,12 @@ void SharedAudioEncoder::encode(const AudioBlock& block) {
     lastError_ = error;
     if (!encoder_) return;
   }
-  if (encoder_->send(block) != EncoderError::none) ++dropped_;
+  if (const EncoderError error = encoder_->send(block); error != EncoderError::none) {
+    ++dropped_;
+    failures_.failed(error);
+  } else {
+    failures_.succeeded();
+  }
   deliverAll();
 }
 

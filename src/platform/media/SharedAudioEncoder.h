@@ -12,6 +12,7 @@
 #include "base/AudioBlock.h"
 #include "platform/media/AudioEncoder.h"
 #include "platform/media/EncodedAudioSample.h"
+#include "platform/media/EncoderFailureReport.h"
 #include "platform/media/EncoderReceivers.h"
 #include "platform/media/EncoderWorker.h"
 
@@ -49,6 +50,7 @@ class SharedAudioEncoder {
   LogHandler log_;
   std::unique_ptr<AudioEncoder> encoder_;  // the encoder thread's
   EncoderError lastError_ = EncoderError::none;
+  EncoderFailureReport failures_;
   EncoderReceivers<EncodedAudioSampleRef> receivers_;
   std::atomic<int> dropped_{0};
 

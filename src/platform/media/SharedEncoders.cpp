@@ -86,7 +86,7 @@ SharedEncoders::Subscription SharedEncoders::subscribeVideo(const std::string& c
       log_(std::string("No hardware ") + codecName(encoding.codec) + " encoder works here: using software H.264 (" +
            opened->encoderName() + ")");
     }
-    encoder = std::make_shared<SharedVideoEncoder>(canvas, std::move(opened), nextEncoderSerial_++);
+    encoder = std::make_shared<SharedVideoEncoder>(canvas, std::move(opened), nextEncoderSerial_++, log_);
     videoEncoders_.push_back(encoder);
     publishLists();
   }

@@ -7,7 +7,7 @@
 namespace tavorin {
 
 SharedVideoEncoder::SharedVideoEncoder(std::string canvas, std::unique_ptr<VideoEncoder> encoder,
-                                       std::uint32_t serial)
+                                       std::uint32_t serial, LogHandler log)
     : canvas_(std::move(canvas)),
       serial_(serial),
       encoding_(encoder->encoding()),
@@ -15,7 +15,10 @@ SharedVideoEncoder::SharedVideoEncoder(std::string canvas, std::unique_ptr<Video
       // A clock a little early still gives every frame the rate wants.
       minInterval_(1.0 / std::max(encoder->encoding().frameRate, 1.0) - 0.002),
       takesNv12_(encoder->takesNv12(encoder->encoding().width, encoder->encoding().height)),
-      encoder_(std::move(encoder)) {
+      encoder_(std::move(encoder)),
+      failures_("Video encoder " + encoderName_ + " (" + canvas_ + ", " + std::to_string(encoding_.width) + "×" +
+                    std::to_string(encoding_.height) + ")",
+                std::move(log)) {
   worker_.start([this] { run(); });
 }
 
@@ -102,9 +105,13 @@ void SharedVideoEncoder::serviceSurfaces() {
   }
   for (std::size_t i = 0; i < doneCount; ++i) {
     const bool key = done[i].written && forceKeyFrame_.exchange(false);
-    if (encoder_->sendSurface(done[i].surface, done[i].time, done[i].written, key) != EncoderError::none) {
+    const EncoderError error = encoder_->sendSurface(done[i].surface, done[i].time, done[i].written, key);
+    if (error != EncoderError::none) {
       if (key) forceKeyFrame_ = true;
       ++dropped_;
+      failures_.failed(error);
+    } else if (done[i].written) {
+      failures_.succeeded();
     }
     deliverAll();
   }
@@ -128,8 +135,10 @@ void SharedVideoEncoder::encode(const FrameRef& frame, const Nv12FrameRef& nv12,
     // The frame is lost; the next one tries again and makes the key frame that was asked for.
     if (key) forceKeyFrame_ = true;
     ++dropped_;
+    failures_.failed(error);
     return;
   }
+  failures_.succeeded();
   deliverAll();
 }
 
@@ -151,6 +160,7 @@ void SharedVideoEncoder::deliverAll() {
     receivers_.deliver(std::make_shared<const EncodedVideoSample>(std::move(sample)), key);
     sample = {};
   }
+  if (error != EncoderError::none) failures_.failed(error);
 }
 
 void SharedVideoEncoder::run() {

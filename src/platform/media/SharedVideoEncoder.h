@@ -13,6 +13,7 @@
 #include "base/Nv12Frame.h"
 #include "base/PixelBuffer.h"
 #include "platform/media/EncodedVideoSample.h"
+#include "platform/media/EncoderFailureReport.h"
 #include "platform/media/EncoderReceivers.h"
 #include "platform/media/EncoderWorker.h"
 #include "platform/media/VideoEncoder.h"
@@ -27,7 +28,10 @@ class SharedVideoEncoder {
   using Receiver = EncoderReceivers<EncodedVideoSampleRef>::Receiver;
   static constexpr std::size_t kQueueCapacity = 3;
 
-  SharedVideoEncoder(std::string canvas, std::unique_ptr<VideoEncoder> encoder, std::uint32_t serial = 0);
+  using LogHandler = EncoderFailureReport::LogHandler;
+
+  SharedVideoEncoder(std::string canvas, std::unique_ptr<VideoEncoder> encoder, std::uint32_t serial = 0,
+                     LogHandler log = {});
   ~SharedVideoEncoder();
   SharedVideoEncoder(const SharedVideoEncoder&) = delete;
   SharedVideoEncoder& operator=(const SharedVideoEncoder&) = delete;
@@ -86,6 +90,7 @@ class SharedVideoEncoder {
   const double minInterval_;
   const bool takesNv12_;
   std::unique_ptr<VideoEncoder> encoder_;  // the encoder thread's
+  EncoderFailureReport failures_;           // the encoder thread's
   EncoderReceivers<EncodedVideoSampleRef> receivers_;
   std::atomic<bool> forceKeyFrame_{true};
   std::atomic<int> dropped_{0};

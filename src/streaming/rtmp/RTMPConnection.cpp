@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "base/HostTime.h"
 #include "base/ThreadName.h"
 #include "streaming/rtmp/AMF0Serializer.h"
 #include "streaming/rtmp/ParsedURL.h"
@@ -94,6 +95,11 @@ double RTMPConnection::secondsStalled() const {
   return socket ? socket->secondsStalled() : 0;
 }
 
+double RTMPConnection::secondsUnacknowledged() {
+  auto socket = std::atomic_load(&socket_);
+  return socket ? peerAcknowledgements_.secondsOverdue(socket->bytesDelivered(), hostTimeNow()) : 0;
+}
+
 void RTMPConnection::connect(const std::string& uri, AMFList arguments, Completion done) {
   post([this, uri, arguments = std::move(arguments), done = std::move(done)]() mutable {
     start(uri, std::move(arguments), std::move(done), 0);
@@ -110,6 +116,7 @@ void RTMPConnection::start(const std::string& uri, AMFList arguments, Completion
   handshake_.clear();
   reader_.reset();
   window_.reset();
+  peerAcknowledgements_.reset();
   readyState_ = ReadyState::uninitialized;
   outputBuffer_.setChunkSize(RTMPChunkBuffer::kDefaultChunkSize);
   failPending(RTMPStatus{"NetConnection.Connect.Closed", "status", {}, {}});
@@ -260,8 +267,12 @@ void RTMPConnection::dispatch(RTMPMessage message) {
       if (auto size = controlMessageValue(message)) {
         if (auto echo = window_.windowAcknowledgementSizeReceived(*size, connected_)) {
           doOutput(RTMPChunkType::zero, RTMPChunkStreamId::control, *echo);
+          peerAcknowledgements_.windowTold(*size);
         }
       }
+      return;
+    case RTMPMessageType::ack:
+      if (auto count = controlMessageValue(message)) peerAcknowledgements_.received(*count);
       return;
     case RTMPMessageType::bandwidth:
       if (auto size = controlMessageValue(message)) window_.peerBandwidthReceived(*size);
@@ -301,6 +312,11 @@ void RTMPConnection::commandReceived(const RTMPCommandMessage& command) {
         // Announced at the old size; every chunk after it uses the new one.
         doOutput(RTMPChunkType::zero, RTMPChunkStreamId::control, makeSetChunkSizeMessage(chunkSize));
         outputBuffer_.setChunkSize(chunkSize);
+        // Servers acknowledge by the window their client tells them; a server
+        // that acknowledges is one whose silence later means it is gone.
+        const auto window = static_cast<std::uint32_t>(window_.windowSizeC);
+        doOutput(RTMPChunkType::zero, RTMPChunkStreamId::control, makeWindowAcknowledgementSizeMessage(window));
+        peerAcknowledgements_.windowTold(window);
       }
       waiting.mapped()(RTMPResult::success(std::move(response)));
     } else {

@@ -18,6 +18,7 @@
 #include "streaming/rtmp/AMFValue.h"
 #include "streaming/rtmp/NetworkMonitor.h"
 #include "streaming/rtmp/RTMPAcknowledgementWindow.h"
+#include "streaming/rtmp/RTMPPeerAcknowledgements.h"
 #include "streaming/rtmp/RTMPAuthenticator.h"
 #include "streaming/rtmp/RTMPChunkBuffer.h"
 #include "streaming/rtmp/RTMPChunkReader.h"
@@ -90,6 +91,8 @@ class RTMPConnection {
   std::uint64_t queueBytesOut() const;
   // See RTMPSocket::secondsStalled; 0 without a connection.
   double secondsStalled() const;
+  // See RTMPPeerAcknowledgements::secondsOverdue; one thread at a time asks.
+  double secondsUnacknowledged();
 
   // For tests: the context's view, read on the context.
   ReadyState readyState() const { return readyState_; }
@@ -123,6 +126,7 @@ class RTMPConnection {
   RTMPChunkReader reader_;
   RTMPChunkBuffer outputBuffer_;
   RTMPAcknowledgementWindow window_;
+  RTMPPeerAcknowledgements peerAcknowledgements_;
   RTMPAuthenticator authenticator_;
   std::optional<std::string> uri_;
   AMFList arguments_;

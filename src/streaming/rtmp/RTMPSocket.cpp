@@ -137,14 +137,18 @@ void RTMPSocket::fail(const std::string& what, const boost::system::error_code& 
   close(error.message());
 }
 
-double RTMPSocket::secondsStalled() const {
+std::uint64_t RTMPSocket::bytesDelivered() const {
   const int fd = fd_.load();
-  if (fd < 0) return 0;
   int unacknowledged = 0;
-  if (::ioctl(fd, SIOCOUTQ, &unacknowledged) < 0) return 0;
-  const std::uint64_t acknowledged = totalBytesOut_ - static_cast<std::uint64_t>(std::max(unacknowledged, 0));
+  if (fd < 0 || ::ioctl(fd, SIOCOUTQ, &unacknowledged) < 0) return 0;
+  return totalBytesOut_ - static_cast<std::uint64_t>(std::max(unacknowledged, 0));
+}
+
+double RTMPSocket::secondsStalled() const {
+  if (fd_.load() < 0) return 0;
+  const std::uint64_t acknowledged = bytesDelivered();
   const double now = hostTimeNow();
-  if (acknowledged != lastAcknowledged_ || (unacknowledged == 0 && queueBytesOut_ == 0)) {
+  if (acknowledged != lastAcknowledged_ || (totalBytesOut_ == acknowledged && queueBytesOut_ == 0)) {
     lastAcknowledged_ = acknowledged;
     lastAcknowledgedAt_ = now;
     return 0;

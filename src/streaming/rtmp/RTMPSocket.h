@@ -72,6 +72,8 @@ class RTMPSocket : public std::enable_shared_from_this<RTMPSocket> {
   // peer that stopped reading, however much the kernel still buffers. 0
   // while data flows or nothing waits. One thread at a time asks.
   double secondsStalled() const;
+  // Bytes the peer's kernel has acknowledged.
+  std::uint64_t bytesDelivered() const;
 
  private:
   using TcpSocket = boost::asio::ip::tcp::socket;

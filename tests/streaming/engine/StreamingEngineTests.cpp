@@ -13,6 +13,7 @@
 #include "streaming/StreamFailure.h"
 #include "peers/NginxRtmp.h"
 #include "peers/ScriptedRTMPServer.h"
+#include "streaming/rtmp/RTMPControlMessage.h"
 #include "support/Ffprobe.h"
 #include "support/GeneratedPublisher.h"
 #include "support/LoopbackPorts.h"
@@ -310,29 +311,54 @@ TEST(StreamingEngine, RecorderAtAStreamsSettingsSharesItsEncoder) {
 }
 
 // A server that takes the stream and then stops reading keeps its socket
-// open: the stream is seen stalled and reconnects, saying why.
+// open; one that reads on but stops acknowledging has lost its stream behind
+// it. Either is seen stalled and reconnects, saying why.
 TEST(StreamingEngine, StalledPeerIsNotLive) {
-  std::atomic<bool> done{false};
-  ScriptedRTMPServer stalled(
-      [&](ScriptedPeer& peer) {
-        if (!peer.acceptPublish()) return;
-        while (!done && !peer.clientGone()) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-      },
-      16 * 1024);
-  EngineRig rig(0.25);
-  auto d = destination(stalled.url());
-  d.quality.videoBitrateKbps = 3000;
-  rig.keys[d.id] = "show";
-  rig.engine.start(d);
-  ASSERT_TRUE(rig.pumpUntil([&] { return isLive(rig.state(d.id)); }, 10));
-  auto feeder = feedEncoders(rig.encoders, 12, 30);
-  const double start = hostTimeNow();
-  EXPECT_TRUE(rig.pumpUntil([&] { return rig.state(d.id).kind == StreamState::Kind::reconnecting; }, 11));
-  EXPECT_LT(hostTimeNow() - start, 10.5) << "seen within 10 s of the data stopping";
-  EXPECT_EQ(rig.state(d.id).message, "the server stopped taking data");
-  done = true;
-  rig.engine.stopAll();
-  feeder.join();
+  struct Case {
+    const char* name;
+    bool reads;
+    const char* why;
+  };
+  for (const Case& stall : {Case{"stops reading", false, "the server stopped taking data"},
+                            Case{"stops acknowledging", true, "the server stopped acknowledging data"}}) {
+    SCOPED_TRACE(stall.name);
+    std::atomic<bool> done{false};
+    ScriptedRTMPServer stalled(
+        [&](ScriptedPeer& peer) {
+          if (!peer.acceptPublish()) return;
+          if (stall.reads) {
+            // A small window, acknowledged once: from then on the client expects more.
+            peer.send(makeWindowAcknowledgementSizeMessage(64 * 1024), 2);
+            std::uint64_t received = 0;
+            bool acknowledged = false;
+            while (!done) {
+              auto message = peer.readMessage();
+              if (!message) break;
+              received += message->payload.size();
+              if (!acknowledged && received > 64 * 1024) {
+                peer.send(makeAcknowledgementMessage(static_cast<std::uint32_t>(received)), 2);
+                acknowledged = true;
+              }
+            }
+          }
+          while (!done && !peer.clientGone()) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        },
+        stall.reads ? 0 : 16 * 1024);
+    EngineRig rig(0.25);
+    auto d = destination(stalled.url());
+    d.quality.videoBitrateKbps = 3000;
+    rig.keys[d.id] = "show";
+    rig.engine.start(d);
+    ASSERT_TRUE(rig.pumpUntil([&] { return isLive(rig.state(d.id)); }, 10));
+    auto feeder = feedEncoders(rig.encoders, 12, 30);
+    const double start = hostTimeNow();
+    EXPECT_TRUE(rig.pumpUntil([&] { return rig.state(d.id).kind == StreamState::Kind::reconnecting; }, 11));
+    EXPECT_LT(hostTimeNow() - start, 10.5) << "seen within 10 s of the data stopping";
+    EXPECT_EQ(rig.state(d.id).message, stall.why);
+    done = true;
+    rig.engine.stopAll();
+    feeder.join();
+  }
 }
 
 TEST(StreamingEngine, RejectedKeyEndsAtOnceAndNoKeyNeverStarts) {

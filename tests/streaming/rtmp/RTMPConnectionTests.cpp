@@ -134,12 +134,12 @@ TEST(RTMPConnectionProtocol, ConnectCommandWindowPingCallIdsAndServerClose) {
       std::lock_guard guard(lock);
       connects.push_back(*command);
     }
-    peer.send(makeWindowAcknowledgementSizeMessage(5000000), 2);  // before the result: no echo
+    peer.send(makeWindowAcknowledgementSizeMessage(5000000), 2);  // before the result: told once connected
     peer.sendCommand("_result", 1, {statusObject("NetConnection.Connect.Success", "status")});
     peer.send(makeWindowAcknowledgementSizeMessage(2500000), 2);  // after: echoed
     peer.send(RTMPMessage{RTMPMessageType::user, 0, 0, {0, 6, 0, 0, 0x30, 0x39}}, 2);  // ping 12345
     peer.sendCommand("_result", 99, {nullptr});  // nobody waits for 99
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 5; ++i) {
       auto message = peer.readMessage();
       if (!message) return;
       std::lock_guard guard(lock);
@@ -169,15 +169,18 @@ TEST(RTMPConnectionProtocol, ConnectCommandWindowPingCallIdsAndServerClose) {
   EXPECT_EQ(*object.at("tcUrl").get<std::string>(), "rtmp://127.0.0.1:" + std::to_string(server.port()) + "/app/inst?x=1");
   EXPECT_EQ(*object.at("flashVer").get<std::string>(), "FMLE/3.0 (compatible; FMSc/1.0)");
   EXPECT_EQ(*object.at("capabilities").get<double>(), 239);
-  ASSERT_EQ(seen.size(), 8u);
+  ASSERT_EQ(seen.size(), 10u);
   for (int round = 0; round < 2; ++round) {
-    const RTMPMessage* window = &seen[round * 4 + 1];
-    EXPECT_EQ(seen[round * 4].type, RTMPMessageType::chunkSize);
-    EXPECT_EQ(controlMessageValue(seen[round * 4]), 8192u);
-    EXPECT_EQ(window->type, RTMPMessageType::windowAck);
-    EXPECT_EQ(controlMessageValue(*window), 2500000u) << "only the window sent after the result is echoed";
-    EXPECT_EQ(userControlEvent(seen[round * 4 + 2]), (RTMPUserControlEvent{7, 12345}));
-    auto createStream = RTMPCommandMessage::fromMessage(seen[round * 4 + 3]);
+    const RTMPMessage* sent = &seen[round * 5];
+    EXPECT_EQ(sent[0].type, RTMPMessageType::chunkSize);
+    EXPECT_EQ(controlMessageValue(sent[0]), 8192u);
+    // The window announced before the result is told once connected; one after it is echoed.
+    for (const auto& [index, size] : {std::pair{1, 5000000u}, std::pair{2, 2500000u}}) {
+      EXPECT_EQ(sent[index].type, RTMPMessageType::windowAck);
+      EXPECT_EQ(controlMessageValue(sent[index]), size);
+    }
+    EXPECT_EQ(userControlEvent(sent[3]), (RTMPUserControlEvent{7, 12345}));
+    auto createStream = RTMPCommandMessage::fromMessage(sent[4]);
     ASSERT_TRUE(createStream);
     EXPECT_EQ(createStream->commandName, "createStream");
     EXPECT_EQ(createStream->transactionId, 2) << "the first call after each connect is number 2";

@@ -9,6 +9,7 @@
 
 #include "streaming/rtmp/AMF0Serializer.h"
 #include "streaming/rtmp/RTMPAcknowledgementWindow.h"
+#include "streaming/rtmp/RTMPPeerAcknowledgements.h"
 #include "streaming/rtmp/RTMPChunkBuffer.h"
 #include "streaming/rtmp/RTMPChunkReader.h"
 #include "streaming/rtmp/RTMPCommandMessage.h"
@@ -362,6 +363,32 @@ TEST(RTMPAcknowledgementWindow, AcknowledgesEachFullWindowOnATick) {
 
   window.reset();
   EXPECT_EQ(window.tick(250000), Due({RTMPChunkType::zero, makeAcknowledgementMessage(250000)}));
+}
+
+// A server is judged only once it has acknowledged; then two windows
+// delivered past its last count make it late, from the moment first seen.
+TEST(RTMPPeerAcknowledgements, LateOnlyAfterTwoWindowsPastTheLastCount) {
+  RTMPPeerAcknowledgements peer;
+  EXPECT_EQ(peer.secondsOverdue(10000000, 1.0), 0) << "no window told";
+  peer.windowTold(1000);
+  EXPECT_EQ(peer.secondsOverdue(10000000, 2.0), 0) << "never acknowledged: never judged";
+  peer.received(1500);
+  const struct {
+    std::uint64_t delivered;
+    double now;
+    double overdue;
+  } steps[] = {{3500, 3.0, 0}, {3501, 4.0, 0}, {9000, 6.5, 2.5}};
+  for (const auto& step : steps) EXPECT_EQ(peer.secondsOverdue(step.delivered, step.now), step.overdue) << step.now;
+  peer.received(8500);
+  EXPECT_EQ(peer.secondsOverdue(9000, 7.0), 0) << "a new count clears it";
+  // The 32-bit count wraps; the step from the last one is what counts.
+  peer.received(0xFFFFFF00u);
+  peer.received(0x100u);
+  EXPECT_EQ(peer.secondsOverdue(0x100000200ull, 8.0), 0);
+  EXPECT_EQ(peer.secondsOverdue(0x100000A00ull, 9.0), 0);
+  EXPECT_EQ(peer.secondsOverdue(0x100000A00ull, 10.0), 1.0);
+  peer.reset();
+  EXPECT_EQ(peer.secondsOverdue(0x200000000ull, 11.0), 0) << "a new connection starts unjudged";
 }
 
 TEST(RTMPHandshakeWire, C0C1IsVersionZeroTimeAndFreshRandomBytes) {
