@@ -129,6 +129,7 @@ class CompositorEngine {
   std::unique_ptr<Nv12Converter> nv12Converter_;
   SourceTextureCache textures_;
   std::unique_ptr<FrameClock> clock_;
+  bool clockDriven_ = false;  // set before the clock's thread starts
 
   std::array<CanvasSlot, kCanvasCount> canvases_;
   // Render thread only.

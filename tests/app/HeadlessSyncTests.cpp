@@ -52,9 +52,9 @@ TEST(HeadlessSync, FlashAndBeepStayTogetherThroughAnAudioRestartAndAReconnect) {
     EXPECT_NE(text.find(line), std::string::npos) << line << "\n" << text;
   }
   ASSERT_EQ(testing::entriesIn(recordings), 1u);
-  checkOffsets(std::filesystem::directory_iterator(recordings)->path() / "program.mov", 8);
-  checkOffsets(beforeReconnect, 4);
-  checkOffsets(nginx.recording("live", "sync"), 4);
+  checkOffsets(std::filesystem::directory_iterator(recordings)->path() / "program.mov", 6);
+  checkOffsets(beforeReconnect, 3);
+  checkOffsets(nginx.recording("live", "sync"), 3);
 }
 
 }  // namespace
