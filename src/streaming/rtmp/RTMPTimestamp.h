@@ -6,8 +6,8 @@
 namespace tavorin {
 
 // Turns sample times into the millisecond deltas media messages carry. The
-// fraction each delta loses is carried into the next, so the sum of deltas
-// keeps up with real time.
+// deltas sum to the whole milliseconds since the start, so the fraction one
+// delta loses is carried into the next and nothing drifts over hours.
 class RTMPTimestamp {
  public:
   // Nothing for a time not after the last one (invalidSequence): a repeated
@@ -18,9 +18,10 @@ class RTMPTimestamp {
   // A time before it never goes on the wire.
   std::optional<double> origin;
 
-  double startedAt = 0;
+  double startedAt = 0;  // the origin, or the first time without one
   double updatedAt = 0;
-  double timedeltaFraction = 0;  // milliseconds
+  std::int64_t sentMilliseconds = 0;  // the sum of the deltas so far
+  double timedeltaFraction = 0;       // milliseconds not yet sent
 };
 
 }  // namespace tavorin

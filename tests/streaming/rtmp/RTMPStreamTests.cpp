@@ -121,6 +121,13 @@ TEST(RTMPStreamMessages, TimestampsCarryTheFractionAndRefuseRepeats) {
   EXPECT_FALSE(fromOrigin.update(99.99)) << "before the origin";
   EXPECT_EQ(fromOrigin.update(100.5), 500u);
   EXPECT_EQ(fromOrigin.update(100.6), 100u);
+
+  // An hour of AAC frames (1024 samples at 48 kHz, 21.333 ms) at a large host
+  // time: the deltas add up to the hour to the millisecond.
+  RTMPTimestamp audio;
+  std::uint64_t sum = 0;
+  for (int i = 0; i <= 168750; ++i) sum += audio.update(86400.0 + i * 1024.0 / 48000).value_or(0);
+  EXPECT_EQ(sum, 3600000u);
 }
 
 TEST(RTMPStreamMessages, VideoAndAudioBodies) {
