@@ -5,7 +5,6 @@
 
 #include "app/EngineBinding.h"
 #include "platform/secrets/FileSecretStore.h"
-#include "stores/LayoutMigrations.h"
 #include "stores/PreferenceKeys.h"
 
 namespace tavorin {
@@ -21,6 +20,21 @@ CanvasSize readCanvasSize(const Preferences& prefs) {
   auto name = prefs.getString(prefkey::canvasSize);
   if (!name) return CanvasSize::hd1080;
   return enumFromName<CanvasSize>(*name).value_or(CanvasSize::hd1080);
+}
+
+// The inputs to bring back at the next start: the channels there are now, then
+// the saved ones still waiting for their device. Only a channel that goes
+// away is forgotten; an input unplugged at launch never had one.
+std::vector<std::string> inputIDsToKeep(const std::vector<std::string>& saved, const std::vector<std::string>& before,
+                                        const std::vector<std::string>& now) {
+  auto contains = [](const std::vector<std::string>& list, const std::string& id) {
+    return std::find(list.begin(), list.end(), id) != list.end();
+  };
+  std::vector<std::string> kept = now;
+  for (const std::string& id : saved) {
+    if (!contains(now, id) && !contains(before, id)) kept.push_back(id);
+  }
+  return kept;
 }
 
 std::unique_ptr<SecretStore> makeStreamSecretStore(bool useService, const std::filesystem::path& file,
@@ -115,7 +129,6 @@ void AppModel::start() {
   audioMixer.setStreamAudioSink(encoders.audioSink());
   bindCustomTransitions();
   bindEngine();
-  runMigrations();
   subscribeSelectionExclusivity();
   sessionKeeper_.start();
   restoreStudioMode();
@@ -150,9 +163,10 @@ void AppModel::bindAudioMixer() {
     std::vector<std::string> ids;
     for (const ChannelInfo& c : list) ids.push_back(c.id);
     if (ids == *channelIDs) return;
-    *channelIDs = ids;
+    savedAudioInputIDs = inputIDsToKeep(savedAudioInputIDs, *channelIDs, ids);
+    *channelIDs = std::move(ids);
     switcher.applyAudioFollow();
-    preferences_.setStringList(prefkey::audioInputIDs, ids);
+    preferences_.setStringList(prefkey::audioInputIDs, savedAudioInputIDs);
   }));
   auto outputUID = std::make_shared<std::optional<std::string>>();
   subscriptions_.push_back(audioMixer.programOutput.subscribe([this, outputUID](const std::optional<AudioOutputDevice>& device) {
@@ -315,13 +329,6 @@ std::filesystem::path AppModel::currentRecordingsRoot() const {
 void AppModel::removeSource(const std::string& id) {
   sourceLifecycle.removeSource(id);
   sourcesStore.remove(id);
-}
-
-void AppModel::runMigrations() {
-  // The deck store arrives with the show deck; until then there are no decks,
-  // and the migrations only record that they ran.
-  const std::vector<Uuid> deckIDs;
-  runLayoutMigrations(showFolder_, deckIDs, preferences_);
 }
 
 void AppModel::subscribeSelectionExclusivity() {

@@ -37,6 +37,7 @@
 #include "stores/StreamDestinationStore.h"
 #include "stores/StreamKeyStore.h"
 #include "stores/TransitionStore.h"
+#include "stores/UnreadableFiles.h"
 #include "streaming/StreamingEngine.h"
 #include "switcher/PreviewEditor.h"
 #include "switcher/SwitcherEngine.h"
@@ -167,6 +168,9 @@ class AppModel {
   void toggleRecording() { recording.toggle(); }
   void setRecordingPaused(bool on) { recording.setPaused(on); }
   void startLoopCapture(double seconds) { recording.startLoopCapture(seconds); }
+  // Kept in the preferences for the next start.
+  void setRecordQuality(ProgramRecorder::Quality quality) { recording.setRecordQuality(quality); }
+  void setRecordVideo(const std::string& sourceID, bool armed) { recording.setRecordVideo(sourceID, armed); }
   // The folder that recordings and screenshots go to now.
   std::filesystem::path currentRecordingsRoot() const;
 
@@ -193,7 +197,6 @@ class AppModel {
   void bindHardwareEncoding();
   // Rebuilds the stored sources that are not in the show yet, in stored order.
   void restoreSources();
-  void runMigrations();
   void subscribeSelectionExclusivity();
   void restoreStudioMode();
   // Scene and transition changes tell the lifecycle to look again at what is in use.
@@ -212,6 +215,9 @@ class AppModel {
   // The Program canvas in pixels, as the render thread reads it.
   std::atomic<int> programWidth_{0};
   std::atomic<int> programHeight_{0};
+  // Last, so that it goes first: a store's file kept because it could not be read is logged.
+  UnreadableFileReport unreadableFiles_{{showFolder_.root(), preferences_.path().parent_path()},
+                                       [this](const std::string& line) { appendLog(line); }};
 };
 
 }  // namespace tavorin

@@ -2,6 +2,9 @@
 
 #include <cstdio>
 #include <future>
+#include <set>
+#include <string>
+#include <vector>
 
 #include "audio/AudioMixerEngine.h"
 #include "base/EnumNames.h"
@@ -16,11 +19,49 @@ namespace {
 
 constexpr int kRecordingFrameRate = 30;
 
+// The stored raw value ("High (HEVC)"), or the case name that older versions
+// wrote ("hevcHigh"); anything else keeps the first case.
+ProgramRecorder::Quality readRecordQuality(const Preferences& preferences) {
+  const auto stored = preferences.getString(prefkey::recordQuality);
+  if (!stored) return ProgramRecorder::Quality::hevcHigh;
+  if (auto quality = enumFromName<ProgramRecorder::Quality>(*stored)) return *quality;
+  if (*stored == "proRes422") return ProgramRecorder::Quality::proRes422;
+  return ProgramRecorder::Quality::hevcHigh;
+}
+
+std::set<std::string> readRecordVideoIDs(const Preferences& preferences) {
+  const auto ids = preferences.getStringList(prefkey::recordVideoIDs).value_or(std::vector<std::string>{});
+  return {ids.begin(), ids.end()};
+}
+
 }  // namespace
 
 RecordingController::RecordingController(MainQueue& queue, ProgramRecorder& recorder, AudioMixerEngine& mixer,
-                                         const Preferences& preferences, Wiring wiring)
-    : queue_(queue), recorder_(recorder), mixer_(mixer), preferences_(preferences), wiring_(std::move(wiring)) {}
+                                         Preferences& preferences, Wiring wiring)
+    : queue_(queue),
+      recorder_(recorder),
+      mixer_(mixer),
+      preferences_(preferences),
+      wiring_(std::move(wiring)),
+      recordQuality_(readRecordQuality(preferences)),
+      recordVideoIDs_(readRecordVideoIDs(preferences)) {}
+
+void RecordingController::setRecordQuality(ProgramRecorder::Quality quality) {
+  recordQuality_ = quality;
+  preferences_.setString(prefkey::recordQuality, std::string(enumName(quality)));
+}
+
+void RecordingController::setRecordVideo(const std::string& sourceID, bool armed) {
+  if (recordVideoIDs_->contains(sourceID) == armed) return;
+  recordVideoIDs_.modify([&](std::set<std::string>& ids) {
+    if (armed) {
+      ids.insert(sourceID);
+    } else {
+      ids.erase(sourceID);
+    }
+  });
+  preferences_.setStringList(prefkey::recordVideoIDs, {recordVideoIDs_->begin(), recordVideoIDs_->end()});
+}
 
 bool RecordingController::startRecorder(const std::filesystem::path& file, ProgramRecorder::Quality quality,
                                         bool withAudio, std::string* error) {
@@ -42,10 +83,7 @@ void RecordingController::finishRecorder(
 
 void RecordingController::start() {
   if (isRecording_.get() || isCapturingLoop_.get()) return;
-  auto quality = ProgramRecorder::Quality::hevcHigh;
-  if (auto stored = preferences_.getString(prefkey::recordQuality)) {
-    quality = enumFromName<ProgramRecorder::Quality>(*stored).value_or(quality);
-  }
+  const auto quality = recordQuality_.get();
   const auto folder = wiring_.recordingsRoot() / ("Tavorin-" + fileTimeStamp());
   std::error_code made;
   std::filesystem::create_directories(folder, made);

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "base/MainQueue.h"
@@ -33,8 +34,9 @@ class RecordingController {
     std::function<void(const std::filesystem::path& file)> loopSaved;
   };
 
-  RecordingController(MainQueue& queue, ProgramRecorder& recorder, AudioMixerEngine& mixer,
-                      const Preferences& preferences, Wiring wiring);
+  // Reads the operator's recording settings from `preferences`; their commands write them back.
+  RecordingController(MainQueue& queue, ProgramRecorder& recorder, AudioMixerEngine& mixer, Preferences& preferences,
+                      Wiring wiring);
   RecordingController(const RecordingController&) = delete;
   RecordingController& operator=(const RecordingController&) = delete;
 
@@ -43,6 +45,13 @@ class RecordingController {
   PublishedView<bool> isRecordingPaused{isRecordingPaused_};
   // "Tavorin-<date-time>" in the recordings folder while a recording runs.
   PublishedView<std::optional<std::filesystem::path>> currentFolder{currentFolder_};
+  // What the next recording is encoded as.
+  PublishedView<ProgramRecorder::Quality> recordQuality{recordQuality_};
+  // The video sources armed for isolated tracks beside the Program.
+  PublishedView<std::set<std::string>> recordVideoIDs{recordVideoIDs_};
+
+  void setRecordQuality(ProgramRecorder::Quality quality);
+  void setRecordVideo(const std::string& sourceID, bool armed);
 
   // A folder "Tavorin-<date-time>" in the recordings folder with "program.mov"
   // inside, with the Program mix when there is a Program output to hear.
@@ -67,12 +76,14 @@ class RecordingController {
   MainQueue& queue_;
   ProgramRecorder& recorder_;
   AudioMixerEngine& mixer_;
-  const Preferences& preferences_;
+  Preferences& preferences_;
   Wiring wiring_;
   Published<bool> isRecording_{false};
   Published<bool> isCapturingLoop_{false};
   Published<bool> isRecordingPaused_{false};
   Published<std::optional<std::filesystem::path>> currentFolder_;
+  Published<ProgramRecorder::Quality> recordQuality_;
+  Published<std::set<std::string>> recordVideoIDs_;
   TimerHandle loopCaptureTimer_;
   bool stopping_ = false;
   // Completions hold this weakly and do nothing once the controller is gone.

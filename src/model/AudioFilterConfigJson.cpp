@@ -4,7 +4,7 @@
 
 namespace tavorin {
 
-using nlohmann::json;
+using json = Json;
 
 namespace {
 

@@ -2,9 +2,8 @@
 
 #include <stdexcept>
 
-#include <nlohmann/json.hpp>
-
 #include "model/AudioFilterConfig.h"
+#include "model/Json.h"
 
 // JSON coding of a filter stage: {"id", "kind", "enabled", "params"}. Reading
 // is strict: a missing key, a value of the wrong type or an unknown kind throws
@@ -15,7 +14,7 @@ struct AudioFilterDecodeError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-void to_json(nlohmann::json& j, const AudioFilterConfig& v);
-void from_json(const nlohmann::json& j, AudioFilterConfig& v);
+void to_json(Json& j, const AudioFilterConfig& v);
+void from_json(const Json& j, AudioFilterConfig& v);
 
 }  // namespace tavorin

@@ -4,7 +4,7 @@
 
 namespace tavorin {
 
-using nlohmann::json;
+using json = Json;
 using namespace json_decoding;
 
 void to_json(json& j, const TransitionKeyframe& v) {
@@ -46,9 +46,9 @@ void from_json(const json& j, TransitionSound& v) {
 }
 
 void to_json(json& j, const CustomTransition& v) {
-  j = json{{"id", v.id},           {"name", v.name},         {"tracks", v.tracks},
-           {"duration", v.duration}, {"cutPoint", v.cutPoint}, {"sounds", v.sounds}};
+  j = json{{"id", v.id}, {"name", v.name}, {"tracks", v.tracks}, {"duration", v.duration}, {"cutPoint", v.cutPoint}};
   if (v.holdPoint) j["holdPoint"] = *v.holdPoint;
+  j["sounds"] = v.sounds;
 }
 
 namespace {

@@ -8,10 +8,9 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "base/EnumNames.h"
 #include "base/SharedValue.h"
+#include "model/Json.h"
 #include "model/SceneJson.h"
 
 // Strict readers shared by every store's JSON coding: a value of the wrong type
@@ -19,7 +18,7 @@
 // key leaves the default in place.
 namespace tavorin::json_decoding {
 
-using nlohmann::json;
+using json = tavorin::Json;
 
 [[noreturn]] inline void fail(const std::string& what) { throw ModelDecodeError(what); }
 

@@ -6,7 +6,7 @@ namespace tavorin {
 
 namespace {
 
-using nlohmann::json;
+using json = Json;
 
 std::optional<float> number(const json& j, const char* key) {
   auto it = j.find(key);

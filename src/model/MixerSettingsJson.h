@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "model/Json.h"
 #include "model/MixerSettings.h"
 
 // JSON coding of the mixer's stored tables. Each reader is all or nothing:
@@ -15,14 +14,14 @@ namespace tavorin {
 
 // {channel id: {"level", "air", "cue", "monitor", "afv", "name"}}; "monitor"
 // (absent in older data) and "name" may be missing.
-nlohmann::json encodeRouting(const std::map<std::string, ChannelRouting>& routing);
-std::optional<std::map<std::string, ChannelRouting>> decodeRouting(const nlohmann::json& j);
+Json encodeRouting(const std::map<std::string, ChannelRouting>& routing);
+std::optional<std::map<std::string, ChannelRouting>> decodeRouting(const Json& j);
 
 // [{"id", "name", "gain", "muted", "deviceUID"}]; "deviceUID" may be missing.
-nlohmann::json encodeMonitors(const std::vector<MonitorSettings>& monitors);
-std::optional<std::vector<MonitorSettings>> decodeMonitors(const nlohmann::json& j);
+Json encodeMonitors(const std::vector<MonitorSettings>& monitors);
+std::optional<std::vector<MonitorSettings>> decodeMonitors(const Json& j);
 
 // {channel id: [filter stage]}.
-std::optional<std::map<std::string, std::vector<AudioFilterConfig>>> decodeChannelFilters(const nlohmann::json& j);
+std::optional<std::map<std::string, std::vector<AudioFilterConfig>>> decodeChannelFilters(const Json& j);
 
 }  // namespace tavorin

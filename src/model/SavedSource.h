@@ -7,9 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "base/EnumNames.h"
+#include "model/Json.h"
 
 namespace tavorin {
 
@@ -31,11 +30,11 @@ struct SavedSource {
   std::optional<std::map<std::string, std::string>> overlayConfig;
   // The shape, text and 3D text designs are kept as written, so that nothing
   // in the file is lost whatever those sources make of them.
-  std::optional<nlohmann::json> shapeConfig;
+  std::optional<Json> shapeConfig;
   std::optional<std::string> ndiName;
   std::optional<std::string> rtspURL;
-  std::optional<nlohmann::json> textConfig;
-  std::optional<nlohmann::json> text3DConfig;
+  std::optional<Json> textConfig;
+  std::optional<Json> text3DConfig;
   std::optional<std::string> browserURL;
   std::optional<double> trimStart;  // seconds into a clip
   std::optional<double> trimEnd;

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
-
+#include "model/Json.h"
 #include "model/SavedSource.h"
 
 // JSON coding of SavedSource: `id`, `kind` and `name` are required; every other
@@ -9,7 +8,7 @@
 // kind throws, failing the decode of the whole file.
 namespace tavorin {
 
-void to_json(nlohmann::json& j, const SavedSource& v);
-void from_json(const nlohmann::json& j, SavedSource& v);
+void to_json(Json& j, const SavedSource& v);
+void from_json(const Json& j, SavedSource& v);
 
 }  // namespace tavorin

@@ -7,7 +7,7 @@
 
 namespace tavorin {
 
-using nlohmann::json;
+using json = Json;
 using namespace json_decoding;
 
 namespace {
@@ -93,10 +93,10 @@ void from_json(const json& j, CornerPin& v) {
 }
 
 void to_json(json& j, const LayerAnimation& v) {
-  j = json{{"kind", enumName(v.kind)},       {"speed", v.speed},
-           {"enter", enumName(v.enter)},     {"enterDuration", v.enterDuration},
-           {"exit", enumName(v.exit)},       {"exitDuration", v.exitDuration}};
+  j = json{{"kind", enumName(v.kind)}, {"speed", v.speed}, {"enter", enumName(v.enter)}, {"enterDuration", v.enterDuration}};
   if (v.enterAt) j["enterAt"] = *v.enterAt;
+  j["exit"] = enumName(v.exit);
+  j["exitDuration"] = v.exitDuration;
   if (v.exitAt) j["exitAt"] = *v.exitAt;
 }
 void from_json(const json& j, LayerAnimation& v) {

@@ -4,7 +4,7 @@
 
 namespace tavorin {
 
-using nlohmann::json;
+using json = Json;
 using namespace json_decoding;
 
 void to_json(json& j, const StreamQuality& v) {

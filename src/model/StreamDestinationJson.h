@@ -1,7 +1,6 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
-
+#include "model/Json.h"
 #include "model/StreamDestination.h"
 
 // JSON coding of stream destinations as "streamDestinations.json" holds them:
@@ -10,9 +9,9 @@
 // enum name.
 namespace tavorin {
 
-void to_json(nlohmann::json& j, const StreamQuality& v);
-void from_json(const nlohmann::json& j, StreamQuality& v);
-void to_json(nlohmann::json& j, const StreamDestination& v);
-void from_json(const nlohmann::json& j, StreamDestination& v);
+void to_json(Json& j, const StreamQuality& v);
+void from_json(const Json& j, StreamQuality& v);
+void to_json(Json& j, const StreamDestination& v);
+void from_json(const Json& j, StreamDestination& v);
 
 }  // namespace tavorin

@@ -91,10 +91,11 @@ class ProgramRecorder {
   std::filesystem::path file_;
 };
 
+// Stored under these raw values, which are also the names the operator picks from.
 template <>
 struct EnumNames<ProgramRecorder::Quality> {
   static constexpr std::pair<ProgramRecorder::Quality, std::string_view> table[] = {
-      {ProgramRecorder::Quality::hevcHigh, "hevcHigh"}, {ProgramRecorder::Quality::proRes422, "proRes422"}};
+      {ProgramRecorder::Quality::hevcHigh, "High (HEVC)"}, {ProgramRecorder::Quality::proRes422, "ProRes 422 (editing)"}};
 };
 
 }  // namespace tavorin

@@ -8,7 +8,9 @@
 
 // The two one-time moves of older layout libraries, each guarded by a Boolean
 // preference key so it runs once. Both run at start, in this order, after the
-// decks are known and before the active deck is applied.
+// decks are known and before the active deck is applied. Run with no decks,
+// they would mark themselves done having moved nothing, and the operator's
+// library would never reach the decks: whoever runs them owns the deck list.
 namespace tavorin {
 
 // From one library for all to one library per deck: every deck that exists

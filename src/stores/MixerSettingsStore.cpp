@@ -28,7 +28,7 @@ void MixerSettingsStore::save(const MixerSettings& s) {
   if (s.routing != last_.routing) preferences_.setJSON(prefkey::channelRouting, encodeRouting(s.routing));
   if (s.channelOrder != last_.channelOrder) preferences_.setStringList(prefkey::channelOrder, s.channelOrder);
   if (s.channelFilters != last_.channelFilters) {
-    preferences_.setJSON(prefkey::channelFilters, nlohmann::json(s.channelFilters));
+    preferences_.setJSON(prefkey::channelFilters, Json(s.channelFilters));
   }
   if (s.monitors != last_.monitors) preferences_.setJSON(prefkey::monitorOutputs, encodeMonitors(s.monitors));
   if (s.programMasterGain != last_.programMasterGain) preferences_.setDouble(prefkey::progMasterGain, s.programMasterGain);

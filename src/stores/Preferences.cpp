@@ -5,26 +5,27 @@
 #include <cmath>
 #include <system_error>
 
-#include "base/AtomicFile.h"
 #include "stores/JsonFile.h"
+#include "stores/UnreadableFiles.h"
 
 namespace tavorin {
 
-using nlohmann::json;
-
 Preferences::Preferences(std::filesystem::path file) : path_(std::move(file)) {
-  auto text = readWholeFile(path_);
-  if (!text) return;
-  // Not JSON, or not an object: the file is left alone until the next change.
-  auto document = json::parse(*text, nullptr, false);
-  if (document.is_object()) values_ = std::move(document);
+  auto document = readJsonFile<Json>(path_);
+  if (!document) return;
+  if (document->is_object()) {
+    values_ = std::move(*document);
+  } else {
+    // JSON, but not the object of keys this file holds.
+    markUnreadable(path_);
+  }
 }
 
 std::filesystem::path Preferences::defaultPath() {
   return std::filesystem::path(g_get_user_config_dir()) / "Tavorin" / "preferences.json";
 }
 
-const json* Preferences::find(std::string_view key) const {
+const Json* Preferences::find(std::string_view key) const {
   auto it = values_.find(key);
   return it == values_.end() ? nullptr : &*it;
 }
@@ -39,13 +40,13 @@ void Preferences::remove(std::string_view key) {
 }
 
 std::optional<bool> Preferences::getBool(std::string_view key) const {
-  const json* value = find(key);
+  const Json* value = find(key);
   if (!value || !value->is_boolean()) return std::nullopt;
   return value->get<bool>();
 }
 
 std::optional<std::int64_t> Preferences::getInt(std::string_view key) const {
-  const json* value = find(key);
+  const Json* value = find(key);
   if (!value) return std::nullopt;
   long long result = 0;
   try {
@@ -57,19 +58,19 @@ std::optional<std::int64_t> Preferences::getInt(std::string_view key) const {
 }
 
 std::optional<double> Preferences::getDouble(std::string_view key) const {
-  const json* value = find(key);
+  const Json* value = find(key);
   if (!value || !value->is_number()) return std::nullopt;
   return value->get<double>();
 }
 
 std::optional<std::string> Preferences::getString(std::string_view key) const {
-  const json* value = find(key);
+  const Json* value = find(key);
   if (!value || !value->is_string()) return std::nullopt;
   return value->get<std::string>();
 }
 
 std::optional<std::vector<std::string>> Preferences::getStringList(std::string_view key) const {
-  const json* value = find(key);
+  const Json* value = find(key);
   if (!value || !value->is_array()) return std::nullopt;
   std::vector<std::string> list;
   for (const auto& item : *value) {
@@ -79,8 +80,8 @@ std::optional<std::vector<std::string>> Preferences::getStringList(std::string_v
   return list;
 }
 
-std::optional<json> Preferences::getJSON(std::string_view key) const {
-  const json* value = find(key);
+std::optional<Json> Preferences::getJSON(std::string_view key) const {
+  const Json* value = find(key);
   if (!value) return std::nullopt;
   return *value;
 }
@@ -94,9 +95,9 @@ void Preferences::setDouble(std::string_view key, double value) {
 }
 void Preferences::setString(std::string_view key, std::string value) { store(key, std::move(value)); }
 void Preferences::setStringList(std::string_view key, std::vector<std::string> value) { store(key, std::move(value)); }
-void Preferences::setJSON(std::string_view key, json value) { store(key, std::move(value)); }
+void Preferences::setJSON(std::string_view key, Json value) { store(key, std::move(value)); }
 
-void Preferences::store(std::string_view key, json value) {
+void Preferences::store(std::string_view key, Json value) {
   values_[std::string(key)] = std::move(value);
   write();
 }

@@ -7,14 +7,15 @@
 #include <string_view>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include "model/Json.h"
 
 namespace tavorin {
 
 // The per-user key-value settings, kept in one JSON object on disk (keys in
 // PreferenceKeys.h). Read once when built; every change rewrites the file
-// atomically. A missing or bad file reads as empty and is replaced by the next
-// change. A getter gives nothing when the key is unset or holds another type.
+// atomically. A missing or bad file reads as empty; a bad one is kept beside
+// it before the next change writes (UnreadableFiles.h). A getter gives nothing
+// when the key is unset or holds another type.
 // Main thread only.
 class Preferences {
  public:
@@ -37,22 +38,22 @@ class Preferences {
   std::optional<std::string> getString(std::string_view key) const;
   std::optional<std::vector<std::string>> getStringList(std::string_view key) const;
   // A structured value stored as it is (for maps such as the capture qualities).
-  std::optional<nlohmann::json> getJSON(std::string_view key) const;
+  std::optional<Json> getJSON(std::string_view key) const;
 
   void setBool(std::string_view key, bool value);
   void setInt(std::string_view key, std::int64_t value);
   void setDouble(std::string_view key, double value);
   void setString(std::string_view key, std::string value);
   void setStringList(std::string_view key, std::vector<std::string> value);
-  void setJSON(std::string_view key, nlohmann::json value);
+  void setJSON(std::string_view key, Json value);
 
  private:
-  const nlohmann::json* find(std::string_view key) const;
-  void store(std::string_view key, nlohmann::json value);
+  const Json* find(std::string_view key) const;
+  void store(std::string_view key, Json value);
   void write() const;
 
   std::filesystem::path path_;
-  nlohmann::json values_ = nlohmann::json::object();
+  Json values_ = Json::object();
 };
 
 }  // namespace tavorin

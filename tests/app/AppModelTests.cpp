@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "model/SceneJson.h"
 #include "stores/PreferenceKeys.h"
@@ -25,7 +28,7 @@ class AppModelTest : public ::testing::Test {
   }
 
   std::vector<MixerScene> storedLayouts() {
-    return nlohmann::json::parse(readFile(show / "layouts.json")).get<std::vector<MixerScene>>();
+    return Json::parse(readFile(show / "layouts.json")).get<std::vector<MixerScene>>();
   }
 
   TempDir show;
@@ -51,7 +54,7 @@ TEST_F(AppModelTest, SessionIsWrittenHalfASecondAfterTheLastChange) {
   queue.advance(0.4);
   EXPECT_FALSE(std::filesystem::exists(show / "session.json")) << "the second change restarts the wait";
   queue.advance(0.11);
-  auto session = nlohmann::json::parse(readFile(show / "session.json")).get<SessionState>();
+  auto session = Json::parse(readFile(show / "session.json")).get<SessionState>();
   EXPECT_EQ(session.duration, 2.0);
   EXPECT_EQ(session.preview.layers.size(), 1u);
 }
@@ -62,7 +65,7 @@ TEST_F(AppModelTest, RestoredSessionWithUnknownTransitionNameUsesCrossfade) {
   saved.transition = "wipe";
   saved.duration = 0.8;
   saved.lockAspect = false;
-  testing::writeFile(show / "session.json", nlohmann::json(saved).dump());
+  testing::writeFile(show / "session.json", Json(saved).dump());
   auto model = makeModel();
   EXPECT_EQ(model->switcher.programScene.get(), saved.program);
   EXPECT_EQ(model->switcher.selectedTransition.get(), TransitionKind::crossfade);
@@ -197,6 +200,58 @@ TEST_F(AppModelTest, PreferencesShapeTheFields) {
   EXPECT_FALSE(model->switcher.studioMode.get());
   EXPECT_EQ(model->editCanvas.get(), AppModel::EditCanvas::vertical);
   EXPECT_TRUE(model->showOnboarding.get());
+}
+
+TEST_F(AppModelTest, RecordingSettingsAreRestoredAndKept) {
+  using Q = ProgramRecorder::Quality;
+  // Raw values, the case names older versions wrote, and a value no version wrote.
+  const std::pair<const char*, Q> stored[] = {
+      {"ProRes 422 (editing)", Q::proRes422}, {"proRes422", Q::proRes422}, {"High (HEVC)", Q::hevcHigh}, {"ProRes", Q::hevcHigh}};
+  for (const auto& [value, quality] : stored) {
+    SCOPED_TRACE(value);
+    Preferences(show / "preferences.json").setString(prefkey::recordQuality, value);
+    EXPECT_EQ(makeModel()->recording.recordQuality.get(), quality);
+  }
+
+  {
+    auto model = makeModel();
+    model->setRecordQuality(Q::proRes422);
+    model->setRecordVideo("camera:a", true);
+    model->setRecordVideo("camera:b", true);
+    model->setRecordVideo("camera:a", false);
+  }
+  EXPECT_EQ(Preferences(show / "preferences.json").getString(prefkey::recordQuality), "ProRes 422 (editing)");
+  auto model = makeModel();
+  EXPECT_EQ(model->recording.recordQuality.get(), Q::proRes422);
+  EXPECT_EQ(model->recording.recordVideoIDs.get(), std::set<std::string>{"camera:b"});
+}
+
+TEST_F(AppModelTest, AnInputUnpluggedAtLaunchIsRememberedAndARemovedOneIsNot) {
+  Preferences(show / "preferences.json").setStringList(prefkey::audioInputIDs, {"usb-mic"});
+  {
+    auto model = makeModel();  // no audio devices here: the microphone is unplugged
+    model->audioMixer.addSourceChannel("ndiaudio:cam", "Cam (NDI)", "network", true, "ndi:cam");
+    model->audioMixer.addSourceChannel("ndiaudio:guest", "Guest (NDI)", "network", true, "ndi:guest");
+    model->audioMixer.removeChannel("ndiaudio:guest");
+  }
+  const std::vector<std::string> expected{"ndiaudio:cam", "usb-mic"};
+  EXPECT_EQ(Preferences(show / "preferences.json").getStringList(prefkey::audioInputIDs), expected);
+  EXPECT_EQ(makeModel()->savedAudioInputIDs, expected);
+}
+
+TEST_F(AppModelTest, UnreadablePreferencesAreKeptAndLoggedOnce) {
+  testing::writeFile(show / "preferences.json", "{\"Tavorin.canvasSize\": ");
+  auto model = makeModel();
+  model->setRecordQuality(ProgramRecorder::Quality::proRes422);
+  model->setRecordVideo("camera:a", true);
+  std::vector<std::string> lines;
+  for (const auto& line : model->log.get()) {
+    if (line.find("preferences.unreadable-") != std::string::npos) lines.push_back(line);
+  }
+  ASSERT_EQ(lines.size(), 1u);
+  const auto kept = lines[0].substr(lines[0].find(show.path().string()));
+  EXPECT_EQ(readFile(kept), "{\"Tavorin.canvasSize\": ");
+  EXPECT_EQ(Preferences(show / "preferences.json").getString(prefkey::recordQuality), "ProRes 422 (editing)");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "stores/JsonFile.h"
 #include "support/TempDir.h"
 
 namespace tavorin {
@@ -29,16 +28,6 @@ TEST(AtomicFileTests, FailureLeavesTheTargetAndNoTemporary) {
   EXPECT_FALSE(writeFileAtomically(dir / "taken", "x"));
   EXPECT_EQ(readFile(dir / "taken" / "inside"), "kept");
   EXPECT_EQ(entriesIn(dir.path()), 1u);
-}
-
-TEST(AtomicFileTests, InvalidUtf8IsReplacedRatherThanBlockingTheWrite) {
-  TempDir dir;
-  const std::vector<std::string> names = {"ok", std::string("bad\xff")};
-  ASSERT_TRUE(writeJsonFile(dir / "n.json", names));
-  auto back = readJsonFile<std::vector<std::string>>(dir / "n.json");
-  ASSERT_TRUE(back);
-  EXPECT_EQ((*back)[0], "ok");
-  EXPECT_EQ((*back)[1], "bad\xEF\xBF\xBD");
 }
 
 }  // namespace

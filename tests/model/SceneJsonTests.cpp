@@ -12,7 +12,7 @@
 namespace tavorin {
 namespace {
 
-using nlohmann::json;
+using json = Json;
 using testing::fixedID;
 
 json golden(const std::string& name) {
@@ -20,7 +20,8 @@ json golden(const std::string& name) {
   return json::parse(file);
 }
 
-// A record written must be its golden file, and the file read must be the record.
+// A record written must be its golden file, keys in the record's order, and
+// the file read must be the record.
 template <class T>
 void expectBothWays(const T& value, const std::string& file) {
   SCOPED_TRACE(file);

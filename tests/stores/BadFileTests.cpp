@@ -1,6 +1,7 @@
 // Every store meets a file that does not decode the same way: it reads as
 // empty, the file stays exactly as it was while nothing changes, and the next
-// change writes a good file over it.
+// change first keeps it beside itself under a time-stamped name, with one line
+// for the operator, then writes a good file in its place.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -9,17 +10,20 @@
 
 #include "platform/secrets/FileSecretStore.h"
 #include "stores/LayoutStore.h"
+#include "stores/JsonFile.h"
 #include "stores/PreferenceKeys.h"
 #include "stores/Preferences.h"
 #include "stores/SourcesStore.h"
 #include "stores/StreamDestinationStore.h"
 #include "stores/TransitionStore.h"
+#include "stores/UnreadableFiles.h"
 #include "support/StoreTestFiles.h"
 
 namespace tavorin {
 namespace {
 
 using testing::fileState;
+using testing::readFile;
 using testing::TempDir;
 using testing::writeFile;
 
@@ -28,6 +32,17 @@ struct Show {
   ShowFolder folder{dir / "Tavorin"};
   FileSecretStore secrets{dir / "secrets.json", nullptr};
   StreamKeyStore keys{secrets};
+  std::vector<std::string> log;
+  UnreadableFileReport report{{folder.root()}, [this](const std::string& line) { log.push_back(line); }};
+
+  // The copies kept of files that did not read.
+  std::vector<std::filesystem::path> kept() const {
+    std::vector<std::filesystem::path> found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.root())) {
+      if (entry.path().filename().string().find(".unreadable-") != std::string::npos) found.push_back(entry.path());
+    }
+    return found;
+  }
 };
 
 struct Layouts {
@@ -106,7 +121,7 @@ class BadFile : public ::testing::Test {};
 using Stores = ::testing::Types<Layouts, Sources, Transitions, Destinations, Prefs>;
 TYPED_TEST_SUITE(BadFile, Stores);
 
-TYPED_TEST(BadFile, ReadsEmptyAndStaysUntouchedUntilTheNextChange) {
+TYPED_TEST(BadFile, ReadsEmptyAndIsKeptBesideTheNextGoodFile) {
   for (const std::string& contents : TypeParam::bad()) {
     SCOPED_TRACE(contents);
     Show show;
@@ -117,9 +132,36 @@ TYPED_TEST(BadFile, ReadsEmptyAndStaysUntouchedUntilTheNextChange) {
     EXPECT_TRUE(TypeParam::empty(*store));
     TypeParam::changeNothing(*store);
     EXPECT_EQ(fileState(path), before);
+    EXPECT_TRUE(show.kept().empty());
+
+    TypeParam::change(*store);
     TypeParam::change(*store);
     EXPECT_FALSE(TypeParam::empty(*TypeParam::open(show))) << "the change wrote a file that reads back";
+    const auto kept = show.kept();
+    ASSERT_EQ(kept.size(), 1u) << "kept once, before the first write";
+    EXPECT_EQ(readFile(kept[0]), contents);
+    EXPECT_EQ(kept[0].extension(), path.extension());
+    ASSERT_EQ(show.log.size(), 1u);
+    EXPECT_NE(show.log[0].find(kept[0].string()), std::string::npos) << show.log[0];
   }
+}
+
+TYPED_TEST(BadFile, AMissingOrGoodFileIsNeverKept) {
+  Show show;
+  TypeParam::change(*TypeParam::open(show));
+  TypeParam::change(*TypeParam::open(show));
+  EXPECT_TRUE(show.kept().empty());
+  EXPECT_TRUE(show.log.empty());
+}
+
+TEST(StoreFile, InvalidUtf8IsReplacedRatherThanBlockingTheWrite) {
+  TempDir dir;
+  const std::vector<std::string> names = {"ok", std::string("bad\xff")};
+  ASSERT_TRUE(writeJsonFile(dir / "n.json", names));
+  auto back = readJsonFile<std::vector<std::string>>(dir / "n.json");
+  ASSERT_TRUE(back);
+  EXPECT_EQ((*back)[0], "ok");
+  EXPECT_EQ((*back)[1], "bad\xEF\xBF\xBD");
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ using testing::TempDir;
 using testing::writeFile;
 
 std::vector<MixerScene> onDisk(const std::filesystem::path& path) {
-  return nlohmann::json::parse(readFile(path)).get<std::vector<MixerScene>>();
+  return Json::parse(readFile(path)).get<std::vector<MixerScene>>();
 }
 
 class LayoutStoreTests : public ::testing::Test {
@@ -31,7 +31,7 @@ TEST_F(LayoutStoreTests, DuplicateIdsAreRepairedAndWrittenAtOnce) {
   auto second = first;
   second.name = "B";
   std::filesystem::create_directories(folder.root());
-  writeFile(file, nlohmann::json(std::vector<MixerScene>{first, second}).dump());
+  writeFile(file, Json(std::vector<MixerScene>{first, second}).dump());
 
   LayoutStore store(folder, "layouts.json");
   ASSERT_EQ(store.layouts->size(), 2u);

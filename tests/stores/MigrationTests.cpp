@@ -10,7 +10,7 @@
 namespace tavorin {
 namespace {
 
-using nlohmann::json;
+using json = Json;
 using testing::fileState;
 using testing::readFile;
 using testing::TempDir;

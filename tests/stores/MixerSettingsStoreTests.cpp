@@ -24,13 +24,13 @@ TEST(MixerSettingsStore, SurvivesANewInstanceAndReadsOlderOrBrokenTablesSafely) 
 
   // Older entries have no monitor flag; one bad entry makes the whole table unreadable.
   prefs.setJSON(prefkey::channelRouting,
-                nlohmann::json::parse(R"({"a": {"level": 0.5, "air": false, "cue": true, "afv": false}})"));
+                Json::parse(R"({"a": {"level": 0.5, "air": false, "cue": true, "afv": false}})"));
   auto loaded = MixerSettingsStore(prefs).load();
   EXPECT_TRUE(loaded.routing.at("a").monitor);
   EXPECT_FALSE(loaded.routing.at("a").air);
-  prefs.setJSON(prefkey::channelRouting, nlohmann::json::parse(R"({"a": {"level": 0.5, "air": false,
+  prefs.setJSON(prefkey::channelRouting, Json::parse(R"({"a": {"level": 0.5, "air": false,
       "cue": false, "afv": false}, "b": {"level": "loud"}})"));
-  prefs.setJSON(prefkey::monitorOutputs, nlohmann::json::parse(R"([{"id": "m", "name": "M", "gain": 1}])"));
+  prefs.setJSON(prefkey::monitorOutputs, Json::parse(R"([{"id": "m", "name": "M", "gain": 1}])"));
   loaded = MixerSettingsStore(prefs).load();
   EXPECT_TRUE(loaded.routing.empty());
   EXPECT_TRUE(loaded.monitors.empty()) << "a monitor without its muted flag spoils the list";

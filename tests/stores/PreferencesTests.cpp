@@ -36,7 +36,7 @@ TEST_F(PreferencesTests, EveryTypeSurvivesANewInstance) {
   EXPECT_EQ(prefs.getDouble(prefkey::replayDuration), 42.5);
   EXPECT_EQ(prefs.getString(prefkey::canvasSize), "uhd4k");
   EXPECT_EQ(prefs.getStringList(prefkey::audioInputIDs), (std::vector<std::string>{"mic", "line"}));
-  EXPECT_EQ(prefs.getJSON(prefkey::captureQualities), (nlohmann::json{{"cam-1", "hd720"}}));
+  EXPECT_EQ(prefs.getJSON(prefkey::captureQualities), (Json{{"cam-1", "hd720"}}));
 }
 
 TEST_F(PreferencesTests, BooleanDefaultingToTrueIsFalseOnlyWhenFalseIsStored) {

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
+#include "model/Json.h"
 #include "platform/secrets/FileSecretStore.h"
 #include "support/TempDir.h"
 
@@ -61,15 +63,18 @@ TEST_F(StreamDestinationStoreTest, DestinationsSurviveReopeningWithLimitsApplied
   EXPECT_EQ(reopened.destinations->at(1), vertical);
 }
 
-TEST_F(StreamDestinationStoreTest, FileLeavesAbsentOptionalsOutAndReadsThemAsAbsent) {
+TEST_F(StreamDestinationStoreTest, FileKeepsTheRecordsOrderLeavesAbsentOptionalsOutAndReadsThemAsAbsent) {
   const StreamDestination plain = youtube();
   {
     StreamDestinationStore store(folder, keys);
     store.add(plain);
   }
-  const auto document = nlohmann::json::parse(testing::readFile(folder.file("streamDestinations.json")));
+  const auto document = Json::parse(testing::readFile(folder.file("streamDestinations.json")));
   ASSERT_TRUE(document.is_array());
   const auto& entry = document.at(0);
+  std::vector<std::string> names;
+  for (const auto& item : entry.items()) names.push_back(item.key());
+  EXPECT_EQ(names, (std::vector<std::string>{"id", "name", "platform", "serverURL", "quality"}));
   EXPECT_FALSE(entry.contains("canvas"));
   EXPECT_FALSE(entry.contains("bandwidthTest"));
   EXPECT_EQ(entry.at("id"), plain.id.toString());

@@ -7,7 +7,7 @@ namespace tavorin {
 namespace {
 
 using namespace testing;
-using nlohmann::json;
+using json = Json;
 using K = AudioFilterKind;
 
 TEST(AudioFilterConfigTest, NewConfigsCarryEveryDefaultAndRoundTrip) {
