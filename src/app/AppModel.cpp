@@ -1,9 +1,12 @@
 #include "app/AppModel.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdlib>
 #include <utility>
 
 #include "app/EngineBinding.h"
+#include "platform/desktop/DiskSpace.h"
 #include "platform/secrets/FileSecretStore.h"
 #include "stores/PreferenceKeys.h"
 
@@ -94,14 +97,24 @@ AppModel::AppModel(AppEnvironment environment)
                  .recordingsRoot = [this] { return currentRecordingsRoot(); },
                  .clipsFolder = [this] { return showFolder_.library(ShowFolder::Library::clips); },
                  .log = [this](std::string line) { appendLog(std::move(line)); },
-                 .loopSaved = [this](const std::filesystem::path& file) { addLoopClip(file); }}),
+                 .loopSaved = [this](const std::filesystem::path& file) { addLoopClip(file); },
+                 .reveal = environment.revealInFileManager}),
       secretStore(makeStreamSecretStore(environment.useSecretService, showFolder_.file("secrets.json"),
                                         [this](const std::string& line) { appendLog(line); })),
       streamKeys(*secretStore),
       streamStore(showFolder_, streamKeys),
       streaming(queue_, [this](const Uuid& id) { return streamKeys.key(id); }, encoders),
       streamingControl(streaming, streamStore, [this] { return pixelSize(canvasSize.get()); },
-                       [this](std::string line) { appendLog(std::move(line)); }) {}
+                       [this](std::string line) { appendLog(std::move(line)); }),
+      statsTicker_(queue_, stats,
+                   {.fps = [this] { return engine ? engine->measuredFPS() : 0.0; },
+                    .recordingSeconds = [this] { return recording.recordingSeconds(); },
+                    .liveSince = [this] { return streaming.earliestLiveSince(); },
+                    .liveStreamCount = [this] { return static_cast<int>(streaming.liveDestinations().size()); },
+                    .diskFreePercent = [] {
+                      const char* home = std::getenv("HOME");
+                      return diskFreePercent(home && *home ? home : "/");
+                    }}) {}
 
 // The frame clock stops before the sinks it feeds go.
 AppModel::~AppModel() {
@@ -134,6 +147,7 @@ void AppModel::start() {
   restoreStudioMode();
   subscribeSourceUse();
   sourceLifecycle.start();
+  startStatsTick();
   std::weak_ptr<AppModel*> weakSelf = self_;
   queue_.post([weakSelf] {
     if (auto self = weakSelf.lock()) (*self)->restoreSources();
@@ -247,8 +261,7 @@ void AppModel::bindEngine() {
   auto applyCanvas = [this](const CanvasSize& size) {
     const Size pixels = pixelSize(size);
     engine->setCanvas(static_cast<int>(pixels.width), static_cast<int>(pixels.height));
-    programWidth_ = static_cast<int>(pixels.width);
-    programHeight_ = static_cast<int>(pixels.height);
+    programPixels_ = ProgramPixels{static_cast<int>(pixels.width), static_cast<int>(pixels.height)};
   };
   applyCanvas(canvasSize.get());
   subscriptions_.push_back(canvasSize.subscribe(applyCanvas));
@@ -274,7 +287,8 @@ void AppModel::bindHardwareEncoding() {
   Nv12Output output;
   output.frames = [this, main](const Nv12FrameRef& frame) { encoders.feedNv12(main, frame); };
   output.surface = [this, main](double now) {
-    return encoders.takeSurface(main, programWidth_.load(), programHeight_.load(), now);
+    const ProgramPixels size = programPixels_.load();
+    return encoders.takeSurface(main, size.width, size.height, now);
   };
   output.surfacesRefused = [this, main] { return encoders.surfacesRefused(main); };
   output.surfaceDone = [this](std::uint64_t surface, double hostTime, bool written) {
@@ -350,13 +364,26 @@ void AppModel::restoreStudioMode() {
   if (auto studio = preferences_.getBool(prefkey::studioMode)) switcher.setStudioMode(*studio);
 }
 
-void AppModel::willTerminate() {
-  recording.finishForQuit();
-  // Each stream says goodbye to its server; the engine waits for them as it goes.
-  streaming.stopAll();
+bool AppModel::willTerminate() {
   layoutWriteBack_.flush();
   verticalWriteBack_.flush();
   sessionKeeper_.saveNow();
+  // The streams say goodbye to their servers while the recording closes its file.
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                                                std::chrono::duration<double>(kQuitCloseSeconds));
+  streaming.stopAll();
+  const bool recordingClosed = recording.finishForQuit(deadline);
+  const int streamsOpen = streaming.waitUntilClosed(deadline);
+  if (streamsOpen > 0) {
+    appendLog(std::to_string(streamsOpen) + (streamsOpen == 1 ? " stream was" : " streams were") +
+              " still closing at quit; the server ends it when the connection drops.");
+  }
+  return recordingClosed && streamsOpen == 0;
+}
+
+void AppModel::startStatsTick() {
+  statsTicker_.start();
+  subscriptions_.push_back(recording.isRecording.subscribe([this](bool) { statsTicker_.refreshRecording(); }));
 }
 
 void AppModel::take(SwitcherEngine& target, std::optional<TransitionKind> kind) {

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <filesystem>
 #include <functional>
-#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,7 +10,10 @@
 
 #include "app/LayoutWriteBack.h"
 #include "app/RecordingController.h"
+#include "app/ScreenshotWriter.h"
 #include "app/SessionKeeper.h"
+#include "app/StatsTicker.h"
+#include "app/StatusStats.h"
 #include "app/StreamingController.h"
 #include "audio/AudioMixerEngine.h"
 #include "base/MainQueue.h"
@@ -60,6 +62,9 @@ struct AppEnvironment {
   // Stream keys go to the desktop's Secret Service when one answers; without
   // it (and always in tests) to "secrets.json" in the show folder, mode 0600.
   bool useSecretService = false;
+  // Shows a saved recording in the desktop's file manager; unset without a
+  // desktop (headless, tests).
+  std::function<void(const std::filesystem::path&)> revealInFileManager = {};
 };
 
 // Owns every engine and store from start to quit, links them once at start,
@@ -85,8 +90,15 @@ class AppModel {
 
   // The start-up steps, in order; call once after construction.
   void start();
-  // The quit path: writes the session (and any layout edit still waiting to be written).
-  void willTerminate();
+  // Outputs closing at quit get this long, side by side, before the process
+  // goes without them: a stuck encoder or a silent server cannot hold it.
+  static constexpr double kQuitCloseSeconds = 3.0;
+
+  // The quit path: writes the session (and any layout edit still waiting to
+  // be written), then closes the recording and the streams within
+  // kQuitCloseSeconds. False when one of them was still closing then; the
+  // process should end without waiting for it.
+  bool willTerminate();
 
   // Appends one operator-visible line; at most kLogLimit lines are kept.
   void appendLog(std::string line);
@@ -105,6 +117,9 @@ class AppModel {
   void punchBRB();
   // "Tavorin-shot-<date-time>.png" of the newest Program frame in the recordings folder.
   void screenshotProgram();
+  // The main canvas's resolution, kept in "Tavorin.canvasSize". A recording
+  // running at the old size is closed first, and the log says why it ended.
+  void setCanvasSize(CanvasSize size);
   void restartAudio() { audioMixer.restartAudio(); }
   // Sources: the lifecycle's own operations, and removal, which also forgets the stored entry.
   bool addSource(std::shared_ptr<BaseSource> source) { return sourceLifecycle.addSource(std::move(source)); }
@@ -160,6 +175,7 @@ class AppModel {
   StreamDestinationStore streamStore;
   StreamingEngine streaming;
   StreamingController streamingControl;
+  StatusStats stats;
 
   // Recording; each logs what happened in the operator's words. A loop
   // capture becomes a clip of the show.
@@ -201,20 +217,24 @@ class AppModel {
   void restoreStudioMode();
   // Scene and transition changes tell the lifecycle to look again at what is in use.
   void subscribeSourceUse();
+  void startStatsTick();
 
   SessionKeeper sessionKeeper_{queue_, switcher, sessionStore};
   LayoutWriteBack layoutWriteBack_{queue_, switcher, layoutStore, LayoutWriteBack::Design::horizontal};
   LayoutWriteBack verticalWriteBack_{queue_, verticalSwitcher, layoutStore, LayoutWriteBack::Design::vertical};
   std::vector<Subscription> subscriptions_;
   bool started_ = false;
-  // The latest screenshot's write; the model waits for it before it goes, so
-  // the writer never posts to a queue that is gone.
-  std::future<void> screenshotWrite_;
+  StatsTicker statsTicker_;
+  // The model waits for the screenshots still being written before it goes.
+  ScreenshotWriter screenshots_{queue_};
   // Tasks posted to the main queue hold this weakly and do nothing once the model is gone.
   std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
-  // The Program canvas in pixels, as the render thread reads it.
-  std::atomic<int> programWidth_{0};
-  std::atomic<int> programHeight_{0};
+  // The Program canvas in pixels, as the render thread reads it: one word, so never half of a change.
+  struct ProgramPixels {
+    int width = 0;
+    int height = 0;
+  };
+  std::atomic<ProgramPixels> programPixels_{};
   // Last, so that it goes first: a store's file kept because it could not be read is logged.
   UnreadableFileReport unreadableFiles_{{showFolder_.root(), preferences_.path().parent_path()},
                                        [this](const std::string& line) { appendLog(line); }};

@@ -1,11 +1,8 @@
 // The operator's commands that belong to no single engine: layouts with a
 // transition of their own, the black and holding-card punches, fired
-// transitions and the Program screenshot.
-#include <future>
-
+// transitions, the Program screenshot and the canvas size.
 #include "app/AppModel.h"
-#include "base/ThreadName.h"
-#include "platform/media/PngWriter.h"
+#include "stores/PreferenceKeys.h"
 #include "stores/RecordingsRoot.h"
 #include "stores/TimeStamp.h"
 
@@ -77,19 +74,24 @@ void AppModel::screenshotProgram() {
     return;
   }
   const auto file = currentRecordingsRoot() / ("Tavorin-shot-" + fileTimeStamp() + ".png");
-  // Encoding a 1080p PNG takes a while: off the main thread, with the frame held by reference.
   std::weak_ptr<AppModel*> weakSelf = self_;
-  MainQueue& queue = queue_;
-  screenshotWrite_ = std::async(std::launch::async, [frame, file, weakSelf, &queue] {
-    nameThisThread("Tavorin.Shot");
-    std::string error;
-    const bool written = writePNG(*frame, file, &error);
-    queue.post([weakSelf, written, file, error] {
-      auto self = weakSelf.lock();
-      if (!self) return;
-      (*self)->appendLog(written ? "Screenshot saved: " + file.filename().string() : "Screenshot failed: " + error);
-    });
-  });
+  screenshots_.write(std::move(frame), file,
+                     [weakSelf](const std::filesystem::path& written, bool ok, const std::string& error) {
+                       auto self = weakSelf.lock();
+                       if (!self) return;
+                       (*self)->appendLog(ok ? "Screenshot saved: " + written.filename().string()
+                                             : "Screenshot failed: " + error);
+                     });
+}
+
+void AppModel::setCanvasSize(CanvasSize size) {
+  preferences_.setString(prefkey::canvasSize, std::string(enumName(size)));
+  if (size == canvasSize.get()) return;
+  // The file was opened at the old size: it is closed whole before frames of the new size come.
+  const Size pixels = pixelSize(size);
+  recording.endBecause("Recording ended: the canvas changed to " + std::to_string(static_cast<int>(pixels.width)) +
+                       "×" + std::to_string(static_cast<int>(pixels.height)) + ".");
+  canvasSize = size;
 }
 
 }  // namespace tavorin

@@ -2,10 +2,12 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "app/AppModel.h"
 #include "app/DemoShow.h"
+#include "app/StatusLine.h"
 #include "app/SyncTestShow.h"
 #include "audio/PipeWireAudioBackend.h"
 #include "platform/gl/GLContext.h"
@@ -17,6 +19,12 @@
 #include "stores/ShowFolder.h"
 
 namespace tavorin {
+
+namespace {
+
+constexpr double kStatusEvery = 10.0;
+
+}  // namespace
 
 int runHeadless(const LaunchOptions& options) {
   GLibMainQueue queue;
@@ -79,28 +87,42 @@ int runHeadless(const LaunchOptions& options) {
   TimerHandle stopTimer;
   if (options.seconds) stopTimer = queue.after(*options.seconds, [&queue] { queue.quit(); });
 
+  // A person at a terminal sees that the show is healthy without reading the log.
+  StatusLine status(*model);
+  TimerHandle statusTimer;
+  if (options.status) {
+    statusTimer = queue.every(kStatusEvery, [&status] { std::fprintf(stderr, "%s\n", status.next().c_str()); });
+  }
+
   queue.run();
 
+  statusTimer.cancel();
   demo.reset();
   syncTest.reset();
-  model->willTerminate();
+  const bool outputsClosed = model->willTerminate();
   std::fprintf(stderr, "Measured %.1f fps\n", model->engine->measuredFPS());
   std::fprintf(stderr, "Wrote %s\n", model->sessionStore.path().c_str());
-  int status = 0;
+  int exitStatus = 0;
   if (options.snapshot) {
     std::string error;
     FrameRef frame = model->engine->newestFrame(Canvas::program);
     if (!frame) {
       std::fprintf(stderr, "No Program frame to write to %s\n", options.snapshot->c_str());
-      status = 1;
+      exitStatus = 1;
     } else if (!writePNG(*frame, *options.snapshot, &error)) {
       std::fprintf(stderr, "%s\n", error.c_str());
-      status = 1;
+      exitStatus = 1;
     } else {
       std::fprintf(stderr, "Wrote %s\n", options.snapshot->c_str());
     }
   }
-  return status;
+  if (!outputsClosed) {
+    // A writer stuck on its disk or an encoder that never returns would hold
+    // the process forever in its destructor: the show is saved, so it goes now.
+    std::fflush(stderr);
+    std::_Exit(exitStatus);
+  }
+  return exitStatus;
 }
 
 }  // namespace tavorin

@@ -55,6 +55,8 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
       std::string file;
       if (!needValue(file) || file.empty()) return {std::nullopt, "--snapshot needs a file name"};
       options.snapshot = std::filesystem::path(file);
+    } else if (arg == "--status") {
+      options.status = true;
     } else if (arg == "--record") {
       options.record = true;
     } else if (arg == "--recordings-dir") {
@@ -78,7 +80,7 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
 
 std::string usageText() {
   return "usage: tavorin --headless [--show-dir DIR] [--seconds N] [--demo [--take-every S] | --sync-test]\n"
-         "               [--snapshot FILE.png] [--record] [--recordings-dir DIR] [--stream URL]...\n"
+         "               [--snapshot FILE.png] [--record] [--recordings-dir DIR] [--stream URL]... [--status]\n"
          "  --headless          run the show engine without a window\n"
          "  --show-dir DIR      use DIR as the show folder (and for preferences.json)\n"
          "  --seconds N         quit cleanly after N seconds\n"
@@ -89,6 +91,7 @@ std::string usageText() {
          "  --record            record Program from launch and finish the file on quit\n"
          "  --recordings-dir DIR  record under DIR instead of the recordings folder\n"
          "  --stream URL        go live to rtmp(s)://host[:port]/app/KEY from launch to quit (repeatable)\n"
+         "  --status            every 10 s, one line on frame rate, CPU, dropped frames, recording and live times\n"
          "Signals: INT, TERM or HUP quit cleanly; USR1 restarts audio.\n";
 }
 

@@ -19,6 +19,7 @@ struct LaunchOptions {
   bool record = false;                            // record Program from launch to quit
   std::optional<std::filesystem::path> recordingsDir;  // replaces the recordings folder
   std::vector<std::string> streamURLs;  // go live to each rtmp(s)://host/app/key from launch to quit
+  bool status = false;                  // a line on the show's health to standard error every 10 s
   bool help = false;
 };
 

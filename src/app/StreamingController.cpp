@@ -29,10 +29,7 @@ void StreamingController::logStates(const std::map<Uuid, StreamState>& states) {
     const auto previous = loggedStates_.find(id);
     if (previous != loggedStates_.end() && previous->second == state) continue;
     const bool wasActive = previous != loggedStates_.end() && previous->second.isActive();
-    std::string name = urlStreamNames_.count(id) ? urlStreamNames_[id] : std::string();
-    for (const auto& destination : destinations_.destinations.get()) {
-      if (destination.id == id) name = destination.name;
-    }
+    const std::string name = nameOf(id);
     switch (state.kind) {
       case StreamState::Kind::connecting:
         log_("Going live to " + name + "…");
@@ -52,6 +49,14 @@ void StreamingController::logStates(const std::map<Uuid, StreamState>& states) {
     }
   }
   loggedStates_ = states;
+}
+
+std::string StreamingController::nameOf(const Uuid& id) const {
+  for (const auto& destination : destinations_.destinations.get()) {
+    if (destination.id == id) return destination.name;
+  }
+  const auto named = urlStreamNames_.find(id);
+  return named == urlStreamNames_.end() ? std::string() : named->second;
 }
 
 void StreamingController::toggle(const Uuid& id) {

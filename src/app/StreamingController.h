@@ -31,6 +31,8 @@ class StreamingController {
   // Goes live to a URL whose last path segment is the key (the command line's --stream).
   void goLive(const std::string& urlWithKey);
   void remove(const Uuid& id);
+  // What the operator calls a destination: its saved name, or where a command line's stream goes.
+  std::string nameOf(const Uuid& id) const;
 
  private:
   void logStates(const std::map<Uuid, StreamState>& states);

@@ -58,10 +58,11 @@ CompositorEngine::CompositorEngine(GLContext& context, const FrameSlotMap& sourc
     : sources(sourceMap),
       maskProvider(noMask),
       context_(context),
-      canvasWidth_(pixels(pixelSize(CanvasSize::hd1080).width)),
-      canvasHeight_(pixels(pixelSize(CanvasSize::hd1080).height)) {
+      canvasPixels_(CanvasPixels{pixels(kFixedLandscape.width), pixels(kFixedLandscape.height)}),
+      tickCanvas_(canvasPixels_.load()),
+      appliedCanvas_(tickCanvas_) {
   context_.makeCurrent();
-  compositor_ = std::make_unique<GLCompositor>(context_, canvasWidth_.load(), canvasHeight_.load());
+  compositor_ = std::make_unique<GLCompositor>(context_, appliedCanvas_.width, appliedCanvas_.height);
   const auto [verticalWidth, verticalHeight] = fixedPixels(Shape::vertical);
   verticalCompositor_ = std::make_unique<GLCompositor>(context_, verticalWidth, verticalHeight);
   scaler_ = std::make_unique<MonitorRenderer>(context_);
@@ -93,10 +94,8 @@ void CompositorEngine::onRefresh(double now) {
 }
 
 void CompositorEngine::setCanvas(int width, int height) {
-  if (width == canvasWidth_.load() && height == canvasHeight_.load()) return;
-  canvasWidth_ = width;
-  canvasHeight_ = height;
-  canvasChanged_ = true;
+  const CanvasPixels size{width, height};
+  if (canvasPixels_.exchange(size) == size) return;
   std::lock_guard guard(lock_);
   for (std::size_t i = 0; i < kCanvasCount; ++i) {
     if (ruleOf(static_cast<Canvas>(i)).shape == Shape::main) canvases_[i].newest.reset();
@@ -157,8 +156,10 @@ void CompositorEngine::measureRate(double now) {
 }
 
 void CompositorEngine::applyCanvasSize() {
-  if (!canvasChanged_.exchange(false)) return;
-  compositor_->setCanvasSize(canvasWidth_.load(), canvasHeight_.load());
+  tickCanvas_ = canvasPixels_.load();
+  if (tickCanvas_ == appliedCanvas_) return;
+  appliedCanvas_ = tickCanvas_;
+  compositor_->setCanvasSize(appliedCanvas_.width, appliedCanvas_.height);
 }
 
 PixelBufferRef CompositorEngine::draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan) {
@@ -208,7 +209,7 @@ void CompositorEngine::drawCanvas(Canvas canvas, double now) {
   if (presenter && presenterApply) plan = presenterApply(std::move(plan));
 
   const auto [width, height] =
-      rule.shape == Shape::main ? std::pair{canvasWidth_.load(), canvasHeight_.load()} : fixedPixels(rule.shape);
+      rule.shape == Shape::main ? std::pair{tickCanvas_.width, tickCanvas_.height} : fixedPixels(rule.shape);
   ensure(entry.pipeline, width, height);
   GLCompositor& compositor = rule.shape == Shape::vertical ? *verticalCompositor_ : *compositor_;
   PixelBufferRef buffer = draw(*entry.pipeline, compositor, std::move(plan));

@@ -64,8 +64,8 @@ class CompositorEngine {
 
   // Main thread: the main canvas's size (the vertical canvas is fixed).
   void setCanvas(int width, int height);
-  int canvasWidth() const { return canvasWidth_.load(); }
-  int canvasHeight() const { return canvasHeight_.load(); }
+  int canvasWidth() const { return canvasPixels_.load().width; }
+  int canvasHeight() const { return canvasPixels_.load().height; }
 
   // What a canvas draws; a canvas without a provider is not drawn. For a
   // Preview canvas, `isLive` tells whether its switcher is in direct mode,
@@ -103,6 +103,14 @@ class CompositorEngine {
   MaskProvider maskProvider;
 
  private:
+  // Width and height in one word: a tick never sees half of a change.
+  struct CanvasPixels {
+    int width = 0;
+    int height = 0;
+    bool operator==(const CanvasPixels&) const = default;
+  };
+  static_assert(std::atomic<CanvasPixels>::is_always_lock_free);
+
   struct CanvasSlot {
     PlanProvider provider;
     std::function<bool()> isLive;
@@ -140,9 +148,10 @@ class CompositorEngine {
   int fpsCount_ = 0;
   double fpsWindowStart_ = 0;
 
-  std::atomic<int> canvasWidth_;
-  std::atomic<int> canvasHeight_;
-  std::atomic<bool> canvasChanged_{false};
+  std::atomic<CanvasPixels> canvasPixels_;
+  // Render thread only: the size read once at the start of a tick, and the one the compositor has.
+  CanvasPixels tickCanvas_;
+  CanvasPixels appliedCanvas_;
   std::atomic<double> measuredFPS_{0};
   std::atomic<std::uint64_t> tickCount_{0};
   TickTimings timings_;

@@ -78,6 +78,7 @@ bool ProgramRecorder::start(const std::filesystem::path& file, const VideoEncodi
     origin_.reset();
     isPaused_ = false;
     awaitingKeyFrame_ = false;
+    diskDrops_ = 0;
     pausedTotal_ = 0;
     pauseBegan_.reset();
     withAudio_ = withAudio;
@@ -85,9 +86,15 @@ bool ProgramRecorder::start(const std::filesystem::path& file, const VideoEncodi
     requestKeyFrame_ = [] {};
   }
   EncoderError opened = EncoderError::none;
-  video_ = encoders_.subscribeVideo(
+  auto video = encoders_.subscribeVideo(
       std::string(kCanvas), encoding, [this](const EncodedVideoSampleRef& sample) { received(sample); }, opened);
-  if (!video_.active()) {
+  const bool videoOpened = video.active();
+  {
+    std::lock_guard guard(subscriptionLock_);
+    video_ = std::move(video);
+    encoderDrops_ = 0;
+  }
+  if (!videoOpened) {
     {
       std::lock_guard guard(lock_);
       isRecording_ = false;
@@ -100,11 +107,21 @@ bool ProgramRecorder::start(const std::filesystem::path& file, const VideoEncodi
     AudioEncoding audio;
     audio.bitRate = kAudioBitRate;
     audio.sampleRate = kAudioSampleRate;
-    audio_ = encoders_.subscribeAudio(audio, [this](const EncodedAudioSampleRef& sample) { received(sample); });
+    auto subscription =
+        encoders_.subscribeAudio(audio, [this](const EncodedAudioSampleRef& sample) { received(sample); });
+    std::lock_guard guard(subscriptionLock_);
+    audio_ = std::move(subscription);
+  }
+  std::string encoderName;
+  std::function<void()> requestKeyFrame;
+  {
+    std::lock_guard guard(subscriptionLock_);
+    encoderName = video_.encoderName();
+    requestKeyFrame = video_.keyFrameRequester();
   }
   std::lock_guard guard(lock_);
-  videoEncoderName_ = video_.encoderName();
-  requestKeyFrame_ = video_.keyFrameRequester();
+  videoEncoderName_ = std::move(encoderName);
+  requestKeyFrame_ = std::move(requestKeyFrame);
   worker_ = std::thread([this] { run(); });
   return true;
 }
@@ -116,6 +133,7 @@ void ProgramRecorder::received(const EncodedVideoSampleRef& sample) {
   if (awaitingKeyFrame_ && !sample->isKeyFrame) return;
   awaitingKeyFrame_ = false;
   if (queue_.size() >= kMaxQueuedItems) {
+    ++diskDrops_;
     awaitingKeyFrame_ = true;
     requestKeyFrame_();
     return;
@@ -164,8 +182,12 @@ void ProgramRecorder::finish(Completion completion) {
     completion_ = std::move(completion);
   }
   // Leaving the encoders: the last receiver of an encoder gets what it still holds.
-  video_.reset();
-  audio_.reset();
+  {
+    std::lock_guard guard(subscriptionLock_);
+    encoderDrops_ = video_.droppedFrames();
+    video_.reset();
+    audio_.reset();
+  }
   std::lock_guard guard(lock_);
   closing_ = true;
   wake_.notify_one();
@@ -217,6 +239,16 @@ void ProgramRecorder::run() {
     std::filesystem::remove(file, ignored);
   }
   if (completion) completion(good ? std::optional<std::filesystem::path>(file) : std::nullopt);
+}
+
+int ProgramRecorder::droppedFrames() const {
+  int dropped = 0;
+  {
+    std::lock_guard guard(subscriptionLock_);
+    dropped = video_.active() ? video_.droppedFrames() : encoderDrops_;
+  }
+  std::lock_guard guard(lock_);
+  return dropped + diskDrops_;
 }
 
 std::string ProgramRecorder::videoEncoderName() const {

@@ -56,6 +56,8 @@ class ProgramRecorder {
 
   // The encoder the last start got ("libx264", "hevc_nvenc", "prores_ks", …).
   std::string videoEncoderName() const;
+  // Frames the last recording lost so far: its encoder fell behind, or the disk did.
+  int droppedFrames() const;
 
  private:
   struct Item {
@@ -69,8 +71,12 @@ class ProgramRecorder {
   void run();
 
   SharedEncoders& encoders_;
+  // Guards the two subscriptions against a reader of the drop count; never
+  // held together with lock_, which the encoders' threads take.
+  mutable std::mutex subscriptionLock_;
   SharedEncoders::Subscription video_;
   SharedEncoders::Subscription audio_;
+  int encoderDrops_ = 0;  // of the last recording's encoder, once it has left it
   std::function<void()> requestKeyFrame_;  // under lock_
 
   mutable std::mutex lock_;
@@ -84,6 +90,7 @@ class ProgramRecorder {
   std::optional<double> origin_;  // host seconds of the movie's first decode time
   bool isPaused_ = false;
   bool awaitingKeyFrame_ = false;
+  int diskDrops_ = 0;  // frames the queue for the disk had no room for
   double pausedTotal_ = 0;
   std::optional<double> pauseBegan_;
   bool withAudio_ = false;

@@ -100,13 +100,28 @@ void StreamingEngine::remove(const Uuid& id) {
   session->stop();
   reapClosers(false);
   auto done = std::make_shared<std::atomic<bool>>(false);
-  closers_.push_back({std::thread([session, done]() mutable {
+  closers_.push_back({std::thread([session, done, closed = closed_]() mutable {
                         nameThisThread("Tavorin.Closer");
                         session->finish();
                         session.reset();
-                        *done = true;
+                        {
+                          std::lock_guard hold(closed->lock);
+                          *done = true;
+                        }
+                        closed->changed.notify_all();
                       }),
                       done});
+}
+
+int StreamingEngine::waitUntilClosed(std::chrono::steady_clock::time_point deadline) {
+  {
+    std::unique_lock hold(closed_->lock);
+    closed_->changed.wait_until(hold, deadline, [this] {
+      return std::all_of(closers_.begin(), closers_.end(), [](const Closer& closer) { return closer.done->load(); });
+    });
+  }
+  reapClosers(false);
+  return static_cast<int>(closers_.size());
 }
 
 void StreamingEngine::reapClosers(bool all) {

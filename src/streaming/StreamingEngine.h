@@ -1,5 +1,8 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
@@ -58,6 +61,9 @@ class StreamingEngine {
   // A destination deleted by the operator: stopped, and its state gone with it.
   void forget(const Uuid& id);
   void stopAll();
+  // Waits until every stopped session has closed its stream, or until
+  // `deadline` at most; how many were still closing then.
+  int waitUntilClosed(std::chrono::steady_clock::time_point deadline);
 
   std::vector<Uuid> liveDestinations() const;
   bool isAnyActive() const;
@@ -85,6 +91,12 @@ class StreamingEngine {
     std::shared_ptr<std::atomic<bool>> done;
   };
   std::vector<Closer> closers_;
+  // Told each time a closer is done.
+  struct CloseSignal {
+    std::mutex lock;
+    std::condition_variable changed;
+  };
+  std::shared_ptr<CloseSignal> closed_ = std::make_shared<CloseSignal>();
   std::shared_ptr<StreamingEngine*> self_ = std::make_shared<StreamingEngine*>(this);
 };
 

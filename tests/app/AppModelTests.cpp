@@ -7,6 +7,11 @@
 #include <utility>
 #include <vector>
 
+#include <chrono>
+#include <cstdint>
+#include <thread>
+
+#include "app/ScreenshotWriter.h"
 #include "model/SceneJson.h"
 #include "stores/PreferenceKeys.h"
 #include "support/ManualMainQueue.h"
@@ -183,6 +188,32 @@ TEST_F(AppModelTest, OperatorPunchesAndLayoutsWithTheirOwnTransition) {
   ASSERT_TRUE(model->switcher.store().active());
   EXPECT_TRUE(model->switcher.store().active()->custom);
   EXPECT_FALSE(model->pendingTakeTransition.get());
+}
+
+TEST_F(AppModelTest, ScreenshotsQueueBehindOneBeingWrittenAndNeverShareAName) {
+  ScreenshotWriter writer(queue);
+  std::vector<std::string> written;
+  auto done = [&](const std::filesystem::path& file, bool ok, const std::string& error) {
+    EXPECT_TRUE(ok) << error;
+    written.push_back(file.filename().string());
+  };
+  // A 4K picture of noise takes a while to compress: the second request must not wait for it.
+  auto frame = PixelBuffer::make(3840, 2160);
+  std::uint32_t noise = 7;
+  for (std::size_t i = 0; i < frame->byteCount(); ++i) {
+    noise = noise * 1664525u + 1013904223u;
+    frame->data()[i] = i % 4 == 3 ? 255 : static_cast<std::uint8_t>(noise >> 24);
+  }
+  const auto start = std::chrono::steady_clock::now();
+  writer.write(frame, show / "Tavorin-shot-2026-11-24-021500.png", done);
+  writer.write(frame, show / "Tavorin-shot-2026-11-24-021500.png", done);
+  EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), 0.05);
+  for (int i = 0; i < 1000 && written.size() < 2; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    queue.runUntilIdle();
+  }
+  EXPECT_EQ(written, (std::vector<std::string>{"Tavorin-shot-2026-11-24-021500.png", "Tavorin-shot-2026-11-24-021500-2.png"}))
+      << "two shots in one second keep both pictures";
 }
 
 TEST_F(AppModelTest, PreferencesShapeTheFields) {

@@ -1,15 +1,14 @@
 #include "platform/secrets/SecretStore.h"
 
 #include <gio/gio.h>
-#include <sys/stat.h>
 
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
 #include <mutex>
 #include <thread>
 
 #include "base/ThreadName.h"
+#include "platform/desktop/SessionBusAddress.h"
 #include "platform/secrets/FileSecretStore.h"
 #include "platform/secrets/LibSecretStore.h"
 
@@ -18,19 +17,6 @@ namespace tavorin {
 namespace {
 
 constexpr auto probeBudget = std::chrono::milliseconds(1500);
-
-// The session bus as GLib would find it, except that GLib's last resort,
-// autolaunching a bus through X11, counts as no bus.
-std::string sessionBusAddress() {
-  const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-  if (address && *address) return address;
-  const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-  if (!runtime || !*runtime) return {};
-  const std::string socket = std::string(runtime) + "/bus";
-  struct stat info {};
-  if (::stat(socket.c_str(), &info) != 0 || !S_ISSOCK(info.st_mode)) return {};
-  return "unix:path=" + socket;
-}
 
 struct ProbeState {
   std::mutex mutex;
