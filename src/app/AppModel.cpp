@@ -170,6 +170,7 @@ void AppModel::bindSwitcherClosures() {
 
 void AppModel::bindAudioMixer() {
   switcher.audioFollow = [this](const std::set<std::string>& sourceIDs) { audioMixer.followProgram(sourceIDs); };
+  switcher.setProgramMuted = [this](bool muted) { audioMixer.setProgramMuted(muted); };
   audioMixer.onSettingsChanged = [this](const MixerSettings& settings) { mixerSettings_.save(settings); };
   audioMixer.onLog = [this](const std::string& line) { appendLog(line); };
   auto channelIDs = std::make_shared<std::vector<std::string>>();
@@ -188,8 +189,13 @@ void AppModel::bindAudioMixer() {
     *outputUID = device->uid;
     preferences_.setString(prefkey::programOutputUID, device->uid);
   }));
-  audioMixer.onDevicesChanged = [this] { refreshAudioDevices(); };
+  audioMixer.onDevicesChanged = [this] { refreshDevices(); };
   refreshAudioDevices();
+}
+
+void AppModel::refreshDevices() {
+  refreshAudioDevices();
+  restoreSources();
 }
 
 void AppModel::refreshAudioDevices() {
@@ -343,6 +349,9 @@ std::filesystem::path AppModel::currentRecordingsRoot() const {
 void AppModel::removeSource(const std::string& id) {
   sourceLifecycle.removeSource(id);
   sourcesStore.remove(id);
+  mediaNames.modify([&](std::map<std::string, std::string>& names) { names.erase(id); });
+  // A holding card that is gone would punch an empty Program.
+  if (muteSourceID.get() == id) muteSourceID = std::nullopt;
 }
 
 void AppModel::subscribeSelectionExclusivity() {

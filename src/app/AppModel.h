@@ -3,6 +3,7 @@
 #include <atomic>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -113,7 +114,8 @@ class AppModel {
   void fireTransition(const Uuid& id);
   // A scene of the black still ("still:black", made when missing) cut to Program.
   void punchBlack();
-  // The holding card of the first still picture, in or out through a take.
+  // The holding card (muteSourceID, else the first still), in or out through a
+  // take, with Program audio off air while it is up.
   void punchBRB();
   // "Tavorin-shot-<date-time>.png" of the newest Program frame in the recordings folder.
   void screenshotProgram();
@@ -124,6 +126,13 @@ class AppModel {
   // Sources: the lifecycle's own operations, and removal, which also forgets the stored entry.
   bool addSource(std::shared_ptr<BaseSource> source) { return sourceLifecycle.addSource(std::move(source)); }
   void removeSource(const std::string& id);
+  // A picture file joins the show as a still, kept in the image library; its
+  // source id, or nothing when the file is missing or unreadable (logged).
+  std::optional<std::string> addImageSource(const std::filesystem::path& file);
+  // The operator's name for a source, kept in mediaNames and the store; a blank name changes nothing.
+  void renameSource(const std::string& id, const std::string& name);
+  // The name the operator knows a source by: mediaNames, else the source's own, else the id.
+  std::string displayName(const std::string& sourceID) const;
   void restartSource(const std::string& id) { sourceLifecycle.restartSource(id); }
   bool isParked(const std::string& id) const { return sourceLifecycle.isParked(id); }
 
@@ -151,6 +160,10 @@ class AppModel {
   SourceLifecycle sourceLifecycle;
   Published<SourceLifecycle::SourceList>& sources = sourceLifecycle.sources;
   Published<std::set<std::string>>& studioWakeIDs = sourceLifecycle.studioWakeIDs;
+  // Names the operator gave sources, by source id.
+  Published<std::map<std::string, std::string>> mediaNames;
+  // The holding card's source, when the operator chose one.
+  Published<std::optional<std::string>> muteSourceID;
   LayoutStore layoutStore;
   TransitionStore transitionStore;
   Published<EditCanvas> editCanvas;
@@ -205,6 +218,8 @@ class AppModel {
   void bindSwitcherClosures();
   void bindCustomTransitions();
   void bindAudioMixer();
+  // A new device list may bring back what stored sources wait for.
+  void refreshDevices();
   // A finished loop capture joins the show's sources as a clip.
   void addLoopClip(const std::filesystem::path& file);
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.

@@ -60,11 +60,18 @@ void AppModel::punchBlack() {
 }
 
 void AppModel::punchBRB() {
-  for (const auto& source : sources.get()) {
-    if (source->kind() != SourceKind::still) continue;
-    switcher.toggleBRB(source->id(), "Be right back");
+  // Taking the card down needs no card: it goes even when its source was deleted.
+  if (switcher.brbActive.get()) {
+    switcher.toggleBRB({}, {});
     return;
   }
+  std::optional<std::string> card = muteSourceID.get();
+  for (const auto& source : sources.get()) {
+    if (card) break;
+    if (source->kind() == SourceKind::still) card = source->id();
+  }
+  if (!card) return;
+  switcher.toggleBRB(*card, displayName(*card));
 }
 
 void AppModel::screenshotProgram() {

@@ -8,6 +8,29 @@
 
 namespace tavorin {
 
+namespace {
+
+// Scales a block from gain `from` to `to` along a straight line, so a mute fades
+// over one block instead of clicking.
+void rampGain(float* left, float* right, std::uint32_t frames, float from, float to) {
+  if (from == to) {
+    if (to == 1.0f) return;
+    for (std::uint32_t i = 0; i < frames; ++i) {
+      left[i] *= to;
+      right[i] *= to;
+    }
+    return;
+  }
+  const float step = (to - from) / static_cast<float>(frames);
+  for (std::uint32_t i = 0; i < frames; ++i) {
+    const float gain = from + step * static_cast<float>(i + 1);
+    left[i] *= gain;
+    right[i] *= gain;
+  }
+}
+
+}  // namespace
+
 AudioBus::AudioBus() : scratchLeft_(kMaxRenderFrames), scratchRight_(kMaxRenderFrames) {}
 
 void AudioBus::render(float* left, float* right, std::uint32_t frames) {
@@ -29,6 +52,9 @@ void AudioBus::render(float* left, float* right, std::uint32_t frames) {
         outRight[i] += scratchRight_[i];
       }
     }
+    const float muteTarget = muted_.load(std::memory_order_relaxed) ? 0.0f : 1.0f;
+    rampGain(outLeft, outRight, n, muteGain_, muteTarget);
+    muteGain_ = muteTarget;
     if (tap_) tap_->write(outLeft, outRight, n, captured >= 0 ? captured : now + static_cast<double>(done) / kCommonSampleRate);
     done += n;
   }

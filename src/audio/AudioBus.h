@@ -11,9 +11,10 @@
 
 namespace tavorin {
 
-// The mix of one output: on each pull of its device it sums its feeds, hands
-// the sum to its tap (before the output volume), applies the volume, and
-// measures what the device plays. Its feed list changes only while stopped.
+// The mix of one output: on each pull of its device it sums its feeds, silences
+// the sum while muted, hands it to its tap (before the output volume), applies
+// the volume, and measures what the device plays. Its feed list changes only
+// while stopped.
 class AudioBus {
  public:
   static constexpr std::uint32_t kMaxRenderFrames = 4096;
@@ -26,6 +27,9 @@ class AudioBus {
   void setFeeds(std::vector<std::shared_ptr<AudioLiveFeed>> feeds) { feeds_ = std::move(feeds); }
   void setTap(std::unique_ptr<AudioTap> tap) { tap_ = std::move(tap); }
 
+  // A muted bus gives its tap silence as well as its device, so what is recorded
+  // and streamed goes quiet with what plays.
+  void setMuted(bool on) { muted_.store(on, std::memory_order_relaxed); }
   void setOutputVolume(float volume) { outputVolume_.store(volume, std::memory_order_relaxed); }
   float outputVolume() const { return outputVolume_.load(std::memory_order_relaxed); }
   // The level of what the device last played.
@@ -46,6 +50,9 @@ class AudioBus {
   std::unique_ptr<AudioTap> tap_;
   std::unique_ptr<AudioPort> port_;
   std::vector<float> scratchLeft_, scratchRight_;
+  std::atomic<bool> muted_{false};
+  // The mute's gain as the device thread last left it; it moves to its target over one block.
+  float muteGain_ = 1.0f;
   std::atomic<float> outputVolume_{1.0f};
   std::atomic<float> meterRaw_{0.0f};
 };

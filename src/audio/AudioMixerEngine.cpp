@@ -311,7 +311,12 @@ void AudioMixerEngine::setProgramOutput(std::optional<AudioOutputDevice> device)
   rebuildProgram();
 }
 
-void AudioMixerEngine::applyProgramVolume() { programBus_.setOutputVolume(programMuted.get() ? 0.0f : programMasterGain.get()); }
+// The master gain is for the room: it leaves recordings and streams alone. The
+// mute takes Program off air, so it silences them too.
+void AudioMixerEngine::applyProgramVolume() {
+  programBus_.setMuted(programMuted.get());
+  programBus_.setOutputVolume(programMuted.get() ? 0.0f : programMasterGain.get());
+}
 
 void AudioMixerEngine::setProgramMasterGain(float gain) {
   programMasterGain = gain;

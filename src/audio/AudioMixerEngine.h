@@ -32,8 +32,8 @@ namespace tavorin {
 // Main thread, except where a member says otherwise.
 class AudioMixerEngine {
  public:
-  // Program mix before the master gain, in blocks of 1024 frames on the tap's
-  // thread; every sink holds the very same block.
+  // Program mix before the master gain (silent while Program is muted), in
+  // blocks of 1024 frames on the tap's thread; every sink holds the very same block.
   using AudioSink = std::function<void(const AudioBlockRef& block)>;
 
   static constexpr double kMeterInterval = 1.0 / 15;
@@ -99,7 +99,9 @@ class AudioMixerEngine {
 
   // Program.
   void setProgramOutput(std::optional<AudioOutputDevice> device);
+  // The room's level: what the Program device plays, never what is recorded or streamed.
   void setProgramMasterGain(float gain);
+  // Program off air: the device and every sink get silence, faded over one block.
   void setProgramMuted(bool on);
 
   // Monitors.

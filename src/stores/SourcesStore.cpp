@@ -60,10 +60,10 @@ void SourcesStore::setTrim(const std::string& id, double start, std::optional<do
   });
 }
 
+// A hand-edited or older file may hold an id twice: every entry goes, so the source can't come back.
 void SourcesStore::remove(const std::string& id) {
-  const auto index = indexOf(saved.get(), id);
-  if (!index) return;
-  saved.modify([&](std::vector<SavedSource>& list) { list.erase(list.begin() + static_cast<std::ptrdiff_t>(*index)); });
+  if (!indexOf(saved.get(), id)) return;
+  saved.modify([&](std::vector<SavedSource>& list) { std::erase_if(list, [&](const SavedSource& s) { return s.id == id; }); });
   save();
 }
 

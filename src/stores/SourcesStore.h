@@ -29,6 +29,7 @@ class SourcesStore {
   void setOverlayConfig(const std::string& id, std::map<std::string, std::string> config);
   // A start at or before 0 is stored as no start; an absent end clears it.
   void setTrim(const std::string& id, double start, std::optional<double> end);
+  // Drops every entry with the id.
   void remove(const std::string& id);
 
  private:

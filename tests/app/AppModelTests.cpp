@@ -13,8 +13,10 @@
 
 #include "app/ScreenshotWriter.h"
 #include "model/SceneJson.h"
+#include "sources/StaticSource.h"
 #include "stores/PreferenceKeys.h"
 #include "support/ManualMainQueue.h"
+#include "support/ProgramMixProbe.h"
 #include "support/TempDir.h"
 
 namespace tavorin {
@@ -214,6 +216,38 @@ TEST_F(AppModelTest, ScreenshotsQueueBehindOneBeingWrittenAndNeverShareAName) {
   }
   EXPECT_EQ(written, (std::vector<std::string>{"Tavorin-shot-2026-11-24-021500.png", "Tavorin-shot-2026-11-24-021500-2.png"}))
       << "two shots in one second keep both pictures";
+}
+
+TEST_F(AppModelTest, HoldingCardTakesProgramAudioOffAirUntilItGoes) {
+  auto model = makeModel();
+  queue.runUntilIdle();
+  model->switcher.setSelectedTransition(TransitionKind::cut);
+  model->punchBRB();
+  EXPECT_FALSE(model->switcher.brbActive.get()) << "no still, no card";
+
+  model->audioMixer.addSourceChannel("mic", "Mic", "mic", false, std::nullopt);
+  testing::ProgramMixProbe mic(model->audioMixer, "mic");
+  EXPECT_NEAR(mic.play(0.3f).sinks, 0.3f, 1e-6);
+  model->addSource(makeBlackSource("still:card", "Card"));
+  model->addSource(makeBlackSource("still:later", "Later"));
+  model->punchBRB();
+  EXPECT_EQ(model->switcher.programScene->layers.at(0).sourceID, "still:card") << "the first still";
+  EXPECT_EQ(model->switcher.programScene->name, "Card");
+  EXPECT_NEAR(mic.play(0.3f).sinks, 0.0f, 1e-6) << "what is recorded and streamed is silent behind the card";
+  model->punchBRB();
+  EXPECT_FALSE(model->switcher.brbActive.get());
+  EXPECT_NEAR(mic.play(0.3f).sinks, 0.3f, 1e-6) << "and the mic is back when the card goes";
+
+  model->muteSourceID = "still:later";
+  model->renameSource("still:later", "  Back in five ");
+  model->punchBRB();
+  EXPECT_EQ(model->switcher.programScene->layers.at(0).sourceID, "still:later");
+  EXPECT_EQ(model->switcher.programScene->name, "Back in five");
+  model->removeSource("still:later");
+  EXPECT_FALSE(model->muteSourceID.get());
+  model->punchBRB();
+  EXPECT_FALSE(model->switcher.brbActive.get()) << "a card whose source is gone still goes";
+  EXPECT_FALSE(model->audioMixer.programMuted.get());
 }
 
 TEST_F(AppModelTest, PreferencesShapeTheFields) {

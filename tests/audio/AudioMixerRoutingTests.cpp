@@ -10,6 +10,7 @@
 #include "audio/AudioMixerEngine.h"
 #include "platform/media/AudioConverter.h"
 #include "support/ManualMainQueue.h"
+#include "support/ProgramMixProbe.h"
 #include "support/TempDir.h"
 
 namespace tavorin {
@@ -76,22 +77,25 @@ TEST_F(MixerRouting, FadersAirCuesAndMonitorVolumeDecideWhatEachBusCarries) {
   }
 }
 
-TEST_F(MixerRouting, MasterGainActsOnTheDeviceButNotOnTheSinks) {
+TEST_F(MixerRouting, MasterGainActsOnTheDeviceAloneAndMuteOnTheSinksToo) {
   mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
-  std::mutex lock;
-  std::condition_variable arrived;
-  std::vector<float> delivered;
-  mixer->setProgramAudioSink([&](const AudioBlockRef& block) {
-    std::lock_guard guard(lock);
-    delivered.insert(delivered.end(), block->plane(0), block->plane(0) + block->frameCount());
-    arrived.notify_all();
-  });
-  mixer->setProgramMasterGain(0);
-  feed("a", 0.3f);
-  EXPECT_FLOAT_EQ(settled(mixer->programBus()), 0.0f);
-  std::unique_lock guard(lock);
-  ASSERT_TRUE(arrived.wait_for(guard, std::chrono::seconds(2), [&] { return delivered.size() >= 2048; }));
-  EXPECT_NEAR(delivered[1024 + 512], 0.3f, 1e-6);
+  testing::ProgramMixProbe probe(*mixer, "a");
+  struct Step {
+    const char* what;
+    std::function<void()> change;
+    float device, sinks;
+  };
+  const Step steps[] = {
+      {"master gain 0: the room is quiet, recordings are not", [&] { mixer->setProgramMasterGain(0); }, 0.0f, 0.3f},
+      {"muted: off air everywhere", [&] { mixer->setProgramMasterGain(1); mixer->setProgramMuted(true); }, 0.0f, 0.0f},
+      {"unmuted", [&] { mixer->setProgramMuted(false); }, 0.3f, 0.3f},
+  };
+  for (const Step& step : steps) {
+    step.change();
+    const auto heard = probe.play(0.3f);
+    EXPECT_NEAR(heard.device, step.device, 1e-6) << step.what;
+    EXPECT_NEAR(heard.sinks, step.sinks, 1e-6) << step.what;
+  }
 }
 
 TEST_F(MixerRouting, AudioFollowsVideoOnlyForChannelsWithAVideoSource) {

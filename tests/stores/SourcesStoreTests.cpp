@@ -46,14 +46,14 @@ TEST_F(SourcesStoreTests, AbsentFieldsAreLeftOutAndUnknownDesignsKeptAsWritten) 
   EXPECT_EQ(SourcesStore(folder).saved.get(), store.saved.get());
 }
 
-TEST_F(SourcesStoreTests, UpsertReplacesByIdOrAppends) {
+TEST_F(SourcesStoreTests, UpsertReplacesByIdOrAppendsAndRemoveDropsEveryEntryWithTheId) {
+  writeFile(file, R"([{"id":"a","kind":"image","name":"A"},{"id":"a","kind":"image","name":"A twice"}])");
   SourcesStore store(folder);
-  store.upsert(source("a", SavedSource::Kind::image, "A"));
   store.upsert(source("b", SavedSource::Kind::black, "B"));
   auto replaced = source("a", SavedSource::Kind::clip, "A2");
   replaced.filePath = "/clips/a.mov";
   store.upsert(replaced);
-  ASSERT_EQ(store.saved->size(), 2u);
+  ASSERT_EQ(store.saved->size(), 3u);
   EXPECT_EQ(store.saved.get()[0], replaced);
   store.remove("a");
   EXPECT_EQ(onDisk(), json::parse(R"([{"id":"b","kind":"black","name":"B"}])"));
