@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "app/EncoderConsumers.h"
 #include "app/LayoutWriteBack.h"
 #include "app/RecordingController.h"
 #include "app/SessionKeeper.h"
@@ -212,6 +213,8 @@ class AppModel {
   // The Program canvas in pixels, as the render thread reads it.
   std::atomic<int> programWidth_{0};
   std::atomic<int> programHeight_{0};
+  // Goes first, while the engine and the encoders it links are still there.
+  std::unique_ptr<EncoderConsumers> encoderConsumers_;
 };
 
 }  // namespace tavorin

@@ -71,23 +71,31 @@ void AppModel::punchBRB() {
 }
 
 void AppModel::screenshotProgram() {
-  FrameRef frame = engine ? engine->newestFrame(Canvas::program) : nullptr;
-  if (!frame) {
-    appendLog("Nothing to screenshot — the Program is empty.");
+  static constexpr const char* kEmpty = "Nothing to screenshot — the Program is empty.";
+  if (!engine) {
+    appendLog(kEmpty);
     return;
   }
   const auto file = currentRecordingsRoot() / ("Tavorin-shot-" + fileTimeStamp() + ".png");
-  // Encoding a 1080p PNG takes a while: off the main thread, with the frame held by reference.
+  // Off the main thread: Program is drawn for the shot even while nothing
+  // else takes it, and encoding a 1080p PNG takes a while.
   std::weak_ptr<AppModel*> weakSelf = self_;
   MainQueue& queue = queue_;
-  screenshotWrite_ = std::async(std::launch::async, [frame, file, weakSelf, &queue] {
+  CompositorEngine& compositor = *engine;
+  screenshotWrite_ = std::async(std::launch::async, [&compositor, file, weakSelf, &queue] {
     nameThisThread("Tavorin.Shot");
+    const FrameRef frame = compositor.drawnFrame(Canvas::program);
     std::string error;
-    const bool written = writePNG(*frame, file, &error);
-    queue.post([weakSelf, written, file, error] {
+    const bool empty = !frame;
+    const bool written = frame && writePNG(*frame, file, &error);
+    queue.post([weakSelf, empty, written, file, error] {
       auto self = weakSelf.lock();
       if (!self) return;
-      (*self)->appendLog(written ? "Screenshot saved: " + file.filename().string() : "Screenshot failed: " + error);
+      if (empty) {
+        (*self)->appendLog(kEmpty);
+      } else {
+        (*self)->appendLog(written ? "Screenshot saved: " + file.filename().string() : "Screenshot failed: " + error);
+      }
     });
   });
 }
