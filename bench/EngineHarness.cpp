@@ -1,7 +1,10 @@
 // The frame clock under a real show, on this machine: the demo show (three
 // layouts with moving layers, a take every two seconds through the built-in
-// transitions) on a 1920 x 1080 Program + Preview with the layout thumbnails,
-// then a static scene where nothing moves. For each: sustained ticks per
+// transitions) on a 1920 x 1080 canvas with the layout thumbnails, first with
+// every canvas drawn on every refresh (as before canvases were drawn only for
+// their consumers), then with only Program consumed: by a monitor at the
+// display's refresh, by a 30 fps output, and by nobody. Then a static scene
+// where nothing moves, Program on a monitor. For each: sustained ticks per
 // second, process CPU per tick (the GL driver's threads included), the spread
 // of the intervals between tick starts, and the ticks' own length. The
 // baseline, measured in the same process afterwards, is one synchronous
@@ -12,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +24,7 @@
 #include "app/AppModel.h"
 #include "app/DemoShow.h"
 #include "base/HostTime.h"
+#include "compositor/CompositorEngine.h"
 #include "compositor/GLCompositor.h"
 #include "compositor/PlanSnapshot.h"
 #include "compositor/SourceTextureCache.h"
@@ -42,6 +47,25 @@ struct Figures {
   double cpuMsPerTick = 0;
 };
 
+// What a phase consumes, as monitors and outputs would; gone with the phase.
+class Consumers {
+ public:
+  Consumers(CompositorEngine& engine, std::initializer_list<std::pair<Canvas, double>> needs) : engine_(engine) {
+    for (const auto& [canvas, rate] : needs) ids_.push_back(engine.addConsumer(canvas, rate));
+  }
+  ~Consumers() {
+    for (auto id : ids_) engine_.removeConsumer(id);
+  }
+  Consumers(const Consumers&) = delete;
+  Consumers& operator=(const Consumers&) = delete;
+
+ private:
+  CompositorEngine& engine_;
+  std::vector<CompositorEngine::ConsumerID> ids_;
+};
+
+constexpr double kMonitor = CompositorEngine::kEveryRefresh;
+
 void runFor(GLibMainQueue& queue, double seconds) {
   TimerHandle stop = queue.after(seconds, [&queue] { queue.quit(); });
   queue.run();
@@ -49,6 +73,8 @@ void runFor(GLibMainQueue& queue, double seconds) {
 
 Figures measure(const char* name, GLibMainQueue& queue, AppModel& model, double seconds) {
   const TickTimings& timings = model.engine->tickTimings();
+  const double rate = model.engine->clockRate();
+  const double refreshMs = rate > 0 ? 1e3 / rate : 0;
   const std::uint64_t firstTick = timings.count();
   const double cpu0 = processCPUSeconds(), wall0 = hostTimeNow();
   runFor(queue, seconds);
@@ -62,14 +88,15 @@ Figures measure(const char* name, GLibMainQueue& queue, AppModel& model, double 
     if (i == 0) continue;
     const double interval = (ticks[i].start - ticks[i - 1].start) * 1e3;
     intervals.push_back(interval);
-    if (interval > 1.5 * 1e3 / 60) ++missed;
+    if (interval > 1.5 * refreshMs) ++missed;
   }
   Figures figures;
   figures.ticksPerSecond = static_cast<double>(ticks.size()) / wall;
   figures.cpuMsPerTick = ticks.empty() ? 0 : cpu * 1e3 / static_cast<double>(ticks.size());
-  std::printf("%s: %.1f ticks/s over %.1f s, CPU %.2f ms per tick (%.0f%% of one core)\n", name,
-              figures.ticksPerSecond, wall, figures.cpuMsPerTick, 100 * cpu / wall);
-  std::printf("  tick interval ms: p50 %.2f  p90 %.2f  p99 %.2f  max %.2f; %d of %zu late by over half a refresh\n",
+  std::printf("%s (clock asked for %.0f/s): %.1f ticks/s over %.1f s, CPU %.2f ms per tick (%.0f%% of one core)\n",
+              name, rate, figures.ticksPerSecond, wall, figures.cpuMsPerTick, 100 * cpu / wall);
+  if (ticks.empty()) return figures;
+  std::printf("  tick interval ms: p50 %.2f  p90 %.2f  p99 %.2f  max %.2f; %d of %zu late by over half a period\n",
               percentile(intervals, 0.5), percentile(intervals, 0.9), percentile(intervals, 0.99),
               percentile(intervals, 1.0), missed, intervals.size());
   std::printf("  tick length ms:   p50 %.2f  p90 %.2f  p99 %.2f  max %.2f\n", percentile(lengths, 0.5),
@@ -126,21 +153,46 @@ int main(int argc, char** argv) {
   auto model = std::make_unique<AppModel>(environment);
   model->start();
 
+  CompositorEngine& engine = *model->engine;
   auto demo = std::make_unique<DemoShow>(*model, 2.0);
-  runFor(queue, 1.0);  // pictures decoded, pools filled
-  const Figures moving = measure("Demo show, Program + Preview 1920x1080", queue, *model, seconds);
+  Figures everyCanvas, monitor, output;
+  {
+    Consumers all(engine, {{Canvas::program, kMonitor},
+                           {Canvas::preview, kMonitor},
+                           {Canvas::vertical, kMonitor},
+                           {Canvas::verticalPreview, kMonitor},
+                           {Canvas::studio, kMonitor}});
+    runFor(queue, 1.0);  // pictures decoded, pools filled
+    everyCanvas = measure("Demo show, every canvas drawn", queue, *model, seconds);
+  }
+  {
+    Consumers programMonitor(engine, {{Canvas::program, kMonitor}});
+    runFor(queue, 0.5);
+    monitor = measure("Demo show, Program on a monitor", queue, *model, seconds);
+  }
+  {
+    Consumers recorder(engine, {{Canvas::program, 30}});
+    runFor(queue, 0.5);
+    output = measure("Demo show, Program for a 30 fps output", queue, *model, seconds);
+  }
+  runFor(queue, 0.5);
+  measure("Demo show, nothing consumed", queue, *model, seconds);
   demo.reset();
-  runFor(queue, 1.5);  // the last take ends; a cut during it would be dropped
 
-  // Nothing moves: the bars layout with its motion taken out, on Program and Preview.
-  MixerScene still = *layoutNamed(*model, "Demo: Bars");
-  for (LayerState& layer : still.layers) layer.animation.kind = LayerAnimation::Kind::none;
-  model->layoutStore.add(still, "Bench: Still");
-  model->loadLayout(*layoutNamed(*model, "Bench: Still"));
-  model->cut(model->switcher);
-  model->loadLayout(*layoutNamed(*model, "Bench: Still"));
-  runFor(queue, 1.0);
-  const Figures idle = measure("Static scene, Program + Preview 1920x1080", queue, *model, seconds);
+  // Nothing moves: the bars layout with its motion taken out, on Program.
+  Figures idle;
+  {
+    Consumers programMonitor(engine, {{Canvas::program, kMonitor}});
+    runFor(queue, 1.5);  // the last take ends; a cut during it would be dropped
+    MixerScene still = *layoutNamed(*model, "Demo: Bars");
+    for (LayerState& layer : still.layers) layer.animation.kind = LayerAnimation::Kind::none;
+    model->layoutStore.add(still, "Bench: Still");
+    model->loadLayout(*layoutNamed(*model, "Bench: Still"));
+    model->cut(model->switcher);
+    model->loadLayout(*layoutNamed(*model, "Bench: Still"));
+    runFor(queue, 1.0);
+    idle = measure("Static scene, Program on a monitor", queue, *model, seconds);
+  }
 
   model->engine->stop();
   const MixerScene pip = *layoutNamed(*model, "Demo: Picture in picture");
@@ -148,8 +200,12 @@ int main(int argc, char** argv) {
   const Figures single = singleCanvas(*gl, *model, pip, 120);
   gl->releaseCurrent();
 
-  std::printf("Ratios to the single canvas's CPU per frame: demo tick %.2f, static tick %.3f\n",
-              moving.cpuMsPerTick / single.cpuMsPerTick, idle.cpuMsPerTick / single.cpuMsPerTick);
+  std::printf("Program on a monitor against every canvas drawn: %.2fx the ticks a second, %.2fx the CPU per tick\n",
+              monitor.ticksPerSecond / everyCanvas.ticksPerSecond, monitor.cpuMsPerTick / everyCanvas.cpuMsPerTick);
+  std::printf("Ratios to the single canvas's CPU per frame: every canvas %.2f, Program on a monitor %.2f, "
+              "Program for a 30 fps output %.2f, static tick %.3f\n",
+              everyCanvas.cpuMsPerTick / single.cpuMsPerTick, monitor.cpuMsPerTick / single.cpuMsPerTick,
+              output.cpuMsPerTick / single.cpuMsPerTick, idle.cpuMsPerTick / single.cpuMsPerTick);
   model->willTerminate();
   model.reset();
   std::error_code ignored;

@@ -277,6 +277,8 @@ void AppModel::bindEngine() {
   engine->setFrameSink(Canvas::vertical,
                        [this](const FrameRef& frame) { encoders.feedVideo(enumName(StreamCanvas::vertical), frame); });
   if (encoders.hardware().vaapiH264 || encoders.hardware().vaapiHevc) bindHardwareEncoding();
+  // Headless, the encoders are the only consumers: with none open the clock rests.
+  encoderConsumers_ = std::make_unique<EncoderConsumers>(encoders, *engine, queue_);
   engine->start();
   auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
     auto [horizontal, vertical] = thumbnailScenes(layouts);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "app/EncoderConsumers.h"
 #include "app/LayoutWriteBack.h"
 #include "app/RecordingController.h"
 #include "app/ScreenshotWriter.h"
@@ -250,6 +251,8 @@ class AppModel {
     int height = 0;
   };
   std::atomic<ProgramPixels> programPixels_{};
+  // Goes early, while the engine and the encoders it links are still there.
+  std::unique_ptr<EncoderConsumers> encoderConsumers_;
   // Last, so that it goes first: a store's file kept because it could not be read is logged.
   UnreadableFileReport unreadableFiles_{{showFolder_.root(), preferences_.path().parent_path()},
                                        [this](const std::string& line) { appendLog(line); }};

@@ -75,19 +75,25 @@ void AppModel::punchBRB() {
 }
 
 void AppModel::screenshotProgram() {
-  FrameRef frame = engine ? engine->newestFrame(Canvas::program) : nullptr;
-  if (!frame) {
-    appendLog("Nothing to screenshot — the Program is empty.");
+  static constexpr const char* kEmpty = "Nothing to screenshot — the Program is empty.";
+  if (!engine) {
+    appendLog(kEmpty);
     return;
   }
   const auto file = currentRecordingsRoot() / ("Tavorin-shot-" + fileTimeStamp() + ".png");
+  // Taken on the writer's thread: Program is drawn for the shot even while
+  // nothing else takes it, and the main thread never waits on it.
   std::weak_ptr<AppModel*> weakSelf = self_;
-  screenshots_.write(std::move(frame), file,
+  CompositorEngine& compositor = *engine;
+  screenshots_.write([&compositor] { return compositor.drawnFrame(Canvas::program); }, file,
                      [weakSelf](const std::filesystem::path& written, bool ok, const std::string& error) {
                        auto self = weakSelf.lock();
                        if (!self) return;
-                       (*self)->appendLog(ok ? "Screenshot saved: " + written.filename().string()
-                                             : "Screenshot failed: " + error);
+                       if (ok) {
+                         (*self)->appendLog("Screenshot saved: " + written.filename().string());
+                       } else {
+                         (*self)->appendLog(error.empty() ? kEmpty : "Screenshot failed: " + error);
+                       }
                      });
 }
 

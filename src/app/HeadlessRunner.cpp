@@ -105,7 +105,8 @@ int runHeadless(const LaunchOptions& options) {
   int exitStatus = 0;
   if (options.snapshot) {
     std::string error;
-    FrameRef frame = model->engine->newestFrame(Canvas::program);
+    // Drawn for the snapshot: without a recording or a stream nothing else takes Program.
+    FrameRef frame = model->engine->drawnFrame(Canvas::program);
     if (!frame) {
       std::fprintf(stderr, "No Program frame to write to %s\n", options.snapshot->c_str());
       exitStatus = 1;

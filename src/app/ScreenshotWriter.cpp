@@ -18,6 +18,10 @@ ScreenshotWriter::~ScreenshotWriter() {
 }
 
 void ScreenshotWriter::write(FrameRef frame, std::filesystem::path file, Done done) {
+  write([frame = std::move(frame)] { return frame; }, std::move(file), std::move(done));
+}
+
+void ScreenshotWriter::write(FrameSource source, std::filesystem::path file, Done done) {
   const std::filesystem::path wanted = file;
   std::error_code ignored;
   for (int n = 2; queuedNames_.count(file) || std::filesystem::exists(file, ignored); ++n) {
@@ -37,7 +41,7 @@ void ScreenshotWriter::write(FrameRef frame, std::filesystem::path file, Done do
   };
   {
     std::lock_guard hold(lock_);
-    jobs_.push_back({std::move(frame), std::move(file), std::move(answer)});
+    jobs_.push_back({std::move(source), std::move(file), std::move(answer)});
   }
   if (!worker_.joinable()) {
     worker_ = std::thread([this] { run(); });
@@ -57,9 +61,11 @@ void ScreenshotWriter::run() {
       jobs_.pop_front();
     }
     std::string error;
-    const bool written = writePNG(*job.frame, job.file, &error);
+    FrameRef frame = job.frame();
+    const bool written = frame && writePNG(*frame, job.file, &error);
     // The frame goes back to its pool here, not on the main thread.
-    job.frame.reset();
+    frame.reset();
+    job.frame = nullptr;
     job.done(job.file, written, error);
   }
 }

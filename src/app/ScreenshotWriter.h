@@ -32,10 +32,14 @@ class ScreenshotWriter {
   // Main thread. Queues `frame` for `file`, or for "<name>-2.png" and so on
   // when that name is on disk or queued already (two shots in one second).
   void write(FrameRef frame, std::filesystem::path file, Done done);
+  // The same with the picture taken on the writer's thread, which may wait
+  // for it to be drawn; nothing from it writes no file and answers an empty error.
+  using FrameSource = std::function<FrameRef()>;
+  void write(FrameSource source, std::filesystem::path file, Done done);
 
  private:
   struct Job {
-    FrameRef frame;
+    FrameSource frame;
     std::filesystem::path file;
     Done done;
   };

@@ -1,5 +1,7 @@
 #include "compositor/CompositorEngine.h"
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include "base/HostTime.h"
@@ -16,6 +18,8 @@ constexpr int kThumbnailLong = 480;
 constexpr int kThumbnailShort = 270;
 // Later than this past its refresh, a canvas takes the time it is drawn at.
 constexpr double kLateDraw = 0.004;
+// A frame-rate window longer than this spans a rest of the clock.
+constexpr double kRestedWindow = 2.0;
 
 enum class Shape { main, vertical, fixedLandscape };
 enum class PresenterPass { always, whileLive, never };
@@ -77,9 +81,12 @@ CompositorEngine::~CompositorEngine() {
 }
 
 void CompositorEngine::start(double refreshRate) {
+  std::lock_guard hold(consumersLock_);
   if (clock_) return;
   clockDriven_ = true;
-  clock_ = std::make_unique<FrameClock>([this](double now) { onRefresh(now); }, refreshRate);
+  if (refreshRate > 0) refreshRate_ = refreshRate;
+  clock_ = std::make_unique<FrameClock>([this](double now) { onRefresh(now); }, refreshRate_);
+  applyDemand();
   clock_->start([this] { context_.makeCurrent(); }, [this] { context_.releaseCurrent(); });
 }
 
@@ -91,6 +98,46 @@ void CompositorEngine::onRefresh(double now) {
   if (now - lastRenderTime_ < kMinRenderInterval) return;
   lastRenderTime_ = now;
   tick(now);
+}
+
+CompositorEngine::ConsumerID CompositorEngine::addConsumer(Canvas canvas, double rate) {
+  std::lock_guard hold(consumersLock_);
+  const ConsumerID id = consumers_.add(canvas, rate);
+  applyDemand();
+  return id;
+}
+
+void CompositorEngine::removeConsumer(ConsumerID id) {
+  std::lock_guard hold(consumersLock_);
+  consumers_.remove(id);
+  applyDemand();
+}
+
+double CompositorEngine::clockRate() const {
+  std::lock_guard hold(consumersLock_);
+  return consumers_.demand(refreshRate_).rate;
+}
+
+void CompositorEngine::applyDemand() {
+  const CanvasDemand demand = consumers_.demand(refreshRate_);
+  drawnCanvases_.store(demand.canvases, std::memory_order_relaxed);
+  // A resting clock measures nothing; its last figure would stand for the rest.
+  if (demand.rate == 0) measuredFPS_.store(0, std::memory_order_relaxed);
+  if (clock_) clock_->setRate(demand.rate);
+}
+
+FrameRef CompositorEngine::drawnFrame(Canvas canvas, double timeout) {
+  const std::atomic<std::uint64_t>& draws = slotOf(canvas).draws;
+  const std::uint64_t before = draws.load(std::memory_order_acquire);
+  const ConsumerID id = addConsumer(canvas, kEveryRefresh);
+  const double until = hostTimeNow() + timeout;
+  while (draws.load(std::memory_order_acquire) == before && hostTimeNow() < until) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  // Read while still consumed: the next tick lets an unconsumed canvas's picture go.
+  FrameRef frame = draws.load(std::memory_order_acquire) == before ? nullptr : newestFrame(canvas);
+  removeConsumer(id);
+  return frame;
 }
 
 void CompositorEngine::setCanvas(int width, int height) {
@@ -146,8 +193,12 @@ void CompositorEngine::store(FrameRef& slot, FrameRef frame) {
 }
 
 void CompositorEngine::measureRate(double now) {
+  // A window across a rest of the clock would count the rest as slowness.
+  if (fpsWindowStart_ == 0 || now - fpsWindowStart_ > kRestedWindow) {
+    fpsWindowStart_ = now;
+    fpsCount_ = 0;
+  }
   ++fpsCount_;
-  if (fpsWindowStart_ == 0) fpsWindowStart_ = now;
   if (now - fpsWindowStart_ >= 1.0) {
     measuredFPS_.store(fpsCount_ / (now - fpsWindowStart_), std::memory_order_relaxed);
     fpsCount_ = 0;
@@ -186,7 +237,17 @@ void CompositorEngine::tick(double now) {
   applyCanvasSize();
   tickSources_ = sources.snapshot();
   if (presenterTick) presenterTick(now);
-  for (std::size_t i = 0; i < kCanvasCount; ++i) drawCanvas(static_cast<Canvas>(i), now);
+  const std::uint32_t consumed = drawnCanvases_.load(std::memory_order_relaxed);
+  for (std::size_t i = 0; i < kCanvasCount; ++i) {
+    CanvasSlot& entry = canvases_[i];
+    const bool wanted = (consumed >> i) & 1u;
+    // A canvas nobody takes any more lets its picture go, so no one reads it as current later.
+    if (!wanted && entry.drawnLastTick) store(entry.newest, nullptr);
+    entry.drawnLastTick = wanted;
+    if (!wanted) continue;
+    drawCanvas(static_cast<Canvas>(i), now);
+    entry.draws.fetch_add(1, std::memory_order_release);
+  }
 
   const std::uint64_t ticks = tickCount_.fetch_add(1, std::memory_order_relaxed) + 1;
   if (ticks % kThumbnailEvery == 0) renderThumbnails(now);

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -12,6 +13,8 @@
 #include "base/FrameSlotMap.h"
 #include "base/PixelBuffer.h"
 #include "base/Uuid.h"
+#include "compositor/Canvas.h"
+#include "compositor/CanvasConsumers.h"
 #include "compositor/CanvasPipeline.h"
 #include "compositor/FrameClock.h"
 #include "compositor/GLCompositor.h"
@@ -25,17 +28,10 @@
 
 namespace tavorin {
 
-// The canvases drawn on every tick, in this order. Program and Preview take
-// the main canvas's size, the vertical pair the fixed vertical size, and the
-// studio canvas 1920 x 1080 whatever the main size.
-enum class Canvas { program, preview, vertical, verticalPreview, studio };
-inline constexpr std::size_t kCanvasCount = 5;
-static_assert(static_cast<std::size_t>(Canvas::studio) + 1 == kCanvasCount);
-
 // The frame clock: on each tick it asks the plan providers what to show,
-// draws each canvas, keeps the newest frame of each for the monitors, and
-// hands frames to the sinks. It knows no scenes or switchers, only closures
-// and the sources map.
+// draws each canvas that someone consumes, keeps the newest frame of each for
+// the monitors, and hands frames to the sinks. It knows no scenes or
+// switchers, only closures, the sources map and who consumes what.
 class CompositorEngine {
  public:
   using PlanProvider = std::function<RenderPlan(double now)>;
@@ -53,7 +49,9 @@ class CompositorEngine {
   CompositorEngine(const CompositorEngine&) = delete;
   CompositorEngine& operator=(const CompositorEngine&) = delete;
 
-  // Starts the clock thread at the display rate; a second call does nothing.
+  // Starts the clock thread for a display of `refreshRate`; a second call
+  // does nothing. It ticks as fast as the consumers need, and rests while
+  // there are none.
   void start(double refreshRate = 60.0);
   // Stops the clock; for quit and tests (the show itself never stops it).
   void stop();
@@ -85,8 +83,25 @@ class CompositorEngine {
   // Thumbnails: horizontal layouts and vertical-only layouts by id.
   void setAuxScenes(std::map<Uuid, MixerScene> scenes, std::map<Uuid, MixerScene> verticalScenes);
 
-  // Newest composed frames, each read as a retained reference.
+  // Any thread: a consumer of the canvas's pictures at `rate` frames a second
+  // (kEveryRefresh for a monitor), until it is removed. Only consumed
+  // canvases are drawn, each on every tick, and the clock ticks at the
+  // fastest consumer's rate, no faster than the display.
+  using ConsumerID = CanvasConsumers::ID;
+  static constexpr double kEveryRefresh = CanvasConsumers::kEveryRefresh;
+  ConsumerID addConsumer(Canvas canvas, double rate);
+  void removeConsumer(ConsumerID id);
+  // Ticks a second the consumers ask of the clock now; 0 while it rests.
+  double clockRate() const;
+
+  // Newest composed frames, each read as a retained reference; a canvas
+  // nobody consumes holds none.
   FrameRef newestFrame(Canvas canvas) const;
+  // Any thread but the render thread, for a one-off picture (a screenshot):
+  // the canvas drawn by a tick after this call, even while nobody consumes
+  // it. Null when it shows nothing, or when no tick came within `timeout`
+  // seconds (the clock stopped).
+  FrameRef drawnFrame(Canvas canvas, double timeout = 1.0);
   FrameRef auxBuffer(const Uuid& id) const;
 
   double measuredFPS() const { return measuredFPS_.load(std::memory_order_relaxed); }
@@ -118,10 +133,13 @@ class CompositorEngine {
     std::unique_ptr<CanvasPipeline> pipeline;  // render thread only
     std::unique_ptr<Nv12Delivery> nv12;        // render thread only once set
     FrameRef newest;                           // under lock_
+    std::atomic<std::uint64_t> draws{0};       // ticks that drew it
+    bool drawnLastTick = false;                // render thread only
   };
 
   void tick(double now);
   void drawCanvas(Canvas canvas, double now);
+  void applyDemand();  // with consumersLock_ held
   void measureRate(double now);
   void applyCanvasSize();
   PixelBufferRef draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan);
@@ -152,6 +170,12 @@ class CompositorEngine {
   // Render thread only: the size read once at the start of a tick, and the one the compositor has.
   CanvasPixels tickCanvas_;
   CanvasPixels appliedCanvas_;
+  // The consumed canvases, one bit each, as the render thread reads them.
+  std::atomic<std::uint32_t> drawnCanvases_{0};
+  // Guards the consumers and the clock's rate; never held around a tick.
+  mutable std::mutex consumersLock_;
+  CanvasConsumers consumers_;
+  double refreshRate_ = 60.0;
   std::atomic<double> measuredFPS_{0};
   std::atomic<std::uint64_t> tickCount_{0};
   TickTimings timings_;

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
+#include <cstdint>
 #include <functional>
+#include <mutex>
 #include <thread>
 
 namespace tavorin {
@@ -9,6 +12,7 @@ namespace tavorin {
 // The display callback of a machine without one: a thread that wakes at
 // absolute deadlines on the monotonic clock, one per refresh, and reports each
 // refresh's host time. A late callback costs the missed refreshes, never a burst.
+// Its rate follows what is consumed, and it rests while nothing is.
 class FrameClock {
  public:
   using Callback = std::function<void(double hostTime)>;
@@ -25,16 +29,24 @@ class FrameClock {
   // Stops and joins the thread; the callback is not running afterwards.
   void stop();
 
-  double refreshRate() const { return refreshRate_; }
+  // Any thread: refreshes a second from the next one on; 0 rests the clock
+  // until a rate comes, and a resting clock's first refresh comes at once.
+  void setRate(double rate);
 
  private:
   void run();
+  // The period in nanoseconds, once the clock may run (`rested` when it had
+  // to wait for a rate); 0 once it is stopped.
+  std::int64_t waitForPeriod(bool& rested);
 
   Callback callback_;
-  double refreshRate_;
   std::function<void()> onThreadStart_;
   std::function<void()> onThreadEnd_;
   std::atomic<bool> running_{false};
+  // Guards rate_; held only to read or set it, or while the clock rests.
+  std::mutex lock_;
+  std::condition_variable rateSet_;
+  double rate_;
   std::thread thread_;
 };
 

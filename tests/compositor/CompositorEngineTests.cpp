@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -18,6 +20,7 @@ class EngineTest : public ::testing::Test {
       programTimes.push_back(frame->hostTime());
     });
     engine.vcamSink = [this](const FrameRef& frame) { cameraFrames.push_back(frame); };
+    programConsumer = engine.addConsumer(Canvas::program, CompositorEngine::kEveryRefresh);
   }
 
   void showRed() {
@@ -31,6 +34,7 @@ class EngineTest : public ::testing::Test {
   std::vector<FrameRef> programFrames;
   std::vector<double> programTimes;
   std::vector<FrameRef> cameraFrames;
+  CompositorEngine::ConsumerID programConsumer = 0;
 };
 
 TEST_F(EngineTest, GateDropsCallbacksCloserThanOneSixtyFirst) {
@@ -106,6 +110,7 @@ TEST_F(EngineTest, EachCanvasDrawsAtItsSizeWithThePresenterPassWhereItApplies) {
                {Canvas::studio, 1920, 1080, kRed, kRed}};
   for (const auto& row : table) {
     engine.setPlanProvider(row.canvas, [](double) { return RenderPlan{{layerOf("image:red")}}; }, [&] { return live; });
+    engine.addConsumer(row.canvas, 30);
   }
   for (double now : {1.0, 2.0}) {
     live = now > 1;
@@ -119,6 +124,68 @@ TEST_F(EngineTest, EachCanvasDrawsAtItsSizeWithThePresenterPassWhereItApplies) {
     }
   }
   EXPECT_EQ(verticalSent, engine.newestFrame(Canvas::vertical));
+}
+
+// Rows run in turn on one engine, each after the last row's consumers are
+// gone: a canvas is drawn only while someone consumes it, and lets its
+// picture go when no one does.
+TEST_F(EngineTest, OnlyConsumedCanvasesAreDrawnAndTheClockTicksForTheFastest) {
+  constexpr double kMonitor = CompositorEngine::kEveryRefresh;
+  struct Need {
+    Canvas canvas;
+    double rate;
+    bool removed = false;
+  };
+  const struct {
+    const char* what;
+    std::vector<Need> needs;
+    std::vector<Canvas> drawn;
+    double rate;
+  } table[] = {
+      {"nothing consumed: the clock rests", {}, {}, 0},
+      {"a 30 fps recording", {{Canvas::program, 30}}, {Canvas::program}, 30},
+      {"a 30 fps recording and a 60 fps vertical stream",
+       {{Canvas::program, 30}, {Canvas::vertical, 60}},
+       {Canvas::program, Canvas::vertical},
+       60},
+      {"a Preview monitor beside a 30 fps stream: the display's refresh",
+       {{Canvas::preview, kMonitor}, {Canvas::program, 30}},
+       {Canvas::program, Canvas::preview},
+       60},
+      {"no faster than the display", {{Canvas::studio, 120}}, {Canvas::studio}, 60},
+      {"a rate below one counts as one", {{Canvas::verticalPreview, 0}}, {Canvas::verticalPreview}, 1},
+      {"a removed consumer no longer counts",
+       {{Canvas::program, 60, true}, {Canvas::program, 30}, {Canvas::preview, 60, true}},
+       {Canvas::program},
+       30},
+  };
+  for (std::size_t i = 0; i < kCanvasCount; ++i) {
+    engine.setPlanProvider(static_cast<Canvas>(i), [](double) { return RenderPlan{{layerOf("image:red")}}; });
+  }
+  engine.removeConsumer(programConsumer);
+  std::vector<CompositorEngine::ConsumerID> previous;
+  double now = 1.0;
+  for (const auto& row : table) {
+    SCOPED_TRACE(row.what);
+    for (auto id : previous) engine.removeConsumer(id);
+    previous.clear();
+    for (const Need& need : row.needs) {
+      const auto id = engine.addConsumer(need.canvas, need.rate);
+      if (need.removed) {
+        engine.removeConsumer(id);
+      } else {
+        previous.push_back(id);
+      }
+    }
+    engine.onRefresh(now += 0.1);
+    EXPECT_EQ(engine.clockRate(), row.rate);
+    for (std::size_t i = 0; i < kCanvasCount; ++i) {
+      const Canvas canvas = static_cast<Canvas>(i);
+      const bool drawn = std::find(row.drawn.begin(), row.drawn.end(), canvas) != row.drawn.end();
+      EXPECT_EQ(engine.newestFrame(canvas) != nullptr, drawn) << "canvas " << i;
+    }
+  }
+  EXPECT_EQ(programFrames.size(), 4u) << "Program's sink hears only the ticks that drew it";
 }
 
 TEST_F(EngineTest, ThumbnailsOnEverySixthTick) {
@@ -135,23 +202,49 @@ TEST_F(EngineTest, ThumbnailsOnEverySixthTick) {
   EXPECT_EQ(engine.auxBuffer(id), nullptr);
 }
 
-TEST_F(EngineTest, ClockKeepsItsRateWithASinkThatTakesTime) {
+// On the real clock: the display's rate for a monitor, an output's own rate,
+// a rest while nothing is consumed, and a snapshot that wakes it for one picture.
+TEST_F(EngineTest, ClockTicksAtTheRateItsConsumersNeedAndRestsWithoutThem) {
   showRed();
-  int calls = 0;
+  std::atomic<int> calls = 0;
   engine.setFrameSink(Canvas::program, [&](const FrameRef&) {
     ++calls;
     std::this_thread::sleep_for(std::chrono::milliseconds(4));
   });
   engine.onRefresh(0.5);  // the first drawing, here, so the clock only hands the picture on
   context.releaseCurrent();
+  auto ticksOver = [&](int milliseconds) {
+    const std::uint64_t before = engine.tickCount();
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    return engine.tickCount() - before;
+  };
   engine.start(60);
-  std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+  const int callsBefore = calls;
+  const auto monitorTicks = ticksOver(1000);
+  const int monitorCalls = calls - callsBefore;
+  const auto recording = engine.addConsumer(Canvas::program, 30);
+  engine.removeConsumer(programConsumer);
+  ticksOver(100);  // the rate changes from the next refresh on
+  const auto recordingTicks = ticksOver(1000);
+  engine.removeConsumer(recording);
+  ticksOver(100);
+  const auto restingTicks = ticksOver(300);
+  const FrameRef shot = engine.drawnFrame(Canvas::program);
+  ticksOver(50);
+  const auto ticksAfterShot = ticksOver(300);
   engine.stop();
   context.makeCurrent();
-  const auto ticks = engine.tickCount() - 1;
-  EXPECT_GE(ticks, 45u);
-  EXPECT_LE(ticks, 62u);
-  EXPECT_EQ(calls, static_cast<int>(engine.tickCount())) << "the sink gets a frame on every tick";
+
+  EXPECT_GE(monitorTicks, 45u);
+  EXPECT_LE(monitorTicks, 62u);
+  EXPECT_NEAR(monitorCalls, static_cast<int>(monitorTicks), 1) << "the sink gets a frame on every tick";
+  EXPECT_GE(recordingTicks, 22u);
+  EXPECT_LE(recordingTicks, 31u);
+  EXPECT_EQ(restingTicks, 0u);
+  ASSERT_TRUE(shot);
+  EXPECT_TRUE(near(pixelAt(*shot, 960, 540), kRed));
+  EXPECT_EQ(ticksAfterShot, 0u) << "the clock rests again after the snapshot";
+  EXPECT_EQ(engine.drawnFrame(Canvas::program, 0.05), nullptr) << "a stopped clock gives no picture";
 }
 
 }  // namespace

@@ -143,6 +143,7 @@ class Nv12Engine : public ::testing::Test {
     sources.set("image:red", red);
     engine.setCanvas(640, 360);
     engine.setPlanProvider(Canvas::program, [](double) { return RenderPlan{{layerOf("image:red")}}; });
+    engine.addConsumer(Canvas::program, 30);
   }
 
   GLContext& context;

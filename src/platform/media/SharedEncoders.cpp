@@ -71,13 +71,14 @@ SharedEncoders::~SharedEncoders() {
 
 SharedEncoders::Subscription SharedEncoders::subscribeVideo(const std::string& canvas, const VideoEncoding& encoding,
                                                             VideoReceiver receiver, EncoderError& error) {
-  std::lock_guard hold(change_);
+  std::unique_lock hold(change_);
   error = EncoderError::none;
   auto found = std::find_if(videoEncoders_.begin(), videoEncoders_.end(), [&](const auto& encoder) {
     return encoder->canvas() == canvas && encoder->encoding() == encoding;
   });
   std::shared_ptr<SharedVideoEncoder> encoder;
-  if (found != videoEncoders_.end()) {
+  const bool newEncoder = found == videoEncoders_.end();
+  if (!newEncoder) {
     encoder = *found;
   } else {
     auto opened = VideoEncoder::open(encoding, hardware_, error);
@@ -96,6 +97,8 @@ SharedEncoders::Subscription SharedEncoders::subscribeVideo(const std::string& c
   subscription.video_ = encoder;
   subscription.dropsAtJoin_ = encoder->droppedFrames();
   subscription.leave_ = [this, encoder, id] { leaveVideo(encoder, id); };
+  hold.unlock();
+  if (newEncoder) tellVideoChanged();
   return subscription;
 }
 
@@ -121,10 +124,37 @@ SharedEncoders::Subscription SharedEncoders::subscribeAudio(const AudioEncoding&
 }
 
 void SharedEncoders::leaveVideo(const std::shared_ptr<SharedVideoEncoder>& encoder, std::uint64_t receiverID) {
+  {
+    std::lock_guard hold(change_);
+    if (!encoder->removeReceiver(receiverID)) return;
+    std::erase(videoEncoders_, encoder);
+    publishLists();
+  }
+  tellVideoChanged();
+}
+
+void SharedEncoders::setOnVideoChanged(std::function<void()> changed) {
   std::lock_guard hold(change_);
-  if (!encoder->removeReceiver(receiverID)) return;
-  std::erase(videoEncoders_, encoder);
-  publishLists();
+  onVideoChanged_ = std::move(changed);
+}
+
+void SharedEncoders::tellVideoChanged() {
+  std::function<void()> changed;
+  {
+    std::lock_guard hold(change_);
+    changed = onVideoChanged_;
+  }
+  // Outside the lock: whoever listens may ask for the rates again.
+  if (changed) changed();
+}
+
+std::map<std::string, double> SharedEncoders::videoRates() const {
+  std::map<std::string, double> rates;
+  for (const auto& encoder : *videoSnapshot()) {
+    double& rate = rates[encoder->canvas()];
+    rate = std::max(rate, encoder->encoding().frameRate);
+  }
+  return rates;
 }
 
 void SharedEncoders::leaveAudio(const std::shared_ptr<SharedAudioEncoder>& encoder, std::uint64_t receiverID) {

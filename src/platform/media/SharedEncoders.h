@@ -95,6 +95,12 @@ class SharedEncoders {
   // the tap may hold a copy for one more block while the show shuts down.
   std::function<void(const AudioBlockRef&)> audioSink() const;
 
+  // The fastest frame rate that each canvas's video encoders take now, by
+  // canvas; a canvas no encoder takes is absent.
+  std::map<std::string, double> videoRates() const;
+  // Called after a video encoder opened or closed, on the thread that did it.
+  void setOnVideoChanged(std::function<void()> changed);
+
   int videoEncoderCount() const;
   int audioEncoderCount() const;
 
@@ -109,6 +115,7 @@ class SharedEncoders {
   void leaveVideo(const std::shared_ptr<SharedVideoEncoder>& encoder, std::uint64_t receiverID);
   void leaveAudio(const std::shared_ptr<SharedAudioEncoder>& encoder, std::uint64_t receiverID);
   void publishLists();
+  void tellVideoChanged();
 
   const HardwareEncoders hardware_;
   LogHandler log_;
@@ -118,6 +125,7 @@ class SharedEncoders {
   AudioList audioEncoders_;
   std::uint64_t nextReceiverID_ = 1;
   std::uint32_t nextEncoderSerial_ = 1;
+  std::function<void()> onVideoChanged_;  // under change_
   // The lists as the media paths see them, swapped whole under a short lock.
   struct Feeds {
     std::mutex lock;

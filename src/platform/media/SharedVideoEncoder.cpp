@@ -27,8 +27,16 @@ SharedVideoEncoder::~SharedVideoEncoder() { worker_.stop(false); }
 bool SharedVideoEncoder::wants(double time) {
   // Older or repeated times, and frames sooner than the rate wants, are not encoded.
   if (time - lastOffered_ < minInterval_) return false;
-  lastOffered_ = time;
+  lastOffered_ = onGrid(time);
   return true;
+}
+
+double SharedVideoEncoder::onGrid(double time) const {
+  // A frame stamped a little late keeps the rate's grid, so the next one, on
+  // time, is not refused (a clock ticking at this very rate would lose it);
+  // one a whole frame late or more starts the grid again.
+  const double interval = minInterval_ + 0.002;
+  return time - lastOffered_ < 1.5 * interval ? lastOffered_ + interval : time;
 }
 
 void SharedVideoEncoder::offer(const FrameRef& frame) {
@@ -76,7 +84,7 @@ std::optional<Nv12DmaBuf> SharedVideoEncoder::takeSurface(double now) {
     surface = stash_[--stashed_];
   }
   surface->surface = (static_cast<std::uint64_t>(serial_) << 32) | (surface->surface & 0xFFFFFFFFu);
-  lastOffered_ = now;
+  lastOffered_ = onGrid(now);
   lastGpuPicture_ = now;
   return surface;
 }

@@ -66,6 +66,8 @@ class SharedVideoEncoder {
   void deliverAll();
   // Frame clock: whether the rate wants a picture of `time`.
   bool wants(double time);
+  // Where the rate's grid stands once a picture of `time` is taken.
+  double onGrid(double time) const;
   struct Queued {
     FrameRef frame;
     Nv12FrameRef nv12;
