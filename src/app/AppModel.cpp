@@ -111,10 +111,17 @@ AppModel::AppModel(AppEnvironment environment)
                     .recordingSeconds = [this] { return recording.recordingSeconds(); },
                     .liveSince = [this] { return streaming.earliestLiveSince(); },
                     .liveStreamCount = [this] { return static_cast<int>(streaming.liveDestinations().size()); },
-                    .diskFreePercent = [] {
-                      const char* home = std::getenv("HOME");
-                      return diskFreePercent(home && *home ? home : "/");
-                    }}) {}
+                    .diskFreePercent = [this] {
+                      // The volume the recordings go to; a folder not made yet is on its parent's.
+                      std::filesystem::path folder = currentRecordingsRoot();
+                      std::error_code ignored;
+                      while (!folder.empty() && !std::filesystem::exists(folder, ignored) &&
+                             folder != folder.parent_path()) {
+                        folder = folder.parent_path();
+                      }
+                      return diskFreePercent(folder.empty() ? std::filesystem::path("/") : folder);
+                    },
+                    .log = [this](const std::string& line) { appendLog(line); }}) {}
 
 // The frame clock stops before the sinks it feeds go.
 AppModel::~AppModel() {

@@ -42,7 +42,23 @@ void StatsTicker::refreshRecording() { setIfChanged(stats_.recordingSeconds, who
 
 void StatsTicker::readDisk() {
   // A volume that cannot be asked keeps the last figure.
-  if (const auto percent = readings_.diskFreePercent()) setIfChanged(stats_.diskFreePercent, *percent);
+  const auto percent = readings_.diskFreePercent();
+  if (!percent) return;
+  setIfChanged(stats_.diskFreePercent, *percent);
+  // Said once as the volume fills past each mark; said again only after it
+  // had a little more room than the mark, so a figure hovering on it stays quiet.
+  const int level = *percent < kDiskAlmostFullPercent ? 2 : *percent < kLowDiskPercent ? 1 : 0;
+  if (level > diskWarning_) {
+    diskWarning_ = level;
+    if (readings_.log) {
+      readings_.log(level == 2 ? "Disk almost full: " + std::to_string(*percent) +
+                                     "% free where recordings go — recordings will stop when it is full."
+                               : "Low disk space: " + std::to_string(*percent) + "% free where recordings go.");
+    }
+  } else if (level < diskWarning_ &&
+             *percent >= (diskWarning_ == 2 ? kDiskAlmostFullPercent : kLowDiskPercent) + 2) {
+    diskWarning_ = level;
+  }
 }
 
 }  // namespace tavorin

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 
 #include "app/StatusStats.h"
 #include "base/MainQueue.h"
@@ -23,7 +24,13 @@ class StatsTicker {
     std::function<std::optional<double>()> liveSince;
     std::function<int()> liveStreamCount;
     std::function<std::optional<int>()> diskFreePercent;
+    // Where the low-disk warnings go.
+    std::function<void(const std::string&)> log;
   };
+
+  // Below these shares free, the recordings' volume is worth a warning.
+  static constexpr int kLowDiskPercent = 10;
+  static constexpr int kDiskAlmostFullPercent = 3;
 
   StatsTicker(MainQueue& queue, StatusStats& stats, Readings readings);
   StatsTicker(const StatsTicker&) = delete;
@@ -42,6 +49,7 @@ class StatsTicker {
   StatusStats& stats_;
   Readings readings_;
   int statsTick_ = 0;
+  int diskWarning_ = 0;  // 0 none, 1 low, 2 almost full: the last said
   TimerHandle timer_;
 };
 
