@@ -63,10 +63,9 @@ CompositorEngine::CompositorEngine(GLContext& context, const FrameSlotMap& sourc
       maskProvider(noMask),
       context_(context),
       canvasPixels_(CanvasPixels{pixels(kFixedLandscape.width), pixels(kFixedLandscape.height)}),
-      tickCanvas_(canvasPixels_.load()),
-      appliedCanvas_(tickCanvas_) {
+      tickCanvas_(canvasPixels_.load()) {
   context_.makeCurrent();
-  compositor_ = std::make_unique<GLCompositor>(context_, appliedCanvas_.width, appliedCanvas_.height);
+  compositor_ = std::make_unique<GLCompositor>(context_, tickCanvas_.width, tickCanvas_.height);
   const auto [verticalWidth, verticalHeight] = fixedPixels(Shape::vertical);
   verticalCompositor_ = std::make_unique<GLCompositor>(context_, verticalWidth, verticalHeight);
   scaler_ = std::make_unique<MonitorRenderer>(context_);
@@ -207,10 +206,10 @@ void CompositorEngine::measureRate(double now) {
 }
 
 void CompositorEngine::applyCanvasSize() {
-  tickCanvas_ = canvasPixels_.load();
-  if (tickCanvas_ == appliedCanvas_) return;
-  appliedCanvas_ = tickCanvas_;
-  compositor_->setCanvasSize(appliedCanvas_.width, appliedCanvas_.height);
+  const CanvasPixels size = canvasPixels_.load();
+  if (size == tickCanvas_) return;
+  tickCanvas_ = size;
+  compositor_->setCanvasSize(size.width, size.height);
 }
 
 PixelBufferRef CompositorEngine::draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan) {

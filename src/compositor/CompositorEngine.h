@@ -167,9 +167,8 @@ class CompositorEngine {
   double fpsWindowStart_ = 0;
 
   std::atomic<CanvasPixels> canvasPixels_;
-  // Render thread only: the size read once at the start of a tick, and the one the compositor has.
+  // Render thread only: the size read once at the start of a tick, which the compositor has.
   CanvasPixels tickCanvas_;
-  CanvasPixels appliedCanvas_;
   // The consumed canvases, one bit each, as the render thread reads them.
   std::atomic<std::uint32_t> drawnCanvases_{0};
   // Guards the consumers and the clock's rate; never held around a tick.
