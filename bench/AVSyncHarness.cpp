@@ -6,6 +6,7 @@
 // offsets over the whole run.
 //
 //   AVSyncHarness [MINUTES]
+//   AVSyncHarness --file MOVIE    (measures a recording made elsewhere)
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -57,6 +58,10 @@ void report(const char* name, const std::vector<Pair>& list) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc > 2 && std::string(argv[1]) == "--file") {
+    report(argv[2], testing::flashBeepOffsets(argv[2]));
+    return 0;
+  }
   const double minutes = argc > 1 ? std::max(0.1, std::atof(argv[1])) : 1;
   testing::NginxRtmp nginx;
   testing::TempDir show;

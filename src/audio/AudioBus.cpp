@@ -55,7 +55,9 @@ void AudioBus::render(float* left, float* right, std::uint32_t frames) {
     const float muteTarget = muted_.load(std::memory_order_relaxed) ? 0.0f : 1.0f;
     rampGain(outLeft, outRight, n, muteGain_, muteTarget);
     muteGain_ = muteTarget;
-    if (tap_) tap_->write(outLeft, outRight, n, captured >= 0 ? captured : now + static_cast<double>(done) / kCommonSampleRate);
+    const double renderedAt = now + static_cast<double>(done) / kCommonSampleRate;
+    if (captured >= 0) captureLead_ = renderedAt - captured;
+    if (tap_) tap_->write(outLeft, outRight, n, captured >= 0 ? captured : renderedAt - captureLead_);
     done += n;
   }
   const float volume = outputVolume();

@@ -53,6 +53,9 @@ class AudioBus {
   std::atomic<bool> muted_{false};
   // The mute's gain as the device thread last left it; it moves to its target over one block.
   float muteGain_ = 1.0f;
+  // How long before its render the mix was last captured: a render with no
+  // captured feed keeps that base, so the stamps do not jump by the latency.
+  double captureLead_ = 0;
   std::atomic<float> outputVolume_{1.0f};
   std::atomic<float> meterRaw_{0.0f};
 };

@@ -1,5 +1,7 @@
 #include "compositor/CanvasPipeline.h"
 
+#include "base/HostTime.h"
+
 namespace tavorin {
 
 CanvasPipeline::CanvasPipeline(int width, int height, std::size_t minimumBuffers)
@@ -16,6 +18,7 @@ void CanvasPipeline::gatherFrames(const RenderPlan& plan, const FrameSlotMap::Ma
     generations_.push_back(frame ? frame->generation() : 0);
     frames_.push_back(std::move(frame));
   }
+  gatheredAt_ = hostTimeNow();
 }
 
 void CanvasPipeline::collectFinished() {

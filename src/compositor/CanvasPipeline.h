@@ -36,6 +36,8 @@ class CanvasPipeline {
   PixelBufferRef readTarget(bool drawnAnew);
   // True when the last produce() drew rather than reused.
   bool drewLastTime() const { return drew_; }
+  // When the last produce() took its source frames: no picture in them is newer.
+  double gatheredAt() const { return gatheredAt_; }
   // Forgets the last picture: the next plan is drawn whatever it is.
   void invalidate();
 
@@ -57,6 +59,7 @@ class CanvasPipeline {
   const RenderLayer* firstLayer_ = nullptr;
   bool drew_ = false;
   bool valid_ = false;
+  double gatheredAt_ = 0;
 };
 
 }  // namespace tavorin

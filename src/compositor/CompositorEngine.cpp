@@ -258,10 +258,6 @@ void CompositorEngine::tick(double now) {
 void CompositorEngine::drawCanvas(Canvas canvas, double now) {
   CanvasSlot& entry = slotOf(canvas);
   if (!entry.provider) return;
-  // On the display clock, a canvas drawn late shows what the sources hold by
-  // now: it carries when it was drawn, or a source's newer picture would be
-  // stamped early. Times a test hands in stay as given.
-  if (const double at = hostTimeNow(); clockDriven_ && at - now > kLateDraw) now = at;
   const CanvasRule rule = ruleOf(canvas);
   RenderPlan plan = entry.provider(now);
   const bool presenter = rule.presenter == PresenterPass::always ||
@@ -273,6 +269,10 @@ void CompositorEngine::drawCanvas(Canvas canvas, double now) {
   ensure(entry.pipeline, width, height);
   GLCompositor& compositor = rule.shape == Shape::vertical ? *verticalCompositor_ : *compositor_;
   PixelBufferRef buffer = draw(*entry.pipeline, compositor, std::move(plan));
+  // On the display clock, a canvas whose sources were read late shows what
+  // they held then: it carries that time, or a source's newer picture would
+  // be stamped early. Times a test hands in stay as given.
+  if (const double at = entry.pipeline->gatheredAt(); clockDriven_ && at - now > kLateDraw) now = at;
   // An unchanged picture comes back as the same buffer: it takes each tick's time.
   if (buffer) buffer->setHostTime(now);
   store(entry.newest, buffer);

@@ -12,6 +12,8 @@ namespace {
 
 // Samples waiting for the disk beyond this are dropped until the next key frame.
 constexpr std::size_t kMaxQueuedItems = 900;
+// Sound waiting for the first picture: 10 s of AAC packets at 48 kHz.
+constexpr std::size_t kMaxEarlyAudio = 470;
 
 }  // namespace
 
@@ -72,6 +74,7 @@ bool ProgramRecorder::start(const std::filesystem::path& file, const VideoEncodi
   {
     std::lock_guard guard(lock_);
     queue_.clear();
+    earlyAudio_.clear();
     isRecording_ = true;
     finishing_ = false;
     closing_ = false;
@@ -139,14 +142,28 @@ void ProgramRecorder::received(const EncodedVideoSampleRef& sample) {
     return;
   }
   const double dts = sample->dts - pausedTotal_;
-  if (!origin_) origin_ = dts;
+  const bool first = !origin_;
+  if (first) origin_ = dts;
   queue_.push_back({sample, sample->pts - pausedTotal_ - *origin_, dts - *origin_});
+  if (first) {
+    // The video encoder's first picture comes out after the sound that went
+    // with it: that sound is kept, after the picture that opens the movie.
+    for (const EncodedAudioSampleRef& early : earlyAudio_) {
+      const double at = early->pts - *origin_;
+      if (at >= 0) queue_.push_back({early, at, at});
+    }
+    earlyAudio_.clear();
+  }
   wake_.notify_one();
 }
 
 void ProgramRecorder::received(const EncodedAudioSampleRef& sample) {
   std::lock_guard guard(lock_);
-  if ((!isRecording_ && !finishing_) || isPaused_ || !origin_ || queue_.size() >= kMaxQueuedItems) return;
+  if ((!isRecording_ && !finishing_) || isPaused_ || queue_.size() >= kMaxQueuedItems) return;
+  if (!origin_) {
+    if (earlyAudio_.size() < kMaxEarlyAudio) earlyAudio_.push_back(sample);
+    return;
+  }
   // Video opens the timeline: sound from before the first frame is not kept.
   const double at = sample->pts - pausedTotal_ - *origin_;
   if (at < 0) return;

@@ -82,6 +82,7 @@ class ProgramRecorder {
   mutable std::mutex lock_;
   std::condition_variable wake_;
   std::deque<Item> queue_;
+  std::vector<EncodedAudioSampleRef> earlyAudio_;
   std::thread worker_;
   bool isRecording_ = false;
   bool finishing_ = false;

@@ -28,15 +28,18 @@ using testing::number;
 using testing::probe;
 using testing::streamOf;
 
-// Feeds `seconds` of frames at 30 fps and matching tone blocks in real time,
-// as the frame clock and the audio tap feed the shared encoders.
-void feed(SharedEncoders& encoders, double seconds) {
+// Feeds `seconds` of frames and matching tone blocks in real time, as the
+// frame clock and the audio tap feed the shared encoders. Frames come at 30
+// fps, or `gaps` apart in turn (in frames of 30 fps); returns their times.
+std::vector<double> feed(SharedEncoders& encoders, double seconds, const std::vector<int>& gaps = {1}) {
   AudioBlockPool blocks(2, 1024);
   const double start = hostTimeNow();
   double nextAudio = start;
   long sample = 0;
-  for (int i = 0; i < static_cast<int>(seconds * 30); ++i) {
+  std::vector<double> times;
+  for (int i = 0, step = 0; i < static_cast<int>(seconds * 30); i += gaps[step++ % gaps.size()]) {
     const double t = start + i / 30.0;
+    times.push_back(t);
     while (hostTimeNow() < t) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     auto frame = PixelBuffer::make(kWidth, kHeight);
     frame->fill(40, 120, static_cast<std::uint8_t>(i), 255);
@@ -53,6 +56,7 @@ void feed(SharedEncoders& encoders, double seconds) {
       nextAudio += 1024 / 48000.0;
     }
   }
+  return times;
 }
 
 std::optional<std::filesystem::path> finished(ProgramRecorder& recorder) {
@@ -87,6 +91,25 @@ TEST(ProgramRecorder, RecordsH264AndAACAlignedForTheirDuration) {
   EXPECT_EQ((*audio)["channels"], 2);
   EXPECT_NEAR(number(info["format"]["duration"]), 3.0, 1.0 / 30 + 0.03);
   EXPECT_NEAR(number((*video)["start_time"]), number((*audio)["start_time"]), 1.0 / 30);
+}
+
+TEST(ProgramRecorder, UnevenFramesKeepTheirTimesAcrossFragments) {
+  testing::TempDir dir;
+  SharedEncoders encoders;
+  ProgramRecorder recorder(encoders);
+  ASSERT_TRUE(recorder.start(dir / "program.mov", 30, kWidth, kHeight, ProgramRecorder::Quality::hevcHigh, true, nullptr));
+  // A loaded clock skips ticks: a fragment's last frame lasts anything up to three.
+  const auto fed = feed(encoders, 6.5, {1, 2, 3, 2});
+  const auto file = finished(recorder);
+  ASSERT_TRUE(file);
+  const auto written = testing::packetTimes(*file, "v", "pts_time");
+  ASSERT_EQ(written.size(), fed.size());
+  for (std::size_t i = 0; i < fed.size(); ++i) {
+    EXPECT_NEAR(written[i], fed[i] - fed[0], 0.002) << "frame " << i;
+  }
+  const auto audio = testing::packetTimes(*file, "a", "pts_time");
+  ASSERT_FALSE(audio.empty());
+  EXPECT_LT(audio.front(), 1024 / 48000.0) << "the sound from the first frame on is kept";
 }
 
 TEST(ProgramRecorder, PauseIsCutOutOfTheFile) {

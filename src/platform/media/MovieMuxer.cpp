@@ -39,11 +39,12 @@ bool MovieMuxer::open(const std::filesystem::path& file, const VideoFormatDescri
     return fail("Can't make a movie file.");
   }
   format_.reset(made);
-  packet_.reset(av_packet_alloc());
-  videoStream_ = avformat_new_stream(made, nullptr);
-  if (!packet_ || !videoStream_) return fail("Out of memory for the movie.");
-  videoStream_->time_base = AVRational{1, kVideoTimeScale};
-  AVCodecParameters* v = videoStream_->codecpar;
+  video_.held.reset(av_packet_alloc());
+  video_.stream = avformat_new_stream(made, nullptr);
+  if (!video_.held || !video_.stream) return fail("Out of memory for the movie.");
+  video_.stream->time_base = AVRational{1, kVideoTimeScale};
+  video_.lastDuration = kVideoTimeScale / 30;
+  AVCodecParameters* v = video_.stream->codecpar;
   v->codec_type = AVMEDIA_TYPE_VIDEO;
   v->codec_id = video.codec == VideoCodecKind::h264   ? AV_CODEC_ID_H264
                 : video.codec == VideoCodecKind::hevc ? AV_CODEC_ID_HEVC
@@ -61,10 +62,12 @@ bool MovieMuxer::open(const std::filesystem::path& file, const VideoFormatDescri
   }
   if (audio) {
     const auto config = audioSpecificConfig(*audio);
-    audioStream_ = avformat_new_stream(made, nullptr);
-    if (!config || !audioStream_) return fail("The audio track could not be made.");
-    audioStream_->time_base = AVRational{1, audio->sampleRate};
-    AVCodecParameters* a = audioStream_->codecpar;
+    audio_.held.reset(av_packet_alloc());
+    audio_.stream = avformat_new_stream(made, nullptr);
+    if (!config || !audio_.held || !audio_.stream) return fail("The audio track could not be made.");
+    audio_.stream->time_base = AVRational{1, audio->sampleRate};
+    audio_.lastDuration = 1024;
+    AVCodecParameters* a = audio_.stream->codecpar;
     a->codec_type = AVMEDIA_TYPE_AUDIO;
     a->codec_id = AV_CODEC_ID_AAC;
     a->sample_rate = audio->sampleRate;
@@ -77,7 +80,7 @@ bool MovieMuxer::open(const std::filesystem::path& file, const VideoFormatDescri
   }
   AVDictionary* options = nullptr;
   // Fragments are cut by hand every 2 s, at a key frame (see write).
-  av_dict_set(&options, "movflags", "empty_moov+default_base_moof+frag_custom", 0);
+  av_dict_set(&options, "movflags", "delay_moov+default_base_moof+frag_custom", 0);
   av_dict_set(&options, "video_track_timescale", std::to_string(kVideoTimeScale).c_str(), 0);
   const int code = avformat_write_header(made, &options);
   av_dict_free(&options);
@@ -87,21 +90,40 @@ bool MovieMuxer::open(const std::filesystem::path& file, const VideoFormatDescri
   return true;
 }
 
-bool MovieMuxer::write(AVStream* stream, const std::vector<std::uint8_t>& data, std::int64_t pts, std::int64_t dts,
+bool MovieMuxer::release(Track& track, std::int64_t nextDts) {
+  if (!track.holding) return true;
+  track.holding = false;
+  AVPacket* packet = track.held.get();
+  packet->duration = std::max<std::int64_t>(nextDts - packet->dts, 1);
+  track.lastDuration = packet->duration;
+  failed_ = av_interleaved_write_frame(format_.get(), packet) < 0;
+  av_packet_unref(packet);
+  return !failed_;
+}
+
+bool MovieMuxer::cutFragment() {
+  if (av_interleaved_write_frame(format_.get(), nullptr) < 0 || av_write_frame(format_.get(), nullptr) < 0 ||
+      (!moovWritten_ && av_write_frame(format_.get(), nullptr) < 0)) {
+    failed_ = true;
+    return false;
+  }
+  moovWritten_ = true;
+  avio_flush(format_->pb);
+  return true;
+}
+
+bool MovieMuxer::write(Track& track, const std::vector<std::uint8_t>& data, std::int64_t pts, std::int64_t dts,
                        bool key) {
   if (failed_ || !headerWritten_ || data.empty()) return false;
-  if (stream == videoStream_ && key) {
-    const std::int64_t at = av_rescale_q(dts, stream->time_base, AVRational{1, kVideoTimeScale});
+  if (!release(track, dts)) return false;
+  if (&track == &video_ && key) {
+    const std::int64_t at = av_rescale_q(dts, track.stream->time_base, AVRational{1, kVideoTimeScale});
     if (at - fragmentStart_ >= 2 * kVideoTimeScale) {
-      if (av_interleaved_write_frame(format_.get(), nullptr) < 0 || av_write_frame(format_.get(), nullptr) < 0) {
-        failed_ = true;
-        return false;
-      }
-      avio_flush(format_->pb);
+      if (!cutFragment()) return false;
       fragmentStart_ = at;
     }
   }
-  AVPacket* packet = packet_.get();
+  AVPacket* packet = track.held.get();
   if (av_new_packet(packet, static_cast<int>(data.size())) < 0) {
     failed_ = true;
     return false;
@@ -109,11 +131,10 @@ bool MovieMuxer::write(AVStream* stream, const std::vector<std::uint8_t>& data, 
   std::memcpy(packet->data, data.data(), data.size());
   packet->pts = pts;
   packet->dts = dts;
-  packet->stream_index = stream->index;
+  packet->stream_index = track.stream->index;
   if (key) packet->flags |= AV_PKT_FLAG_KEY;
-  failed_ = av_interleaved_write_frame(format_.get(), packet) < 0;
-  av_packet_unref(packet);
-  return !failed_;
+  track.holding = true;
+  return true;
 }
 
 bool MovieMuxer::writeVideo(const EncodedVideoSample& sample, double pts, double dts) {
@@ -122,19 +143,23 @@ bool MovieMuxer::writeVideo(const EncodedVideoSample& sample, double pts, double
   d = std::max(d, lastVideoDts_ + 1);
   const std::int64_t p = std::max<std::int64_t>(std::llround(pts * kVideoTimeScale), d);
   lastVideoDts_ = d;
-  return write(videoStream_, sample.data, p, d, sample.isKeyFrame);
+  return write(video_, sample.data, p, d, sample.isKeyFrame);
 }
 
 bool MovieMuxer::writeAudio(const EncodedAudioSample& sample, double pts) {
-  if (!audioStream_) return false;
-  std::int64_t at = static_cast<std::int64_t>(std::llround(pts * audioStream_->time_base.den));
+  if (!audio_.stream) return false;
+  std::int64_t at = static_cast<std::int64_t>(std::llround(pts * audio_.stream->time_base.den));
   at = std::max(at, lastAudioPts_ + 1);
   lastAudioPts_ = at;
-  return write(audioStream_, sample.data, at, at, true);
+  return write(audio_, sample.data, at, at, true);
 }
 
 bool MovieMuxer::close() {
   if (!format_ || !headerWritten_) return false;
+  // The last samples last as long as the ones before them.
+  for (Track* track : {&video_, &audio_}) {
+    if (track->holding && !failed_) release(*track, track->held->dts + track->lastDuration);
+  }
   // The fragmented writer reports what its last flush wrote: only a negative value is a failure.
   const bool ok = av_write_trailer(format_.get()) >= 0 && !failed_;
   headerWritten_ = false;
