@@ -21,3 +21,5 @@ pkg_check_modules(FFTW REQUIRED IMPORTED_TARGET fftw3f)
 pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
 find_package(OpenSSL REQUIRED)
 find_package(Boost 1.74 REQUIRED)
+# The operator's window; Test for its tests.
+find_package(Qt6 6.4 REQUIRED COMPONENTS Gui Qml Quick QuickControls2 Test)

@@ -130,6 +130,8 @@ class AppModel {
   // A picture file joins the show as a still, kept in the image library; its
   // source id, or nothing when the file is missing or unreadable (logged).
   std::optional<std::string> addImageSource(const std::filesystem::path& file);
+  // The black still ("still:black"), made and stored when missing; its id.
+  std::string addBlackSource();
   // The operator's name for a source, kept in mediaNames and the store; a blank name changes nothing.
   void renameSource(const std::string& id, const std::string& name);
   // The name the operator knows a source by: mediaNames, else the source's own, else the id.

@@ -44,7 +44,7 @@ void AppModel::loadLayout(const Uuid& id, std::optional<Uuid> takeTransition) {
   verticalScratchPinned = false;
 }
 
-void AppModel::punchBlack() {
+std::string AppModel::addBlackSource() {
   if (!sourceLifecycle.find(kBlackID)) {
     SavedSource black;
     black.id = kBlackID;
@@ -53,6 +53,11 @@ void AppModel::punchBlack() {
     sourcesStore.upsert(black);
     if (auto source = sourceFactory.make(black)) addSource(std::move(source));
   }
+  return kBlackID;
+}
+
+void AppModel::punchBlack() {
+  addBlackSource();
   MixerScene scene = MixerScene::named("Black");
   scene.layers.push_back(LayerState::make(kBlackID));
   switcher.stageLayout(scene);

@@ -72,16 +72,14 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
     }
   }
   if (options.demo && options.syncTest) return {std::nullopt, "--demo and --sync-test each take over Program; pick one"};
-  if (!options.help && !options.headless) {
-    return {std::nullopt, "the desktop window is not available in this build; run with --headless"};
-  }
+  if (options.status && !options.headless) return {std::nullopt, "--status goes with --headless; the window shows it"};
   return {options, {}};
 }
 
 std::string usageText() {
-  return "usage: tavorin --headless [--show-dir DIR] [--seconds N] [--demo [--take-every S] | --sync-test]\n"
+  return "usage: tavorin [--headless] [--show-dir DIR] [--seconds N] [--demo [--take-every S] | --sync-test]\n"
          "               [--snapshot FILE.png] [--record] [--recordings-dir DIR] [--stream URL]... [--status]\n"
-         "  --headless          run the show engine without a window\n"
+         "  --headless          run the show without a window (without it, the window opens)\n"
          "  --show-dir DIR      use DIR as the show folder (and for preferences.json)\n"
          "  --seconds N         quit cleanly after N seconds\n"
          "  --demo              build a demo show and take through its scenes\n"

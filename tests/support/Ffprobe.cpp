@@ -68,6 +68,13 @@ std::optional<double> meanVolume(const std::filesystem::path& file) {
 }
 
 std::vector<std::pair<double, double>> frameLuma(const std::filesystem::path& file) {
+  // Times from the integer pts and the stream's time base: the filter prints
+  // pts_time with six significant digits, 10 ms steps past 1000 s.
+  const auto base = run("ffprobe -v error -select_streams v:0 -show_entries stream=time_base -of csv=p=0 '" +
+                        file.string() + "' 2>/dev/null");
+  const auto slash = base.find('/');
+  if (slash == std::string::npos) return {};
+  const double unit = std::stod(base.substr(0, slash)) / std::stod(base.substr(slash + 1));
   const auto text = run("ffmpeg -v error -i '" + file.string() +
                         "' -vf signalstats,metadata=print:key=lavfi.signalstats.YAVG:file=- -f null - 2>/dev/null");
   std::vector<std::pair<double, double>> levels;
@@ -76,7 +83,7 @@ std::vector<std::pair<double, double>> frameLuma(const std::filesystem::path& fi
   while (at < text.size()) {
     const auto end = text.find('\n', at);
     const auto line = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
-    if (auto found = line.find("pts_time:"); found != std::string::npos) time = std::stod(line.substr(found + 9));
+    if (auto found = line.find(" pts:"); found != std::string::npos) time = std::stod(line.substr(found + 5)) * unit;
     if (auto found = line.find("YAVG="); found != std::string::npos) levels.emplace_back(time, std::stod(line.substr(found + 5)));
     if (end == std::string::npos) break;
     at = end + 1;
@@ -93,13 +100,31 @@ std::vector<double> flashTimes(const std::vector<std::pair<double, double>>& lum
 }
 
 std::vector<double> soundOnsets(const std::filesystem::path& file) {
-  const auto text = run("ffmpeg -v info -nostats -i '" + file.string() +
-                        "' -map 0:a:0 -af silencedetect=n=-30dB:d=0.005 -f null - 2>&1");
+  // The track as mono samples from the file's zero (a late start and any gap
+  // filled with silence), so sample n is at n / 48000 s exactly.
+  constexpr double kRate = 48000;
+  constexpr float kThreshold = 0.0316f;  // -30 dBFS
+  constexpr int kQuietRun = 240;         // 5 ms of silence before an onset
   std::vector<double> onsets;
-  for (std::size_t at = text.find("silence_end: "); at != std::string::npos;
-       at = text.find("silence_end: ", at + 1)) {
-    onsets.push_back(std::stod(text.substr(at + 13)));
+  FILE* pipe = popen(("ffmpeg -v error -i '" + file.string() +
+                      "' -map 0:a:0 -af aresample=async=1:first_pts=0 -ac 1 -ar 48000 -f f32le - 2>/dev/null")
+                         .c_str(),
+                     "r");
+  if (!pipe) return onsets;
+  float chunk[4096];
+  long index = 0;
+  int quiet = 0;
+  while (std::size_t n = fread(chunk, sizeof(float), 4096, pipe)) {
+    for (std::size_t i = 0; i < n; ++i, ++index) {
+      if (std::fabs(chunk[i]) < kThreshold) {
+        ++quiet;
+        continue;
+      }
+      if (quiet >= kQuietRun) onsets.push_back(static_cast<double>(index) / kRate);
+      quiet = 0;
+    }
   }
+  pclose(pipe);
   return onsets;
 }
 

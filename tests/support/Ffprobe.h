@@ -38,8 +38,8 @@ std::vector<std::pair<double, double>> frameLuma(const std::filesystem::path& fi
 // 200) begins: the flashes of the sync-test source.
 std::vector<double> flashTimes(const std::vector<std::pair<double, double>>& luma);
 
-// Where sound starts after silence in the file's first audio stream, in
-// seconds, as ffmpeg's silencedetect finds it.
+// Where sound starts after silence (5 ms below -30 dBFS) in the file's first
+// audio stream, in seconds from the file's zero, to the sample.
 std::vector<double> soundOnsets(const std::filesystem::path& file);
 
 // Each flash of the sync-test picture in the file paired with the nearest

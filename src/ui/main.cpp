@@ -4,6 +4,7 @@
 
 #include "app/HeadlessRunner.h"
 #include "app/LaunchOptions.h"
+#include "ui/WindowRunner.h"
 
 int main(int argc, char** argv) {
   std::vector<std::string> args(argv + 1, argv + argc);
@@ -16,5 +17,6 @@ int main(int argc, char** argv) {
     std::fputs(tavorin::usageText().c_str(), stdout);
     return 0;
   }
-  return tavorin::runHeadless(*parsed.options);
+  if (parsed.options->headless) return tavorin::runHeadless(*parsed.options);
+  return tavorin::runWindow(*parsed.options, argc, argv);
 }

@@ -1,0 +1,107 @@
+#include "app/ShowRuntime.h"
+
+#include <csignal>
+#include <cstdio>
+
+#include "audio/PipeWireAudioBackend.h"
+#include "platform/gl/GLContext.h"
+#include "platform/gl/GLFailure.h"
+#include "platform/media/MediaLog.h"
+#include "platform/media/PngWriter.h"
+#include "stores/Preferences.h"
+#include "stores/ShowFolder.h"
+
+namespace tavorin {
+
+namespace {
+
+// The process's one GPU context. It lives as long as the process: unloading
+// the driver at exit gains nothing.
+GLContext* processContext(std::string& failure) {
+  static GLContext* context = nullptr;
+  if (context) return context;
+  try {
+    context = new GLContext;
+    context->releaseCurrent();
+  } catch (const GLFailure& error) {
+    failure = error.what();
+  }
+  return context;
+}
+
+}  // namespace
+
+ShowRuntime::ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std::function<void()> quit)
+    : options_(options), queue_(queue), quit_(std::move(quit)) {
+  keepMediaLogToErrors();
+  // Before anything slow: a signal during start-up still takes the quit path.
+  for (int signal : {SIGINT, SIGTERM, SIGHUP}) queue_.onSignal(signal, [this] { quit_(); });
+
+  AppEnvironment environment{
+      .showFolder = options.showDir ? *options.showDir : ShowFolder::defaultRoot(),
+      .preferencesFile = options.showDir ? *options.showDir / "preferences.json" : Preferences::defaultPath(),
+      .queue = queue,
+  };
+  environment.glContext = processContext(failure_);
+  if (!environment.glContext) return;
+  environment.useSecretService = true;
+  // Without a PipeWire daemon the show runs silent rather than not at all.
+  audio_ = makePipeWireAudioBackend(queue, &audioError_);
+  environment.audioBackend = audio_.get();
+  try {
+    model_ = std::make_unique<AppModel>(environment);
+  } catch (const GLFailure& error) {
+    failure_ = error.what();
+  }
+}
+
+ShowRuntime::~ShowRuntime() = default;
+
+void ShowRuntime::start(std::function<void(const std::string&)> echoLog) {
+  if (!model_) return;
+  AppModel& model = *model_;
+  model.onLogLine = std::move(echoLog);
+  model.start();
+  model.appendLog("Show folder: " + model.showFolder().root().string());
+  model.appendLog("GPU: " + processContext(failure_)->description());
+  if (!audio_) model.appendLog("Audio: " + audioError_ + " — the show runs without sound");
+  if (options_.demo) demo_ = std::make_unique<DemoShow>(model, options_.takeEvery);
+  if (options_.syncTest) syncTest_ = std::make_unique<SyncTestShow>(model);
+  if (options_.recordingsDir) model.recordingsFolderPath = options_.recordingsDir->string();
+  if (options_.record) model.startRecording();
+  for (const auto& url : options_.streamURLs) model.goLive(url);
+  // A show without a window restarts its audio the way daemons reload; with one it is the same command.
+  queue_.onSignal(SIGUSR1, [this] {
+    model_->appendLog("Restarting audio (SIGUSR1)");
+    model_->restartAudio();
+  });
+  if (options_.seconds) stopTimer_ = queue_.after(*options_.seconds, [this] { quit_(); });
+}
+
+int ShowRuntime::finish(bool& outputsClosed) {
+  outputsClosed = true;
+  if (!model_) return 1;
+  stopTimer_.cancel();
+  demo_.reset();
+  syncTest_.reset();
+  AppModel& model = *model_;
+  outputsClosed = model.willTerminate();
+  std::fprintf(stderr, "Measured %.1f fps\n", model.engine->measuredFPS());
+  std::fprintf(stderr, "Wrote %s\n", model.sessionStore.path().c_str());
+  if (!options_.snapshot) return 0;
+  std::string error;
+  // Drawn for the snapshot: without a recording or a stream nothing else takes Program.
+  FrameRef frame = model.engine->drawnFrame(Canvas::program);
+  if (!frame) {
+    std::fprintf(stderr, "No Program frame to write to %s\n", options_.snapshot->c_str());
+    return 1;
+  }
+  if (!writePNG(*frame, *options_.snapshot, &error)) {
+    std::fprintf(stderr, "%s\n", error.c_str());
+    return 1;
+  }
+  std::fprintf(stderr, "Wrote %s\n", options_.snapshot->c_str());
+  return 0;
+}
+
+}  // namespace tavorin

@@ -1,0 +1,204 @@
+#include "ui/LayerInspector.h"
+
+#include <QColor>
+#include <QStringList>
+#include <QVariantMap>
+#include <cmath>
+#include <functional>
+#include <numbers>
+
+#include "app/AppModel.h"
+
+namespace tavorin {
+
+namespace {
+
+struct PixelCanvas {
+  double width, height;
+};
+
+// One row of the inspector: how it reads and writes a layer.
+struct Field {
+  const char* key;
+  const char* label;
+  const char* kind;  // number, bool, choice, color
+  const char* unit;
+  double min, max, step;
+  QStringList choices;  // for kind "choice": the names, in the order of the values
+  std::function<QVariant(const LayerState&, PixelCanvas)> get;
+  std::function<void(LayerState&, const QVariant&, PixelCanvas)> set;
+};
+
+constexpr double kDegrees = 180.0 / std::numbers::pi;
+
+QColor toColor(const RGBAColor& c) { return QColor::fromRgbF(c.r, c.g, c.b, c.a); }
+RGBAColor fromColor(const QColor& c) {
+  return {static_cast<float>(c.redF()), static_cast<float>(c.greenF()), static_cast<float>(c.blueF()),
+          static_cast<float>(c.alphaF())};
+}
+
+Field number(const char* key, const char* label, const char* unit, double min, double max, double step,
+             std::function<double(const LayerState&, PixelCanvas)> get, std::function<void(LayerState&, double, PixelCanvas)> set) {
+  return {key, label, "number", unit, min, max, step, {},
+          [get](const LayerState& l, PixelCanvas c) { return QVariant(get(l, c)); },
+          [set](LayerState& l, const QVariant& v, PixelCanvas c) { set(l, v.toDouble(), c); }};
+}
+
+// A fraction of 0..1 shown in %.
+Field percent(const char* key, const char* label, float LayerLook::*member) {
+  return number(key, label, "%", 0, 100, 1, [member](const LayerState& l, PixelCanvas) { return l.*member * 100.0; },
+                [member](LayerState& l, double v, PixelCanvas) { l.*member = static_cast<float>(v / 100); });
+}
+
+Field toggle(const char* key, const char* label, bool LayerState::*member) {
+  return {key, label, "bool", "", 0, 1, 1, {}, [member](const LayerState& l, PixelCanvas) { return QVariant(l.*member); },
+          [member](LayerState& l, const QVariant& v, PixelCanvas) { l.*member = v.toBool(); }};
+}
+
+Field toggleLook(const char* key, const char* label, bool LayerLook::*member) {
+  return {key, label, "bool", "", 0, 1, 1, {}, [member](const LayerState& l, PixelCanvas) { return QVariant(l.*member); },
+          [member](LayerState& l, const QVariant& v, PixelCanvas) { l.*member = v.toBool(); }};
+}
+
+template <class E>
+Field choice(const char* key, const char* label, QStringList names, std::function<E&(LayerState&)> member) {
+  return {key, label, "choice", "", 0, static_cast<double>(names.size() - 1), 1, names,
+          [member](const LayerState& l, PixelCanvas) { return QVariant(static_cast<int>(member(const_cast<LayerState&>(l)))); },
+          [member, count = names.size()](LayerState& l, const QVariant& v, PixelCanvas) {
+            const int index = v.toInt();
+            if (index >= 0 && index < count) member(l) = static_cast<E>(index);
+          }};
+}
+
+Field color(const char* key, const char* label, RGBAColor LayerLook::*member) {
+  return {key, label, "color", "", 0, 1, 1, {}, [member](const LayerState& l, PixelCanvas) { return QVariant(toColor(l.*member)); },
+          [member](LayerState& l, const QVariant& v, PixelCanvas) {
+            if (v.canConvert<QColor>()) l.*member = fromColor(v.value<QColor>());
+          }};
+}
+
+const std::vector<Field>& table() {
+  using Move = LayerAnimation::Move;
+  using Kind = LayerAnimation::Kind;
+  const QStringList moves{"None", "Fade", "Pop", "Slide left", "Slide right", "Slide top", "Slide bottom"};
+  static const std::vector<Field> fields{
+      number("x", "X", "px", -100000, 100000, 1,
+             [](const LayerState& l, PixelCanvas c) { return (l.center.x - l.size.width / 2) * c.width; },
+             [](LayerState& l, double v, PixelCanvas c) { l.center.x = v / c.width + l.size.width / 2; }),
+      number("y", "Y", "px", -100000, 100000, 1,
+             [](const LayerState& l, PixelCanvas c) { return (l.center.y - l.size.height / 2) * c.height; },
+             [](LayerState& l, double v, PixelCanvas c) { l.center.y = v / c.height + l.size.height / 2; }),
+      number("width", "Width", "px", 1, 100000, 1, [](const LayerState& l, PixelCanvas c) { return l.size.width * c.width; },
+             [](LayerState& l, double v, PixelCanvas c) {
+               const double left = l.center.x - l.size.width / 2;
+               l.size.width = std::max(1.0, v) / c.width;
+               l.center.x = left + l.size.width / 2;
+             }),
+      number("height", "Height", "px", 1, 100000, 1, [](const LayerState& l, PixelCanvas c) { return l.size.height * c.height; },
+             [](LayerState& l, double v, PixelCanvas c) {
+               const double top = l.center.y - l.size.height / 2;
+               l.size.height = std::max(1.0, v) / c.height;
+               l.center.y = top + l.size.height / 2;
+             }),
+      number("rotation", "Rotation", "°", -360, 360, 1, [](const LayerState& l, PixelCanvas) { return l.rotation * kDegrees; },
+             [](LayerState& l, double v, PixelCanvas) { l.rotation = static_cast<float>(v / kDegrees); }),
+      percent("opacity", "Opacity", &LayerLook::opacity),
+      {"fill", "Fill the box (else fit)", "bool", "", 0, 1, 1, {},
+       [](const LayerState& l, PixelCanvas) { return QVariant(l.fill); },
+       [](LayerState& l, const QVariant& v, PixelCanvas) { l.fill = v.toBool(); }},
+      number("cropLeft", "Crop left", "%", 0, 99, 1, [](const LayerState& l, PixelCanvas) { return l.cropRect.minX() * 100; },
+             [](LayerState& l, double v, PixelCanvas) {
+               const double right = l.cropRect.maxX();
+               l.cropRect.origin.x = std::clamp(v / 100, 0.0, right - 0.01);
+               l.cropRect.size.width = right - l.cropRect.origin.x;
+             }),
+      number("cropRight", "Crop right", "%", 0, 99, 1,
+             [](const LayerState& l, PixelCanvas) { return (1 - l.cropRect.maxX()) * 100; },
+             [](LayerState& l, double v, PixelCanvas) {
+               l.cropRect.size.width = std::max(0.01, 1 - v / 100 - l.cropRect.origin.x);
+             }),
+      number("cropTop", "Crop top", "%", 0, 99, 1, [](const LayerState& l, PixelCanvas) { return l.cropRect.minY() * 100; },
+             [](LayerState& l, double v, PixelCanvas) {
+               const double bottom = l.cropRect.maxY();
+               l.cropRect.origin.y = std::clamp(v / 100, 0.0, bottom - 0.01);
+               l.cropRect.size.height = bottom - l.cropRect.origin.y;
+             }),
+      number("cropBottom", "Crop bottom", "%", 0, 99, 1,
+             [](const LayerState& l, PixelCanvas) { return (1 - l.cropRect.maxY()) * 100; },
+             [](LayerState& l, double v, PixelCanvas) {
+               l.cropRect.size.height = std::max(0.01, 1 - v / 100 - l.cropRect.origin.y);
+             }),
+      number("cornerRadius", "Corner radius", "%", 0, 50, 1,
+             [](const LayerState& l, PixelCanvas) { return l.corners.topLeft * 100.0; },
+             [](LayerState& l, double v, PixelCanvas) { l.corners = CornerRadii::uniform(static_cast<float>(v / 100)); }),
+      number("borderWidth", "Border", "px", 0, 200, 1, [](const LayerState& l, PixelCanvas) { return l.borderWidth; },
+             [](LayerState& l, double v, PixelCanvas) { l.borderWidth = static_cast<float>(v); }),
+      color("borderColor", "Border colour", &LayerLook::borderColor),
+      percent("shadowOpacity", "Shadow", &LayerLook::shadowOpacity),
+      percent("shadowRadius", "Shadow softness", &LayerLook::shadowRadius),
+      toggleLook("flipHorizontal", "Flip horizontally", &LayerLook::flipHorizontal),
+      toggleLook("flipVertical", "Flip vertically", &LayerLook::flipVertical),
+      choice<KeyMode>("keyMode", "Key", {"None", "Chroma key", "Person"}, [](LayerState& l) -> KeyMode& { return l.keyMode; }),
+      color("keyColor", "Key colour", &LayerLook::keyColor),
+      percent("keyThreshold", "Key threshold", &LayerLook::keyThreshold),
+      percent("keySmoothness", "Key smoothness", &LayerLook::keySmoothness),
+      percent("backgroundBlur", "Background blur", &LayerLook::backgroundBlur),
+      choice<MaskMode>("maskMode", "Mask", {"None", "Cut out", "Keep only"}, [](LayerState& l) -> MaskMode& { return l.maskMode; }),
+      choice<Kind>("animation", "Idle motion", {"None", "Fade", "Rotate clockwise", "Rotate anticlockwise", "Jitter"},
+                   [](LayerState& l) -> Kind& { return l.animation.kind; }),
+      number("animationSpeed", "Motion speed", "×", 0.1, 10, 0.1, [](const LayerState& l, PixelCanvas) { return l.animation.speed; },
+             [](LayerState& l, double v, PixelCanvas) { l.animation.speed = v; }),
+      choice<Move>("enter", "Enter", moves, [](LayerState& l) -> Move& { return l.animation.enter; }),
+      number("enterDuration", "Enter time", "s", 0, 10, 0.05, [](const LayerState& l, PixelCanvas) { return l.animation.enterDuration; },
+             [](LayerState& l, double v, PixelCanvas) { l.animation.enterDuration = v; }),
+      choice<Move>("exit", "Exit", moves, [](LayerState& l) -> Move& { return l.animation.exit; }),
+      number("exitDuration", "Exit time", "s", 0, 10, 0.05, [](const LayerState& l, PixelCanvas) { return l.animation.exitDuration; },
+             [](LayerState& l, double v, PixelCanvas) { l.animation.exitDuration = v; }),
+      toggle("hidden", "Hidden", &LayerState::hidden),
+      toggle("locked", "Locked", &LayerState::locked),
+  };
+  return fields;
+}
+
+PixelCanvas canvasOf(const AppModel& model) {
+  const auto size = model.switcher.canvasPixelSize ? model.switcher.canvasPixelSize() : std::nullopt;
+  return size ? PixelCanvas{size->width, size->height} : PixelCanvas{1920, 1080};
+}
+
+}  // namespace
+
+LayerInspector::LayerInspector(AppModel& model, QObject* parent) : QObject(parent), model_(model) {
+  auto changed = [this](const auto&) { Q_EMIT this->changed(); };
+  subscriptions_.push_back(model.switcher.previewScene.subscribe(changed));
+  subscriptions_.push_back(model.editor.selectedLayerID.subscribe(changed));
+}
+
+bool LayerInspector::active() const { return model_.editor.selectedLayer() != nullptr; }
+
+QVariantList LayerInspector::fields() const {
+  QVariantList rows;
+  const LayerState* layer = model_.editor.selectedLayer();
+  if (!layer) return rows;
+  const PixelCanvas canvas = canvasOf(model_);
+  for (const Field& field : table()) {
+    rows.append(QVariantMap{{"key", field.key},       {"label", field.label}, {"kind", field.kind},
+                            {"unit", field.unit},     {"min", field.min},     {"max", field.max},
+                            {"step", field.step},     {"choices", field.choices},
+                            {"value", field.get(*layer, canvas)}});
+  }
+  return rows;
+}
+
+void LayerInspector::setValue(const QString& key, const QVariant& value) {
+  const LayerState* selected = model_.editor.selectedLayer();
+  if (!selected) return;
+  for (const Field& field : table()) {
+    if (key != field.key) continue;
+    LayerState layer = *selected;
+    field.set(layer, value, canvasOf(model_));
+    if (layer != *selected) model_.editor.updateLayer(layer);
+    return;
+  }
+}
+
+}  // namespace tavorin

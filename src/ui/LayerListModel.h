@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QAbstractListModel>
+#include <QRectF>
+#include <vector>
+
+#include "base/Published.h"
+#include "model/LayerState.h"
+
+namespace tavorin {
+
+class AppModel;
+
+// The layers of the Preview scene, top of the stack first, and the selected
+// one's box for the handles on the Preview monitor. Every change goes through
+// the Preview editor, so the layout write-back and the studio/direct rules apply.
+// Boxes are in canvas units: 0..1 across and down.
+class LayerListModel : public QAbstractListModel {
+  Q_OBJECT
+  Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
+  Q_PROPERTY(QString selectedID READ selectedID NOTIFY selectionChanged)
+  Q_PROPERTY(QRectF selectedBox READ selectedBox NOTIFY selectionChanged)
+  Q_PROPERTY(double selectedRotation READ selectedRotation NOTIFY selectionChanged)
+  Q_PROPERTY(bool selectedLocked READ selectedLocked NOTIFY selectionChanged)
+
+ public:
+  enum Role { idRole = Qt::UserRole + 1, nameRole, hiddenRole, lockedRole, selectedRole };
+  // How near an edge or the centre a dragged box snaps, in canvas units.
+  static constexpr double kSnapDistance = 0.012;
+
+  explicit LayerListModel(AppModel& model, QObject* parent = nullptr);
+
+  int rowCount(const QModelIndex& parent = {}) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+  QHash<int, QByteArray> roleNames() const override;
+
+  QString selectedID() const;
+  QRectF selectedBox() const;
+  double selectedRotation() const;
+  bool selectedLocked() const;
+
+  Q_INVOKABLE void select(const QString& id);
+  // The topmost unlocked visible layer whose box holds the point; none clears the selection.
+  Q_INVOKABLE QString layerAt(double x, double y) const;
+  // A source dropped on Preview: a new layer centred where it fell.
+  Q_INVOKABLE void addLayer(const QString& sourceID, double x, double y);
+  Q_INVOKABLE void remove(const QString& id);
+  Q_INVOKABLE void setHidden(const QString& id, bool hidden);
+  Q_INVOKABLE void setLocked(const QString& id, bool locked);
+  // Moves the layer in the list (0 = top) and the stack with it.
+  Q_INVOKABLE void move(int from, int to);
+  // Puts the selected layer's box at `box`, snapping its edges and centre to
+  // the canvas's when `snap` (the drag of a whole box; a resize snaps none).
+  Q_INVOKABLE void setSelectedBox(const QRectF& box, bool snap);
+  Q_INVOKABLE void setSelectedRotation(double radians);
+
+ Q_SIGNALS:
+  void countChanged();
+  void selectionChanged();
+
+ private:
+  void reload();
+  const LayerState* find(const QString& id) const;
+  void change(const QString& id, const std::function<void(LayerState&)>& fn);
+
+  AppModel& model_;
+  std::vector<LayerState> layers_;  // top first
+  std::vector<Subscription> subscriptions_;
+};
+
+}  // namespace tavorin

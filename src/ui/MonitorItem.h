@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QQuickItem>
+#include <QTimer>
+#include <vector>
+
+#include "base/PixelBuffer.h"
+#include "ui/MonitorFeed.h"
+
+namespace tavorin {
+
+// A canvas's newest picture on screen, scaled into the item with its aspect
+// kept. While hidden it asks nothing of the frame clock; while shown it looks
+// for a new picture at the display's pace and repaints only when one came.
+class MonitorItem : public QQuickItem {
+  Q_OBJECT
+  Q_PROPERTY(QString canvas READ canvas WRITE setCanvas NOTIFY canvasChanged)
+  // The picture's place inside the item, in item coordinates: where the canvas's 0..1 lies.
+  Q_PROPERTY(QRectF pictureRect READ pictureRect NOTIFY pictureRectChanged)
+  Q_PROPERTY(bool hasPicture READ hasPicture NOTIFY hasPictureChanged)
+
+ public:
+  explicit MonitorItem(QQuickItem* parent = nullptr);
+  ~MonitorItem() override;
+
+  // Set once, before the window loads.
+  static void setFeed(MonitorFeed feed);
+
+  // From a picture's composition to the swap that put it on screen, for the
+  // Program monitor: the newest samples, in seconds.
+  static std::vector<double> programLatencies();
+
+  QString canvas() const { return canvas_; }
+  void setCanvas(const QString& canvas);
+  QRectF pictureRect() const;
+  bool hasPicture() const { return frame_ != nullptr; }
+
+ Q_SIGNALS:
+  void canvasChanged();
+  void pictureRectChanged();
+  void hasPictureChanged();
+
+ protected:
+  QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
+  void itemChange(ItemChange change, const ItemChangeData& value) override;
+  void geometryChange(const QRectF& now, const QRectF& before) override;
+
+ private:
+  void poll();
+  void updateWatch();
+  void swapped();
+
+  QString canvas_;
+  QTimer poll_;
+  FrameRef frame_;  // what is shown
+  std::uint64_t shownGeneration_ = 0;
+  bool frameChanged_ = false;
+  std::uint64_t watchToken_ = 0;
+  double paintedTime_ = -1;  // the composition time of the picture last painted, until its swap
+  QMetaObject::Connection swapConnection_;
+};
+
+}  // namespace tavorin

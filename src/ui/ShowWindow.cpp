@@ -1,0 +1,71 @@
+#include "ui/ShowWindow.h"
+
+#include <QQmlContext>
+#include <QQuickWindow>
+#include <QUrl>
+
+#include "app/AppModel.h"
+#include "ui/MonitorItem.h"
+
+namespace tavorin {
+
+namespace {
+
+constexpr std::string_view kSourcePrefix = "source:";
+
+std::optional<Canvas> canvasNamed(const std::string& name) {
+  if (name == "program") return Canvas::program;
+  if (name == "preview") return Canvas::preview;
+  return std::nullopt;
+}
+
+MonitorFeed feedOf(AppModel& model) {
+  MonitorFeed feed;
+  feed.newest = [&model](const std::string& name) -> FrameRef {
+    if (!model.engine) return nullptr;
+    if (const auto canvas = canvasNamed(name)) return model.engine->newestFrame(*canvas);
+    if (name.starts_with(kSourcePrefix)) return model.frameSlots.latestFrame(name.substr(kSourcePrefix.size()));
+    const auto id = Uuid::parse(name);
+    return id ? model.engine->auxBuffer(*id) : nullptr;
+  };
+  feed.watch = [&model](const std::string& name) -> std::uint64_t {
+    const auto canvas = canvasNamed(name);
+    // Thumbnails ride on the ticks the monitors ask for; sources publish by themselves.
+    if (!canvas || !model.engine) return 0;
+    return model.engine->addConsumer(*canvas, CompositorEngine::kEveryRefresh);
+  };
+  feed.unwatch = [&model](std::uint64_t token) {
+    if (token && model.engine) model.engine->removeConsumer(token);
+  };
+  return feed;
+}
+
+}  // namespace
+
+ShowWindow::ShowWindow(AppModel& model)
+    : model_(model), switcher_(model), scenes_(model), sources_(model), layers_(model), inspector_(model), status_(model) {
+  MonitorItem::setFeed(feedOf(model));
+  qmlRegisterType<MonitorItem>("Tavorin", 1, 0, "Monitor");
+  engine_ = std::make_unique<QQmlApplicationEngine>();
+  QQmlContext* context = engine_->rootContext();
+  context->setContextProperty("switcher", &switcher_);
+  context->setContextProperty("scenes", &scenes_);
+  context->setContextProperty("sources", &sources_);
+  context->setContextProperty("layers", &layers_);
+  context->setContextProperty("inspector", &inspector_);
+  context->setContextProperty("status", &status_);
+  engine_->load(QUrl("qrc:/tavorin/qml/Main.qml"));
+}
+
+ShowWindow::~ShowWindow() {
+  // The scene goes before the bridges it reads.
+  engine_.reset();
+  MonitorItem::setFeed({});
+}
+
+QQuickWindow* ShowWindow::window() const {
+  const auto roots = engine_->rootObjects();
+  return roots.isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(roots.first());
+}
+
+}  // namespace tavorin

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QQmlApplicationEngine>
+#include <memory>
+
+#include "ui/LayerInspector.h"
+#include "ui/LayerListModel.h"
+#include "ui/SceneListModel.h"
+#include "ui/SourceListModel.h"
+#include "ui/StatusBridge.h"
+#include "ui/SwitcherBridge.h"
+
+class QQuickWindow;
+
+namespace tavorin {
+
+class AppModel;
+
+// The operator's main window over a started model: the views' bridges, the
+// monitors' feed and the QML scene. Main thread only.
+class ShowWindow {
+ public:
+  explicit ShowWindow(AppModel& model);
+  ~ShowWindow();
+  ShowWindow(const ShowWindow&) = delete;
+  ShowWindow& operator=(const ShowWindow&) = delete;
+
+  // Null when the window's scene did not load (the reasons go to standard error).
+  QQuickWindow* window() const;
+
+  SwitcherBridge& switcher() { return switcher_; }
+  SceneListModel& scenes() { return scenes_; }
+  SourceListModel& sources() { return sources_; }
+  LayerListModel& layers() { return layers_; }
+  LayerInspector& inspector() { return inspector_; }
+  StatusBridge& status() { return status_; }
+
+ private:
+  AppModel& model_;
+  SwitcherBridge switcher_;
+  SceneListModel scenes_;
+  SourceListModel sources_;
+  LayerListModel layers_;
+  LayerInspector inspector_;
+  StatusBridge status_;
+  std::unique_ptr<QQmlApplicationEngine> engine_;
+};
+
+}  // namespace tavorin

@@ -1,0 +1,103 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Dialogs
+import QtQuick.Layouts
+
+// Every field of the selected layer: numbers typed or stepped (with their
+// units), switches, choices and colours.
+Rectangle {
+    id: root
+    property Theme theme: Theme {}
+    color: theme.panel
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: theme.gap
+        spacing: theme.gap
+        Label {
+            text: inspector.active ? "Layer" : "Layer — select one on Preview"
+            color: theme.dim
+            font.bold: true
+        }
+        ListView {
+            id: list
+            objectName: "inspectorList"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            spacing: 2
+            model: inspector.fields
+            delegate: RowLayout {
+                id: row
+                required property var modelData
+                width: list.width
+                height: 30
+                Text {
+                    text: row.modelData.label
+                    color: theme.text
+                    font.pixelSize: 12
+                    Layout.preferredWidth: 110
+                    elide: Text.ElideRight
+                }
+                Loader {
+                    Layout.fillWidth: true
+                    sourceComponent: row.modelData.kind === "number" ? numberEditor
+                                   : row.modelData.kind === "bool" ? boolEditor
+                                   : row.modelData.kind === "choice" ? choiceEditor : colorEditor
+                    property var field: row.modelData
+                }
+            }
+        }
+    }
+
+    Component {
+        id: numberEditor
+        SpinBox {
+            readonly property real scale: 1 / parent.field.step
+            from: parent.field.min * scale
+            to: parent.field.max * scale
+            value: Math.round(parent.field.value * scale)
+            editable: true
+            textFromValue: (v) => (v / scale).toFixed(parent.field.step < 1 ? 2 : 0) + " " + parent.field.unit
+            valueFromText: (t) => Math.round(parseFloat(t) * scale)
+            onValueModified: inspector.setValue(parent.field.key, value / scale)
+        }
+    }
+    Component {
+        id: boolEditor
+        Switch {
+            checked: parent.field.value
+            onToggled: inspector.setValue(parent.field.key, checked)
+        }
+    }
+    Component {
+        id: choiceEditor
+        ComboBox {
+            model: parent.field.choices
+            currentIndex: parent.field.value
+            onActivated: (index) => inspector.setValue(parent.field.key, index)
+        }
+    }
+    Component {
+        id: colorEditor
+        Rectangle {
+            height: 22
+            radius: 3
+            color: parent.field.value
+            border.color: theme.line
+            MouseArea {
+                anchors.fill: parent
+                onClicked: {
+                    colorDialog.key = parent.parent.field.key
+                    colorDialog.selectedColor = parent.color
+                    colorDialog.open()
+                }
+            }
+        }
+    }
+    ColorDialog {
+        id: colorDialog
+        property string key
+        onAccepted: inspector.setValue(key, selectedColor)
+    }
+}

@@ -1,0 +1,122 @@
+import QtQuick
+
+// Direct manipulation on the Preview monitor: click selects the layer under
+// the pointer, a drag moves it (snapping to the centre and edges), the corner
+// handles resize it (aspect kept unless Shift is held), the round handle
+// above rotates it, and a source dropped here becomes a new layer.
+Item {
+    id: root
+    required property Item monitor
+    property Theme theme: Theme {}
+    readonly property rect picture: monitor.pictureRect
+
+    function toCanvas(x, y) {
+        return Qt.point((x - picture.x) / picture.width, (y - picture.y) / picture.height)
+    }
+    function toItem(box) {
+        return Qt.rect(picture.x + box.x * picture.width, picture.y + box.y * picture.height,
+                       box.width * picture.width, box.height * picture.height)
+    }
+
+    DropArea {
+        anchors.fill: parent
+        keys: ["application/x-tavorin-source"]
+        onDropped: (drop) => {
+            const at = root.toCanvas(drop.x, drop.y)
+            layers.addLayer(drop.source.sourceID, at.x, at.y)
+            drop.accept()
+        }
+    }
+
+    MouseArea {
+        id: body
+        objectName: "previewEditingArea"
+        anchors.fill: parent
+        property point start
+        property rect startBox
+        property bool dragging: false
+        onPressed: (mouse) => {
+            const at = root.toCanvas(mouse.x, mouse.y)
+            layers.select(layers.layerAt(at.x, at.y))
+            dragging = layers.selectedID !== "" && !layers.selectedLocked
+            start = at
+            startBox = layers.selectedBox
+        }
+        onPositionChanged: (mouse) => {
+            if (!dragging) return
+            const at = root.toCanvas(mouse.x, mouse.y)
+            layers.setSelectedBox(Qt.rect(startBox.x + at.x - start.x, startBox.y + at.y - start.y,
+                                          startBox.width, startBox.height), true)
+        }
+        onReleased: dragging = false
+    }
+
+    Item {
+        id: selection
+        visible: layers.selectedID !== ""
+        readonly property rect box: root.toItem(layers.selectedBox)
+        x: box.x; y: box.y; width: box.width; height: box.height
+        rotation: layers.selectedRotation * 180 / Math.PI
+
+        Rectangle {
+            anchors.fill: parent
+            color: "transparent"
+            border.color: layers.selectedLocked ? theme.dim : theme.selected
+            border.width: 2
+        }
+        Repeater {
+            model: layers.selectedLocked ? [] : [Qt.point(0, 0), Qt.point(1, 0), Qt.point(0, 1), Qt.point(1, 1)]
+            Rectangle {
+                id: handle
+                required property point modelData
+                width: 12; height: 12; radius: 2
+                color: "white"
+                border.color: theme.selected
+                x: modelData.x * selection.width - width / 2
+                y: modelData.y * selection.height - height / 2
+                MouseArea {
+                    anchors.fill: parent
+                    anchors.margins: -4
+                    property rect startBox
+                    onPressed: startBox = layers.selectedBox
+                    onPositionChanged: (mouse) => {
+                        const at = mapToItem(root, mouse.x, mouse.y)
+                        const p = root.toCanvas(at.x, at.y)
+                        // The opposite corner stays where it is.
+                        const ax = handle.modelData.x ? startBox.x : startBox.x + startBox.width
+                        const ay = handle.modelData.y ? startBox.y : startBox.y + startBox.height
+                        let w = Math.max(0.01, handle.modelData.x ? p.x - ax : ax - p.x)
+                        let h = Math.max(0.01, handle.modelData.y ? p.y - ay : ay - p.y)
+                        if (!(mouse.modifiers & Qt.ShiftModifier)) {
+                            const aspect = startBox.width / startBox.height
+                            if (w / h > aspect) h = w / aspect; else w = h * aspect
+                        }
+                        layers.setSelectedBox(Qt.rect(handle.modelData.x ? ax : ax - w,
+                                                      handle.modelData.y ? ay : ay - h, w, h), false)
+                    }
+                }
+            }
+        }
+        Rectangle {
+            visible: !layers.selectedLocked
+            width: 14; height: 14; radius: 7
+            color: theme.selected
+            x: selection.width / 2 - width / 2
+            y: -28
+            MouseArea {
+                anchors.fill: parent
+                anchors.margins: -4
+                onPositionChanged: (mouse) => {
+                    const at = mapToItem(root, mouse.x, mouse.y)
+                    const c = Qt.point(selection.x + selection.width / 2, selection.y + selection.height / 2)
+                    let angle = Math.atan2(at.x - c.x, c.y - at.y)
+                    // Right angles catch the pointer within 3 degrees.
+                    const step = Math.PI / 2
+                    const nearest = Math.round(angle / step) * step
+                    if (Math.abs(angle - nearest) < 3 * Math.PI / 180) angle = nearest
+                    layers.setSelectedRotation(angle)
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,124 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Dialogs
+import QtQuick.Layouts
+import Tavorin
+
+// Every source with its picture, kind and state. Drag one onto Preview to add
+// a layer; drop picture files here to add them.
+Rectangle {
+    id: root
+    property Theme theme: Theme {}
+    color: theme.panel
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: theme.gap
+        spacing: theme.gap
+        RowLayout {
+            Label { text: "Sources"; color: theme.dim; font.bold: true; Layout.fillWidth: true }
+            Button {
+                text: "+ Image"
+                ToolTip.visible: hovered
+                ToolTip.text: "Add a picture file"
+                onClicked: fileDialog.open()
+            }
+            Button {
+                text: "+ Black"
+                ToolTip.visible: hovered
+                ToolTip.text: "Add the black still"
+                onClicked: sources.addBlack()
+            }
+        }
+        ListView {
+            id: list
+            objectName: "sourceList"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            spacing: 2
+            model: sources
+            delegate: Rectangle {
+                id: row
+                required property int index
+                required property string sourceID
+                required property string name
+                required property string kind
+                required property string state
+                width: list.width
+                height: 48
+                color: dragArea.drag.active ? theme.selected : theme.raised
+                radius: 3
+                // What a drag carries onto Preview; it follows the pointer, the row stays.
+                Item {
+                    id: proxy
+                    property string sourceID: row.sourceID
+                    width: 1; height: 1
+                    Drag.active: dragArea.drag.active
+                    Drag.keys: ["application/x-tavorin-source"]
+                }
+                Monitor {
+                    id: thumb
+                    anchors { left: parent.left; verticalCenter: parent.verticalCenter; margins: 4 }
+                    width: 64; height: 36
+                    canvas: "source:" + row.sourceID
+                }
+                Column {
+                    anchors { left: thumb.right; right: parent.right; verticalCenter: parent.verticalCenter; margins: 6 }
+                    Text { text: row.name; color: theme.text; elide: Text.ElideRight; width: parent.width; font.pixelSize: 12 }
+                    Row {
+                        spacing: 4
+                        Rectangle {
+                            width: 8; height: 8; radius: 4
+                            anchors.verticalCenter: parent.verticalCenter
+                            color: row.state === "running" ? theme.preview : row.state === "failed" ? theme.program : theme.pending
+                        }
+                        Text { text: row.kind + " · " + row.state; color: theme.dim; font.pixelSize: 10 }
+                    }
+                }
+                MouseArea {
+                    id: dragArea
+                    anchors.fill: parent
+                    acceptedButtons: Qt.LeftButton | Qt.RightButton
+                    drag.target: proxy
+                    onPressed: (mouse) => { proxy.x = mouse.x; proxy.y = mouse.y }
+                    onReleased: {
+                        if (drag.active) proxy.Drag.drop()
+                        proxy.x = 0; proxy.y = 0
+                    }
+                    onClicked: (mouse) => { if (mouse.button === Qt.RightButton) menu.popup() }
+                }
+                Menu {
+                    id: menu
+                    MenuItem { text: "Rename…"; onTriggered: renameDialog.openFor(row.index, row.name) }
+                    MenuItem { text: "Delete…"; onTriggered: deleteDialog.openFor(row.index, row.name) }
+                }
+            }
+        }
+    }
+
+    DropArea {
+        anchors.fill: parent
+        onDropped: (drop) => {
+            if (!drop.hasUrls) return
+            for (const url of drop.urls) sources.addImage(url)
+            drop.accept()
+        }
+    }
+    FileDialog {
+        id: fileDialog
+        title: "Add a picture"
+        nameFilters: ["Pictures (*.png *.jpg *.jpeg *.webp *.bmp *.gif *.tif *.tiff)"]
+        onAccepted: sources.addImage(selectedFile)
+    }
+    NameDialog {
+        id: renameDialog
+        title: "Rename source"
+        onNamed: (row, name) => sources.rename(row, name)
+    }
+    ConfirmDialog {
+        id: deleteDialog
+        verb: "Delete source"
+        onConfirmed: (row) => sources.remove(row)
+    }
+}

@@ -1,0 +1,58 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+// REC and LIVE with their timers, fps, CPU, dropped frames, free disk and the
+// last log line (click for the whole log).
+Rectangle {
+    id: root
+    property Theme theme: Theme {}
+    signal logRequested()
+    color: theme.panel
+    implicitHeight: 30
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: theme.gap
+        anchors.rightMargin: theme.gap
+        spacing: 12
+        Rectangle {
+            objectName: "recIndicator"
+            color: status.recording ? theme.program : theme.raised
+            radius: 3
+            implicitWidth: recText.implicitWidth + 14
+            implicitHeight: 22
+            Text { id: recText; anchors.centerIn: parent; text: status.recordingText; color: "white"; font.bold: true }
+            MouseArea { anchors.fill: parent; onClicked: status.toggleRecording() }
+            ToolTip.visible: recHover.hovered
+            ToolTip.text: status.recording ? "Stop recording" : "Start recording"
+            HoverHandler { id: recHover }
+        }
+        Rectangle {
+            color: status.live ? theme.program : theme.raised
+            radius: 3
+            implicitWidth: liveText.implicitWidth + 14
+            implicitHeight: 22
+            Text { id: liveText; anchors.centerIn: parent; text: status.liveText; color: "white"; font.bold: true }
+        }
+        Text { text: status.fps.toFixed(1) + " fps"; color: theme.text }
+        Text { text: "CPU " + status.cpuPercent.toFixed(0) + " %"; color: theme.text }
+        Text {
+            text: "Disk " + status.diskFreePercent + " % free"
+            color: status.diskFreePercent < 10 ? theme.pending : theme.text
+        }
+        Text {
+            visible: status.droppedText !== ""
+            text: "Dropped: " + status.droppedText
+            color: theme.text
+        }
+        Text {
+            Layout.fillWidth: true
+            horizontalAlignment: Text.AlignRight
+            text: status.lastLogLine
+            color: theme.dim
+            elide: Text.ElideLeft
+            MouseArea { anchors.fill: parent; onClicked: root.logRequested() }
+        }
+    }
+}

@@ -1,0 +1,207 @@
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+#include <thread>
+
+#include "app/ShowRuntime.h"
+#include "platform/media/PngWriter.h"
+#include "support/ChildProcess.h"
+#include "support/TempDir.h"
+#include "ui/ShowWindow.h"
+
+namespace tavorin {
+namespace {
+
+// Serves the main loop (Qt's, over GLib's default context) until `done` holds.
+bool pumpUntil(const std::function<bool()>& done, double seconds = 10) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  return true;
+}
+
+std::filesystem::path writeColour(const std::filesystem::path& path, std::uint8_t b, std::uint8_t g, std::uint8_t r) {
+  auto buffer = PixelBuffer::make(320, 180);
+  buffer->fill(b, g, r, 255);
+  writePNG(*buffer, path);
+  return path;
+}
+
+// The window over a show of two full-frame stills: red on Program, blue on Preview.
+class Window : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    // The offscreen platform draws with the software scene graph unless a run under Xvfb chose xcb.
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    if (std::string(std::getenv("QT_QPA_PLATFORM")) == "offscreen") setenv("QT_QUICK_BACKEND", "software", 0);
+    static int argc = 1;
+    static char name[] = "tavorin_ui_tests";
+    static char* argv[] = {name, nullptr};
+    static QGuiApplication application(argc, argv);
+  }
+
+  void SetUp() override {
+    LaunchOptions options;
+    options.showDir = dir_.path();
+    runtime_ = std::make_unique<ShowRuntime>(options, queue_, [] {});
+    ASSERT_TRUE(runtime_->model()) << runtime_->failure();
+    runtime_->start();
+    AppModel& model = *runtime_->model();
+    const auto red = model.addImageSource(writeColour(dir_ / "red.png", 0, 0, 255));
+    const auto blue = model.addImageSource(writeColour(dir_ / "blue.png", 255, 0, 0));
+    ASSERT_TRUE(red && blue);
+    MixerScene onAir = MixerScene::named("Red"), next = MixerScene::named("Blue");
+    onAir.layers.push_back(LayerState::make(*red));
+    LayerState half = LayerState::make(*blue);
+    half.size = {0.5, 0.5};
+    next.layers.push_back(half);
+    redID_ = model.layoutStore.add(onAir, "Red");
+    blueID_ = model.layoutStore.add(next, "Blue");
+    for (const MixerScene& scene : model.layoutStore.layouts.get()) {
+      if (scene.id == redID_) {
+        model.switcher.stageLayout(scene);
+        model.cut(model.switcher);
+      }
+    }
+    for (const MixerScene& scene : model.layoutStore.layouts.get()) {
+      if (scene.id == blueID_) model.switcher.stageLayout(scene);
+    }
+    window_ = std::make_unique<ShowWindow>(model);
+    ASSERT_TRUE(window_->window());
+    window_->window()->resize(1366, 768);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window_->window()));
+  }
+
+  void TearDown() override {
+    window_.reset();
+    bool closed = true;
+    if (runtime_) runtime_->finish(closed);
+  }
+
+  AppModel& model() { return *runtime_->model(); }
+  // Searched in the visual tree, where views keep their delegates, and
+  // waited for: views make their delegates once laid out.
+  QQuickItem* item(const char* name) {
+    std::function<QQuickItem*(QQuickItem*)> search = [&](QQuickItem* at) -> QQuickItem* {
+      if (at->objectName() == name) return at;
+      for (QQuickItem* child : at->childItems()) {
+        if (QQuickItem* found = search(child)) return found;
+      }
+      return nullptr;
+    };
+    QQuickItem* found = nullptr;
+    pumpUntil([&] { return (found = search(window_->window()->contentItem())) != nullptr; }, 5);
+    return found;
+  }
+  QPoint centre(QQuickItem* of, QPointF fraction = {0.5, 0.5}) {
+    return of->mapToScene(QPointF(of->width() * fraction.x(), of->height() * fraction.y())).toPoint();
+  }
+  // The colour the window shows at `at`, as the operator sees it.
+  QColor shown(QPoint at) { return window_->window()->grabWindow().pixelColor(at); }
+  bool shows(QPoint at, QColor colour) {
+    return pumpUntil([&] {
+      const QColor c = shown(at);
+      return std::abs(c.red() - colour.red()) < 40 && std::abs(c.green() - colour.green()) < 40 &&
+             std::abs(c.blue() - colour.blue()) < 40;
+    });
+  }
+
+  testing::TempDir dir_;
+  GLibMainQueue queue_;
+  std::unique_ptr<ShowRuntime> runtime_;
+  std::unique_ptr<ShowWindow> window_;
+  Uuid redID_, blueID_;
+};
+
+TEST_F(Window, MonitorsShowProgramAndPreviewAndTakeSwapsThem) {
+  QQuickItem* program = item("programMonitorPicture");
+  QQuickItem* preview = item("previewMonitorPicture");
+  ASSERT_TRUE(program && preview);
+  EXPECT_TRUE(shows(centre(program), Qt::red));
+  EXPECT_TRUE(shows(centre(preview), Qt::blue));
+  EXPECT_TRUE(shows(centre(preview, {0.1, 0.1}), Qt::black)) << "the half-size layer leaves the corner black";
+
+  model().switcher.setTransitionDuration(0.2);
+  QTest::mouseClick(window_->window(), Qt::LeftButton, {}, centre(item("takeButton")));
+  EXPECT_TRUE(pumpUntil([&] { return model().switcher.programScene->id == blueID_; }));
+  EXPECT_TRUE(shows(centre(program), Qt::blue));
+}
+
+TEST_F(Window, DraggingOnPreviewMovesTheLayerAndTheStoredLayoutFollows) {
+  QQuickItem* preview = item("previewMonitorPicture");
+  QQuickWindow* window = window_->window();
+  const QPoint from = centre(preview);
+  const double pictureWidth = preview->property("pictureRect").toRectF().width();
+  auto along = [&](double fraction) { return from + QPoint(static_cast<int>(fraction * pictureWidth), 0); };
+  QTest::mousePress(window, Qt::LeftButton, {}, from);
+  for (int step = 1; step <= 10; ++step) QTest::mouseMove(window, along(step * 0.02));
+  QTest::mouseRelease(window, Qt::LeftButton, {}, along(0.2));
+  const auto stored = [&] {
+    for (const MixerScene& scene : model().layoutStore.layouts.get()) {
+      if (scene.id == blueID_) return scene.layers.front().center.x;
+    }
+    return 0.0;
+  };
+  EXPECT_NEAR(model().switcher.previewScene->layers.front().center.x, 0.7, 0.02);
+  EXPECT_TRUE(pumpUntil([&] { return std::abs(stored() - 0.7) < 0.02; })) << "stored x " << stored();
+}
+
+TEST_F(Window, DoubleClickingASceneTakesIt) {
+  QQuickItem* red = item("scene0");
+  ASSERT_TRUE(red);
+  model().switcher.setTransitionDuration(0.1);
+  model().switcher.stageLayout(model().layoutStore.layouts.get()[1]);
+  model().take(model().switcher);
+  ASSERT_TRUE(pumpUntil([&] { return model().switcher.programScene->id == blueID_; }));
+  QTest::mouseDClick(window_->window(), Qt::LeftButton, {}, centre(red));
+  EXPECT_TRUE(pumpUntil([&] { return model().switcher.programScene->id == redID_; }));
+}
+
+TEST_F(Window, InspectorEditsTheSelectedLayerInPixelsDegreesAndPercent) {
+  const LayerState& before = model().switcher.previewScene->layers.front();
+  model().editor.selectLayer(before.id);
+  ASSERT_TRUE(window_->inspector().active());
+  const double width = model().engine->canvasWidth();
+  struct Case {
+    const char* key;
+    QVariant value;
+    std::function<double(const LayerState&)> read;
+    double expected;
+  };
+  const Case cases[] = {
+      {"x", 100, [&](const LayerState& l) { return (l.center.x - l.size.width / 2) * width; }, 100},
+      {"width", width / 4, [&](const LayerState& l) { return l.size.width * width; }, width / 4},
+      {"rotation", 90, [](const LayerState& l) { return l.rotation; }, M_PI / 2},
+      {"opacity", 40, [](const LayerState& l) { return l.opacity; }, 0.4},
+      {"cropRight", 25, [](const LayerState& l) { return l.cropRect.maxX(); }, 0.75},
+  };
+  for (const Case& c : cases) {
+    window_->inspector().setValue(c.key, c.value);
+    EXPECT_NEAR(c.read(model().switcher.previewScene->layers.front()), c.expected, 1e-3) << c.key;
+  }
+  EXPECT_NEAR(model().switcher.previewScene->layers.front().center.x * width, 100 + width / 8, 1e-3)
+      << "a new width keeps the left edge";
+}
+
+TEST(WindowRunner, QuitsThroughTheQuitPathAndSavesTheSession) {
+  testing::TempDir dir;
+  setenv("QT_QPA_PLATFORM", "offscreen", 0);
+  setenv("QT_QUICK_BACKEND", "software", 0);
+  testing::ChildProcess show({TAVORIN_EXECUTABLE, "--show-dir", dir.path().string(), "--demo", "--seconds", "3"},
+                             dir / "stderr.txt");
+  EXPECT_EQ(show.wait(60), std::optional<int>(0));
+  EXPECT_TRUE(std::filesystem::exists(dir / "session.json"));
+}
+
+}  // namespace
+}  // namespace tavorin
