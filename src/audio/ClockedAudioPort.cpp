@@ -11,7 +11,9 @@ namespace tavorin {
 
 namespace {
 
-constexpr long kBlockNanoseconds = 1'000'000'000L / kCommonSampleRate * ClockedAudioPort::kBlockFrames;
+// Multiplied first: 1e9 / 48000 truncates to 20833 ns a frame, and the port would run 16 ppm fast.
+constexpr long kBlockNanoseconds = 1'000'000'000L * ClockedAudioPort::kBlockFrames / kCommonSampleRate;
+static_assert(kBlockNanoseconds * kCommonSampleRate == 1'000'000'000L * ClockedAudioPort::kBlockFrames);
 
 void advance(timespec& at, long nanoseconds) {
   at.tv_nsec += nanoseconds;
