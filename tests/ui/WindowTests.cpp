@@ -47,7 +47,9 @@ class Window : public ::testing::Test {
     static int argc = 1;
     static char name[] = "tavorin_ui_tests";
     static char* argv[] = {name, nullptr};
-    static QGuiApplication application(argc, argv);
+    // Never destroyed: Qt's exit routines would run after the statics they use are gone.
+    static QGuiApplication* application = new QGuiApplication(argc, argv);
+    (void)application;
   }
 
   void SetUp() override {
