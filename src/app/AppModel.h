@@ -33,6 +33,7 @@
 #include "sources/SourceLifecycle.h"
 #include "stores/LayoutStore.h"
 #include "stores/MixerSettingsStore.h"
+#include "stores/PreferenceKeys.h"
 #include "stores/Preferences.h"
 #include "stores/RecordingsRoot.h"
 #include "stores/SessionStore.h"
@@ -140,6 +141,9 @@ class AppModel {
   bool isParked(const std::string& id) const { return sourceLifecycle.isParked(id); }
 
   SessionState currentSession() const { return sessionKeeper_.current(); }
+  // The window's place and size as it was left; null before a window was ever closed.
+  Json windowState() const { return preferences_.getJSON(prefkey::windowState).value_or(Json()); }
+  void setWindowState(Json state) { preferences_.setJSON(prefkey::windowState, std::move(state)); }
   const ShowFolder& showFolder() const { return showFolder_; }
   MainQueue& queue() const { return queue_; }
 

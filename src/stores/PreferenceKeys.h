@@ -65,4 +65,7 @@ inline constexpr std::string_view layoutsList = "layoutsList";
 inline constexpr std::string_view monitorHeight = "monitorHeight";
 inline constexpr std::string_view studioCompactList = "tvStudioCompactList";
 
+// Object: the main window's place and size ("x", "y", "width", "height", "maximized").
+inline constexpr std::string_view windowState = "Tavorin.windowState";
+
 }  // namespace tavorin::prefkey

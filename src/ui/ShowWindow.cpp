@@ -1,6 +1,8 @@
 #include "ui/ShowWindow.h"
 
+#include <QGuiApplication>
 #include <QQmlContext>
+#include <QScreen>
 #include <QQuickWindow>
 #include <QUrl>
 
@@ -55,9 +57,35 @@ ShowWindow::ShowWindow(AppModel& model)
   context->setContextProperty("inspector", &inspector_);
   context->setContextProperty("status", &status_);
   engine_->load(QUrl("qrc:/tavorin/qml/Main.qml"));
+  restoreGeometry();
+}
+
+void ShowWindow::restoreGeometry() {
+  QQuickWindow* shown = window();
+  const Json state = model_.windowState();
+  if (!shown || !state.is_object()) return;
+  const QRect wanted(state.value("x", 0), state.value("y", 0), state.value("width", 0), state.value("height", 0));
+  // A place on a screen that is gone, or a size below the window's least, is not restored.
+  QScreen* screen = QGuiApplication::screenAt(wanted.center());
+  if (wanted.width() >= shown->minimumWidth() && wanted.height() >= shown->minimumHeight() && screen) {
+    shown->setGeometry(wanted);
+  }
+  if (state.value("maximized", false)) shown->showMaximized();
+}
+
+void ShowWindow::saveGeometry() {
+  QQuickWindow* shown = window();
+  if (!shown) return;
+  const QRect at = shown->geometry();
+  model_.setWindowState(Json{{"x", at.x()},
+                             {"y", at.y()},
+                             {"width", at.width()},
+                             {"height", at.height()},
+                             {"maximized", shown->windowStates().testFlag(Qt::WindowMaximized)}});
 }
 
 ShowWindow::~ShowWindow() {
+  saveGeometry();
   // The scene goes before the bridges it reads.
   engine_.reset();
   MonitorItem::setFeed({});

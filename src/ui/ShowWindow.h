@@ -17,7 +17,7 @@ namespace tavorin {
 class AppModel;
 
 // The operator's main window over a started model: the views' bridges, the
-// monitors' feed and the QML scene. Main thread only.
+// monitors' feed and the QML scene; it remembers its place and size. Main thread only.
 class ShowWindow {
  public:
   explicit ShowWindow(AppModel& model);
@@ -36,6 +36,10 @@ class ShowWindow {
   StatusBridge& status() { return status_; }
 
  private:
+  // The window comes back where the operator left it (in the preferences).
+  void restoreGeometry();
+  void saveGeometry();
+
   AppModel& model_;
   SwitcherBridge switcher_;
   SceneListModel scenes_;
