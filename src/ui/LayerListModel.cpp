@@ -121,6 +121,32 @@ bool LayerListModel::selectedLocked() const {
   return layer && layer->locked;
 }
 
+QRectF LayerListModel::selectedCrop() const {
+  const LayerState* layer = find(selectedID());
+  if (!layer) return {0, 0, 1, 1};
+  const Rect& c = layer->cropRect;
+  return {c.origin.x, c.origin.y, c.size.width, c.size.height};
+}
+
+void LayerListModel::cropSelected(const QRectF& startBox, const QRectF& startCrop, const QRectF& box) {
+  if (startBox.width() <= 0 || startBox.height() <= 0) return;
+  // Source units per canvas unit, from where the drag began.
+  const double sx = startCrop.width() / startBox.width(), sy = startCrop.height() / startBox.height();
+  const double left = std::clamp(startCrop.left() + (box.left() - startBox.left()) * sx, 0.0, 1.0);
+  const double top = std::clamp(startCrop.top() + (box.top() - startBox.top()) * sy, 0.0, 1.0);
+  const double right = std::clamp(startCrop.right() + (box.right() - startBox.right()) * sx, 0.0, 1.0);
+  const double bottom = std::clamp(startCrop.bottom() + (box.bottom() - startBox.bottom()) * sy, 0.0, 1.0);
+  if (right - left < 0.01 || bottom - top < 0.01) return;
+  // The box keeps to what is left of the source: it cannot grow past its edges.
+  const QRectF placed(startBox.left() + (left - startCrop.left()) / sx, startBox.top() + (top - startCrop.top()) / sy,
+                      (right - left) / sx, (bottom - top) / sy);
+  change(selectedID(), [&](LayerState& layer) {
+    layer.cropRect = Rect{{left, top}, {right - left, bottom - top}};
+    layer.center = {placed.center().x(), placed.center().y()};
+    layer.size = {placed.width(), placed.height()};
+  });
+}
+
 void LayerListModel::select(const QString& id) {
   model_.editor.selectLayer(id.isEmpty() ? std::nullopt : Uuid::parse(id.toStdString()));
 }

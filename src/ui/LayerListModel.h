@@ -22,6 +22,8 @@ class LayerListModel : public QAbstractListModel {
   Q_PROPERTY(QRectF selectedBox READ selectedBox NOTIFY selectionChanged)
   Q_PROPERTY(double selectedRotation READ selectedRotation NOTIFY selectionChanged)
   Q_PROPERTY(bool selectedLocked READ selectedLocked NOTIFY selectionChanged)
+  // The part of the source the selected layer shows, 0..1 of the source.
+  Q_PROPERTY(QRectF selectedCrop READ selectedCrop NOTIFY selectionChanged)
 
  public:
   enum Role { idRole = Qt::UserRole + 1, nameRole, hiddenRole, lockedRole, selectedRole };
@@ -38,6 +40,7 @@ class LayerListModel : public QAbstractListModel {
   QRectF selectedBox() const;
   double selectedRotation() const;
   bool selectedLocked() const;
+  QRectF selectedCrop() const;
 
   Q_INVOKABLE void select(const QString& id);
   // The topmost unlocked visible layer whose box holds the point; none clears the selection.
@@ -53,6 +56,11 @@ class LayerListModel : public QAbstractListModel {
   // the canvas's when `snap` (the drag of a whole box; a resize snaps none).
   Q_INVOKABLE void setSelectedBox(const QRectF& box, bool snap);
   Q_INVOKABLE void setSelectedRotation(double radians);
+  // A corner dragged with the crop modifier: the box becomes `box` and the
+  // crop follows it, so the picture keeps its scale and place and only what
+  // lies outside the new box is cut away. `startBox` and `startCrop` are the
+  // layer's when the drag began.
+  Q_INVOKABLE void cropSelected(const QRectF& startBox, const QRectF& startCrop, const QRectF& box);
 
  Q_SIGNALS:
   void countChanged();

@@ -195,6 +195,20 @@ TEST_F(Window, InspectorEditsTheSelectedLayerInPixelsDegreesAndPercent) {
       << "a new width keeps the left edge";
 }
 
+TEST_F(Window, CroppingACornerCutsThePictureWithoutScalingIt) {
+  LayerListModel& layers = window_->layers();
+  layers.select(QString::fromStdString(model().switcher.previewScene->layers.front().id.toString()));
+  const QRectF box = layers.selectedBox(), whole(0, 0, 1, 1);
+  // The right edge in by a fifth of the box; then past the source's left edge, which holds.
+  layers.cropSelected(box, whole, box.adjusted(0, 0, -box.width() / 5, 0));
+  EXPECT_NEAR(layers.selectedCrop().right(), 0.8, 1e-9);
+  EXPECT_NEAR(layers.selectedBox().left(), box.left(), 1e-9);
+  EXPECT_NEAR(layers.selectedBox().width(), box.width() * 0.8, 1e-9);
+  layers.cropSelected(box, whole, box.adjusted(-0.1, 0, 0, 0));
+  EXPECT_NEAR(layers.selectedCrop().left(), 0, 1e-9);
+  EXPECT_NEAR(layers.selectedBox().left(), box.left(), 1e-9) << "the box stops at the picture's edge";
+}
+
 TEST(WindowRunner, QuitsThroughTheQuitPathAndSavesTheSession) {
   testing::TempDir dir;
   setenv("QT_QPA_PLATFORM", "offscreen", 0);

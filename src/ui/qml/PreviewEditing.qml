@@ -2,7 +2,8 @@ import QtQuick
 
 // Direct manipulation on the Preview monitor: click selects the layer under
 // the pointer, a drag moves it (snapping to the centre and edges), the corner
-// handles resize it (aspect kept unless Shift is held), the round handle
+// handles resize it (aspect kept unless Shift is held) or, with Alt or Ctrl,
+// crop it, the round handle
 // above rotates it, and a source dropped here becomes a new layer.
 Item {
     id: root
@@ -78,10 +79,23 @@ Item {
                     anchors.fill: parent
                     anchors.margins: -4
                     property rect startBox
-                    onPressed: startBox = layers.selectedBox
+                    property rect startCrop
+                    onPressed: {
+                        startBox = layers.selectedBox
+                        startCrop = layers.selectedCrop
+                    }
                     onPositionChanged: (mouse) => {
                         const at = mapToItem(root, mouse.x, mouse.y)
                         const p = root.toCanvas(at.x, at.y)
+                        if (mouse.modifiers & (Qt.AltModifier | Qt.ControlModifier)) {
+                            // The dragged corner moves; the other three stay.
+                            const l = handle.modelData.x ? startBox.x : Math.min(p.x, startBox.x + startBox.width - 0.01)
+                            const t = handle.modelData.y ? startBox.y : Math.min(p.y, startBox.y + startBox.height - 0.01)
+                            const r = handle.modelData.x ? Math.max(p.x, startBox.x + 0.01) : startBox.x + startBox.width
+                            const b = handle.modelData.y ? Math.max(p.y, startBox.y + 0.01) : startBox.y + startBox.height
+                            layers.cropSelected(startBox, startCrop, Qt.rect(l, t, r - l, b - t))
+                            return
+                        }
                         // The opposite corner stays where it is.
                         const ax = handle.modelData.x ? startBox.x : startBox.x + startBox.width
                         const ay = handle.modelData.y ? startBox.y : startBox.y + startBox.height

@@ -21,6 +21,7 @@ Popup {
                 "Ctrl+1 – 9", "Take scene to Program",
                 "Delete", "Delete the selected layer",
                 "Shift (while resizing)", "Free the aspect ratio",
+                "Alt or Ctrl (on a corner)", "Crop instead of resize",
                 "G", "Show or hide the safe areas",
                 "F1, ?", "This list"
             ]
