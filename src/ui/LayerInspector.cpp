@@ -202,3 +202,27 @@ void LayerInspector::setValue(const QString& key, const QVariant& value) {
 }
 
 }  // namespace tavorin
+
+namespace tavorin {
+
+void LayerInspector::setPickingKey(const QString& key) {
+  if (key == pickingKey_) return;
+  pickingKey_ = key;
+  Q_EMIT pickingChanged();
+}
+
+void LayerInspector::pickFromPreview(double x, double y) {
+  const QString key = pickingKey_;
+  setPickingKey({});
+  const FrameRef frame = model_.engine ? model_.engine->newestFrame(tavorin::Canvas::preview) : nullptr;
+  if (key.isEmpty() || !frame || x < 0 || x >= 1 || y < 0 || y >= 1) return;
+  const std::uint8_t* pixel = frame->row(static_cast<int>(y * frame->height())) + static_cast<int>(x * frame->width()) * 4;
+  // Premultiplied BGRA: the colour itself is the stored one over its alpha.
+  const double alpha = pixel[3] / 255.0;
+  if (alpha <= 0) return;
+  auto channel = [&](std::uint8_t v) { return std::min(1.0, v / 255.0 / alpha); };
+  setValue(key, QColor::fromRgbF(static_cast<float>(channel(pixel[2])), static_cast<float>(channel(pixel[1])),
+                                 static_cast<float>(channel(pixel[0]))));
+}
+
+}  // namespace tavorin

@@ -18,6 +18,8 @@ class LayerInspector : public QObject {
   Q_OBJECT
   Q_PROPERTY(bool active READ active NOTIFY changed)
   Q_PROPERTY(QVariantList fields READ fields NOTIFY changed)
+  // A colour field waiting for a click on the Preview monitor; empty when none.
+  Q_PROPERTY(QString pickingKey READ pickingKey WRITE setPickingKey NOTIFY pickingChanged)
 
  public:
   explicit LayerInspector(AppModel& model, QObject* parent = nullptr);
@@ -26,12 +28,19 @@ class LayerInspector : public QObject {
   QVariantList fields() const;
   // Unknown keys and values of the wrong kind change nothing.
   Q_INVOKABLE void setValue(const QString& key, const QVariant& value);
+  QString pickingKey() const { return pickingKey_; }
+  void setPickingKey(const QString& key);
+  // The colour the Preview picture has at (x, y) in canvas units goes to the
+  // field being picked (a key colour taken from the very picture), and the pick ends.
+  Q_INVOKABLE void pickFromPreview(double x, double y);
 
  Q_SIGNALS:
   void changed();
+  void pickingChanged();
 
  private:
   AppModel& model_;
+  QString pickingKey_;
   std::vector<Subscription> subscriptions_;
 };
 

@@ -195,6 +195,18 @@ TEST_F(Window, InspectorEditsTheSelectedLayerInPixelsDegreesAndPercent) {
       << "a new width keeps the left edge";
 }
 
+TEST_F(Window, AKeyColourIsPickedFromThePreviewPicture) {
+  ASSERT_TRUE(shows(centre(item("previewMonitorPicture")), Qt::blue));
+  model().editor.selectLayer(model().switcher.previewScene->layers.front().id);
+  LayerInspector& inspector = window_->inspector();
+  inspector.setPickingKey("keyColor");
+  inspector.pickFromPreview(0.5, 0.5);
+  const RGBAColor key = model().switcher.previewScene->layers.front().keyColor;
+  EXPECT_NEAR(key.b, 1, 0.02);
+  EXPECT_NEAR(key.r + key.g, 0, 0.02);
+  EXPECT_TRUE(inspector.pickingKey().isEmpty()) << "one click picks once";
+}
+
 TEST_F(Window, CroppingACornerCutsThePictureWithoutScalingIt) {
   LayerListModel& layers = window_->layers();
   layers.select(QString::fromStdString(model().switcher.previewScene->layers.front().id.toString()));

@@ -80,18 +80,30 @@ Rectangle {
     }
     Component {
         id: colorEditor
-        Rectangle {
-            height: 22
-            radius: 3
-            color: parent.field.value
-            border.color: theme.line
-            MouseArea {
-                anchors.fill: parent
-                onClicked: {
-                    colorDialog.key = parent.parent.field.key
-                    colorDialog.selectedColor = parent.color
-                    colorDialog.open()
+        RowLayout {
+            readonly property var field: parent.field
+            Rectangle {
+                Layout.fillWidth: true
+                height: 22
+                radius: 3
+                color: parent.field.value
+                border.color: theme.line
+                MouseArea {
+                    anchors.fill: parent
+                    onClicked: {
+                        colorDialog.key = parent.parent.field.key
+                        colorDialog.selectedColor = parent.color
+                        colorDialog.open()
+                    }
                 }
+            }
+            Button {
+                text: "Pick"
+                checkable: true
+                checked: inspector.pickingKey === parent.field.key
+                ToolTip.visible: hovered
+                ToolTip.text: "Click the Preview monitor to take its colour there"
+                onClicked: inspector.pickingKey = checked ? parent.field.key : ""
             }
         }
     }

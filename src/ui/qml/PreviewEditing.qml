@@ -36,8 +36,13 @@ Item {
         property point start
         property rect startBox
         property bool dragging: false
+        cursorShape: inspector.pickingKey !== "" ? Qt.CrossCursor : Qt.ArrowCursor
         onPressed: (mouse) => {
             const at = root.toCanvas(mouse.x, mouse.y)
+            if (inspector.pickingKey !== "") {
+                inspector.pickFromPreview(at.x, at.y)
+                return
+            }
             layers.select(layers.layerAt(at.x, at.y))
             dragging = layers.selectedID !== "" && !layers.selectedLocked
             start = at
