@@ -56,6 +56,13 @@ QVariant LayerListModel::data(const QModelIndex& index, int role) const {
     case hiddenRole: return layer.hidden;
     case lockedRole: return layer.locked;
     case selectedRole: return model_.editor.selectedLayerID.get() == layer.id;
+    case groupIDRole: return layer.groupID ? QString::fromStdString(layer.groupID->toString()) : QString();
+    case groupNameRole:
+      if (!layer.groupID) return QString();
+      for (const LayerGroup& group : model_.switcher.previewScene->groups) {
+        if (group.id == *layer.groupID) return QString::fromStdString(group.name);
+      }
+      return QString();
   }
   return {};
 }
@@ -185,6 +192,38 @@ void LayerListModel::move(int from, int to) {
   order.erase(order.begin() + from);
   order.insert(order.begin() + to, moved);
   model_.editor.applyLayerOrder(order);
+}
+
+void LayerListModel::groupWithNext(int row) {
+  if (row < 0 || row + 1 >= rowCount()) return;
+  const LayerState& below = layers_[static_cast<std::size_t>(row + 1)];
+  const Uuid layerID = layers_[static_cast<std::size_t>(row)].id;
+  if (below.groupID) {
+    model_.editor.moveIntoGroup(layerID, *below.groupID);
+  } else {
+    model_.editor.groupLayers({layerID, below.id});
+  }
+}
+
+void LayerListModel::leaveGroup(const QString& layerID) {
+  if (const auto id = Uuid::parse(layerID.toStdString())) model_.editor.removeFromGroup(*id);
+}
+
+void LayerListModel::renameGroup(const QString& groupID, const QString& name) {
+  const auto id = Uuid::parse(groupID.toStdString());
+  if (id && !name.trimmed().isEmpty()) model_.editor.renameGroup(*id, name.trimmed().toStdString());
+}
+
+void LayerListModel::setGroupHidden(const QString& groupID, bool hidden) {
+  if (const auto id = Uuid::parse(groupID.toStdString())) model_.editor.setGroupHidden(*id, hidden);
+}
+
+void LayerListModel::setGroupLocked(const QString& groupID, bool locked) {
+  if (const auto id = Uuid::parse(groupID.toStdString())) model_.editor.setGroupLocked(*id, locked);
+}
+
+void LayerListModel::ungroup(const QString& groupID) {
+  if (const auto id = Uuid::parse(groupID.toStdString())) model_.editor.ungroup(*id);
 }
 
 void LayerListModel::setSelectedBox(const QRectF& box, bool snap) {

@@ -26,7 +26,7 @@ class LayerListModel : public QAbstractListModel {
   Q_PROPERTY(QRectF selectedCrop READ selectedCrop NOTIFY selectionChanged)
 
  public:
-  enum Role { idRole = Qt::UserRole + 1, nameRole, hiddenRole, lockedRole, selectedRole };
+  enum Role { idRole = Qt::UserRole + 1, nameRole, hiddenRole, lockedRole, selectedRole, groupIDRole, groupNameRole };
   // How near an edge or the centre a dragged box snaps, in canvas units.
   static constexpr double kSnapDistance = 0.012;
 
@@ -50,6 +50,14 @@ class LayerListModel : public QAbstractListModel {
   Q_INVOKABLE void remove(const QString& id);
   Q_INVOKABLE void setHidden(const QString& id, bool hidden);
   Q_INVOKABLE void setLocked(const QString& id, bool locked);
+  // Groups: a layer joins the one below it (their group, or a new one), or
+  // leaves its group; a group is renamed, hidden, locked or ungrouped as one.
+  Q_INVOKABLE void groupWithNext(int row);
+  Q_INVOKABLE void leaveGroup(const QString& layerID);
+  Q_INVOKABLE void renameGroup(const QString& groupID, const QString& name);
+  Q_INVOKABLE void setGroupHidden(const QString& groupID, bool hidden);
+  Q_INVOKABLE void setGroupLocked(const QString& groupID, bool locked);
+  Q_INVOKABLE void ungroup(const QString& groupID);
   // Moves the layer in the list (0 = top) and the stack with it.
   Q_INVOKABLE void move(int from, int to);
   // Puts the selected layer's box at `box`, snapping its edges and centre to

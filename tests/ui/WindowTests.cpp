@@ -221,6 +221,20 @@ TEST_F(Window, CroppingACornerCutsThePictureWithoutScalingIt) {
   EXPECT_NEAR(layers.selectedBox().left(), box.left(), 1e-9) << "the box stops at the picture's edge";
 }
 
+TEST_F(Window, LayersGroupHideAsOneAndUngroup) {
+  LayerListModel& layers = window_->layers();
+  layers.addLayer(QString::fromStdString(*model().switcher.previewScene->layers.front().sourceID), 0.2, 0.2);
+  ASSERT_EQ(layers.rowCount(), 2);
+  layers.groupWithNext(0);
+  const auto group = [&](int row) { return layers.data(layers.index(row), LayerListModel::groupIDRole).toString(); };
+  ASSERT_FALSE(group(0).isEmpty());
+  EXPECT_EQ(group(0), group(1));
+  layers.setGroupHidden(group(0), true);
+  for (const LayerState& layer : model().switcher.previewScene->layers) EXPECT_TRUE(layer.hidden);
+  layers.ungroup(group(0));
+  EXPECT_TRUE(group(0).isEmpty() && group(1).isEmpty());
+}
+
 TEST(WindowRunner, QuitsThroughTheQuitPathAndSavesTheSession) {
   testing::TempDir dir;
   setenv("QT_QPA_PLATFORM", "offscreen", 0);

@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 
-// The layers of Preview, top first: select, show or hide, lock, reorder, delete.
+// The layers of Preview, top first: select, show or hide, lock, reorder,
+// delete, and group (a group's header hides, locks, renames or ungroups it).
 Rectangle {
     id: root
     property Theme theme: Theme {}
@@ -21,6 +22,35 @@ Rectangle {
             clip: true
             spacing: 2
             model: layers
+            section.property: "groupID"
+            section.delegate: Rectangle {
+                id: header
+                required property string section
+                width: list.width
+                height: section === "" ? 0 : 26
+                visible: section !== ""
+                color: theme.window
+                RowLayout {
+                    anchors.fill: parent
+                    anchors.leftMargin: 4
+                    Text {
+                        text: "Group"
+                        color: theme.dim
+                        font.pixelSize: 11
+                        Layout.fillWidth: true
+                        MouseArea { anchors.fill: parent; onDoubleClicked: groupName.openFor(0, "") }
+                    }
+                    ToolButton { text: "Hide"; font.pixelSize: 10; onClicked: layers.setGroupHidden(header.section, true) }
+                    ToolButton { text: "Show"; font.pixelSize: 10; onClicked: layers.setGroupHidden(header.section, false) }
+                    ToolButton { text: "Lock"; font.pixelSize: 10; onClicked: layers.setGroupLocked(header.section, true) }
+                    ToolButton { text: "Ungroup"; font.pixelSize: 10; onClicked: layers.ungroup(header.section) }
+                }
+                NameDialog {
+                    id: groupName
+                    title: "Rename group"
+                    onNamed: (row, name) => layers.renameGroup(header.section, name)
+                }
+            }
             delegate: Rectangle {
                 id: row
                 required property int index
@@ -29,17 +59,31 @@ Rectangle {
                 required property bool hidden
                 required property bool locked
                 required property bool selected
+                required property string groupID
+                required property string groupName
                 width: list.width
                 height: 30
                 radius: 3
                 color: selected ? theme.selected : theme.raised
-                MouseArea { anchors.fill: parent; onClicked: layers.select(row.layerID) }
+                MouseArea {
+                    anchors.fill: parent
+                    acceptedButtons: Qt.LeftButton | Qt.RightButton
+                    onClicked: (mouse) => {
+                        layers.select(row.layerID)
+                        if (mouse.button === Qt.RightButton) menu.popup()
+                    }
+                }
+                Menu {
+                    id: menu
+                    MenuItem { text: "Group with the layer below"; enabled: row.index < layers.count - 1; onTriggered: layers.groupWithNext(row.index) }
+                    MenuItem { text: "Leave the group"; enabled: row.groupID !== ""; onTriggered: layers.leaveGroup(row.layerID) }
+                }
                 RowLayout {
                     anchors.fill: parent
                     anchors.leftMargin: 6
                     spacing: 2
                     Text {
-                        text: row.name
+                        text: (row.groupID !== "" ? "   " : "") + row.name + (row.groupName !== "" ? "  · " + row.groupName : "")
                         color: row.hidden ? theme.dim : theme.text
                         elide: Text.ElideRight
                         Layout.fillWidth: true
