@@ -56,20 +56,21 @@ QVariant LayerListModel::data(const QModelIndex& index, int role) const {
     case hiddenRole: return layer.hidden;
     case lockedRole: return layer.locked;
     case selectedRole: return model_.editor.selectedLayerID.get() == layer.id;
-    case groupIDRole: return layer.groupID ? QString::fromStdString(layer.groupID->toString()) : QString();
+    // Empty rather than null strings: QML reads a null one as no value at all.
+    case groupIDRole: return layer.groupID ? QString::fromStdString(layer.groupID->toString()) : QString("");
     case groupNameRole:
-      if (!layer.groupID) return QString();
+      if (!layer.groupID) return QString("");
       for (const LayerGroup& group : model_.switcher.previewScene->groups) {
         if (group.id == *layer.groupID) return QString::fromStdString(group.name);
       }
-      return QString();
+      return QString("");
   }
   return {};
 }
 
 QHash<int, QByteArray> LayerListModel::roleNames() const {
   return {{idRole, "layerID"}, {nameRole, "name"}, {hiddenRole, "hidden"}, {lockedRole, "locked"},
-          {selectedRole, "selected"}};
+          {selectedRole, "selected"}, {groupIDRole, "groupID"}, {groupNameRole, "groupName"}};
 }
 
 void LayerListModel::reload() {

@@ -30,6 +30,19 @@ bool pumpUntil(const std::function<bool()>& done, double seconds = 10) {
   return true;
 }
 
+// Warnings from the window's own QML (a delegate that cannot be made, a
+// binding to something missing) fail the test that caused them.
+std::vector<std::string>& qmlWarnings() {
+  static std::vector<std::string> warnings;
+  return warnings;
+}
+
+void recordQmlWarnings(QtMsgType type, const QMessageLogContext&, const QString& message) {
+  if (type != QtDebugMsg && type != QtInfoMsg && message.contains("qrc:/tavorin/")) {
+    qmlWarnings().push_back(message.toStdString());
+  }
+}
+
 std::filesystem::path writeColour(const std::filesystem::path& path, std::uint8_t b, std::uint8_t g, std::uint8_t r) {
   auto buffer = PixelBuffer::make(320, 180);
   buffer->fill(b, g, r, 255);
@@ -50,6 +63,7 @@ class Window : public ::testing::Test {
     // Never destroyed: Qt's exit routines would run after the statics they use are gone.
     static QGuiApplication* application = new QGuiApplication(argc, argv);
     (void)application;
+    qInstallMessageHandler(recordQmlWarnings);
   }
 
   void SetUp() override {
@@ -86,6 +100,8 @@ class Window : public ::testing::Test {
 
   void TearDown() override {
     window_.reset();
+    for (const auto& warning : qmlWarnings()) ADD_FAILURE() << warning;
+    qmlWarnings().clear();
     bool closed = true;
     if (runtime_) runtime_->finish(closed);
   }
