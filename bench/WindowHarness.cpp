@@ -98,7 +98,7 @@ int main(int argc, char** argv) {
     if (!window.window()) return 1;
     window.window()->resize(1366, 768);
     platform = QGuiApplication::platformName().toStdString() + ", " +
-               (QQuickWindow::graphicsApi() == QSGRendererInterface::Software ? "software" : "OpenGL") +
+               (window.window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software ? "software" : "OpenGL") +
                " scene graph";
     with = measure(model, seconds);
     latencies = MonitorItem::programLatencies();
