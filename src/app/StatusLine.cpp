@@ -1,21 +1,14 @@
 #include "app/StatusLine.h"
 
-#include <time.h>
-
 #include <cstdio>
 
 #include "app/AppModel.h"
 #include "base/HostTime.h"
+#include "base/ProcessTime.h"
 
 namespace tavorin {
 
 namespace {
-
-double processCpuSeconds() {
-  timespec ts{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
-}
 
 std::string clockText(int seconds) {
   char text[32];

@@ -56,7 +56,7 @@ std::vector<double> MonitorItem::programLatencies() {
 void MonitorItem::swapped() {
   // The render thread, after the swap (the GUI thread with the basic render loop).
   const double painted = paintedTime_;
-  if (painted < 0 || canvas_ != "program") return;
+  if (painted < 0 || !isProgram_.load(std::memory_order_relaxed)) return;
   paintedTime_ = -1;
   Latencies& log = programLatencyLog();
   std::lock_guard hold(log.lock);
@@ -71,6 +71,7 @@ void MonitorItem::swapped() {
 void MonitorItem::setCanvas(const QString& canvas) {
   if (canvas == canvas_) return;
   canvas_ = canvas;
+  isProgram_.store(canvas == "program", std::memory_order_relaxed);
   frame_.reset();
   shownGeneration_ = 0;
   frameChanged_ = true;

@@ -2,6 +2,7 @@
 
 #include <QQuickItem>
 #include <QTimer>
+#include <atomic>
 #include <vector>
 
 #include "base/PixelBuffer.h"
@@ -56,7 +57,9 @@ class MonitorItem : public QQuickItem {
   std::uint64_t shownGeneration_ = 0;
   bool frameChanged_ = false;
   std::uint64_t watchToken_ = 0;
-  double paintedTime_ = -1;  // the composition time of the picture last painted, until its swap
+  // Render thread: the composition time of the picture last painted, until its swap.
+  double paintedTime_ = -1;
+  std::atomic<bool> isProgram_{false};  // read at the swap, on the render thread
   QMetaObject::Connection swapConnection_;
 };
 

@@ -1,19 +1,12 @@
 #include "ui/StatusBridge.h"
 
-#include <time.h>
-
 #include "app/AppModel.h"
 #include "base/HostTime.h"
+#include "base/ProcessTime.h"
 
 namespace tavorin {
 
 namespace {
-
-double processCpuSeconds() {
-  timespec ts{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
-}
 
 QString clockText(int seconds) {
   return QString("%1:%2:%3")
