@@ -9,6 +9,7 @@ SceneListModel::SceneListModel(AppModel& model, QObject* parent) : QAbstractList
   subscriptions_.push_back(model.layoutStore.layouts.subscribe([this](const auto&) { reload(); }));
   subscriptions_.push_back(model.switcher.programScene.subscribe([this](const auto&) { retally(); }));
   subscriptions_.push_back(model.switcher.loadedLayoutID.subscribe([this](const auto&) { retally(); }));
+  subscriptions_.push_back(model.switcher.previewScene.subscribe([this](const auto&) { retally(); }));
 }
 
 int SceneListModel::rowCount(const QModelIndex& parent) const {
@@ -27,7 +28,9 @@ QVariant SceneListModel::data(const QModelIndex& index, int role) const {
     case Qt::DisplayRole:
     case nameRole: return QString::fromStdString(scene->name);
     case onProgramRole: return model_.switcher.programScene->id == scene->id;
-    case onPreviewRole: return model_.switcher.loadedLayoutID.get() == scene->id;
+    // After a take Preview holds the scene that left Program, a copy with its id.
+    case onPreviewRole:
+      return model_.switcher.loadedLayoutID.get() == scene->id || model_.switcher.previewScene->id == scene->id;
   }
   return {};
 }
