@@ -4,6 +4,7 @@
 #include <QQuickWindow>
 #include <QSGSimpleTextureNode>
 #include <QSGTexture>
+#include <algorithm>
 #include <mutex>
 
 #include "base/HostTime.h"
@@ -79,6 +80,13 @@ void MonitorItem::setCanvas(const QString& canvas) {
   Q_EMIT canvasChanged();
   Q_EMIT hasPictureChanged();
   update();
+}
+
+void MonitorItem::setPollInterval(int milliseconds) {
+  milliseconds = std::max(milliseconds, kPollMilliseconds);
+  if (milliseconds == poll_.interval()) return;
+  poll_.setInterval(milliseconds);
+  Q_EMIT pollIntervalChanged();
 }
 
 void MonitorItem::updateWatch() {

@@ -19,6 +19,9 @@ class MonitorItem : public QQuickItem {
   // The picture's place inside the item, in item coordinates: where the canvas's 0..1 lies.
   Q_PROPERTY(QRectF pictureRect READ pictureRect NOTIFY pictureRectChanged)
   Q_PROPERTY(bool hasPicture READ hasPicture NOTIFY hasPictureChanged)
+  // How often it looks for a new picture, in ms: a display refresh for the
+  // monitors, a slow pace for thumbnails of sources that publish at full rate.
+  Q_PROPERTY(int pollInterval READ pollInterval WRITE setPollInterval NOTIFY pollIntervalChanged)
 
  public:
   explicit MonitorItem(QQuickItem* parent = nullptr);
@@ -35,11 +38,14 @@ class MonitorItem : public QQuickItem {
   void setCanvas(const QString& canvas);
   QRectF pictureRect() const;
   bool hasPicture() const { return frame_ != nullptr; }
+  int pollInterval() const { return poll_.interval(); }
+  void setPollInterval(int milliseconds);
 
  Q_SIGNALS:
   void canvasChanged();
   void pictureRectChanged();
   void hasPictureChanged();
+  void pollIntervalChanged();
 
  protected:
   QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;

@@ -150,7 +150,10 @@ void SharedEncoders::tellVideoChanged() {
 
 std::map<std::string, double> SharedEncoders::videoRates() const {
   std::map<std::string, double> rates;
-  for (const auto& encoder : *videoSnapshot()) {
+  // Held for the loop: a range over *videoSnapshot() would outlive the list
+  // that an encoder joining on another thread replaces.
+  const auto encoders = videoSnapshot();
+  for (const auto& encoder : *encoders) {
     double& rate = rates[encoder->canvas()];
     rate = std::max(rate, encoder->encoding().frameRate);
   }

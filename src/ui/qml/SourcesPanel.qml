@@ -61,6 +61,8 @@ Rectangle {
                     id: thumb
                     anchors { left: parent.left; verticalCenter: parent.verticalCenter; margins: 4 }
                     width: 64; height: 36
+                    // A camera publishes 30 pictures a second; a thumbnail needs two.
+                    pollInterval: 500
                     canvas: "source:" + row.sourceID
                 }
                 Column {
