@@ -2,7 +2,6 @@
 
 #include <QColor>
 #include <QStringList>
-#include <QVariantMap>
 #include <cmath>
 #include <functional>
 #include <numbers>
@@ -167,26 +166,52 @@ PixelCanvas canvasOf(const AppModel& model) {
 
 }  // namespace
 
-LayerInspector::LayerInspector(AppModel& model, QObject* parent) : QObject(parent), model_(model) {
-  auto changed = [this](const auto&) { Q_EMIT this->changed(); };
+LayerInspector::LayerInspector(AppModel& model, QObject* parent) : QAbstractListModel(parent), model_(model) {
+  auto changed = [this](const auto&) { refresh(); };
   subscriptions_.push_back(model.switcher.previewScene.subscribe(changed));
   subscriptions_.push_back(model.editor.selectedLayerID.subscribe(changed));
+  refresh();
 }
 
-bool LayerInspector::active() const { return model_.editor.selectedLayer() != nullptr; }
-
-QVariantList LayerInspector::fields() const {
-  QVariantList rows;
+void LayerInspector::refresh() {
   const LayerState* layer = model_.editor.selectedLayer();
-  if (!layer) return rows;
-  const PixelCanvas canvas = canvasOf(model_);
-  for (const Field& field : table()) {
-    rows.append(QVariantMap{{"key", field.key},       {"label", field.label}, {"kind", field.kind},
-                            {"unit", field.unit},     {"min", field.min},     {"max", field.max},
-                            {"step", field.step},     {"choices", field.choices},
-                            {"value", field.get(*layer, canvas)}});
+  const bool wasActive = shown_.has_value();
+  if (layer && wasActive && *layer == *shown_) return;
+  if (layer && wasActive) {
+    shown_ = *layer;
+    Q_EMIT dataChanged(index(0), index(rowCount() - 1), {valueRole});
+    return;
   }
-  return rows;
+  beginResetModel();
+  shown_ = layer ? std::optional<LayerState>(*layer) : std::nullopt;
+  endResetModel();
+  if (wasActive != shown_.has_value()) Q_EMIT activeChanged();
+}
+
+int LayerInspector::rowCount(const QModelIndex& parent) const {
+  return parent.isValid() || !shown_ ? 0 : static_cast<int>(table().size());
+}
+
+QVariant LayerInspector::data(const QModelIndex& index, int role) const {
+  if (!shown_ || index.row() < 0 || index.row() >= rowCount()) return {};
+  const Field& field = table()[static_cast<std::size_t>(index.row())];
+  switch (role) {
+    case keyRole: return QString(field.key);
+    case labelRole: return QString(field.label);
+    case kindRole: return QString(field.kind);
+    case unitRole: return QString(field.unit);
+    case minRole: return field.min;
+    case maxRole: return field.max;
+    case stepRole: return field.step;
+    case choicesRole: return field.choices;
+    case valueRole: return field.get(*shown_, canvasOf(model_));
+  }
+  return {};
+}
+
+QHash<int, QByteArray> LayerInspector::roleNames() const {
+  return {{keyRole, "key"},   {labelRole, "label"}, {kindRole, "kind"},       {unitRole, "unit"},  {minRole, "min"},
+          {maxRole, "max"},   {stepRole, "step"},   {choicesRole, "choices"}, {valueRole, "value"}};
 }
 
 void LayerInspector::setValue(const QString& key, const QVariant& value) {

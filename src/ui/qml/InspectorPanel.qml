@@ -26,14 +26,22 @@ Rectangle {
             Layout.fillHeight: true
             clip: true
             spacing: 2
-            model: inspector.fields
+            model: inspector
             delegate: RowLayout {
                 id: row
-                required property var modelData
+                required property string key
+                required property string label
+                required property string kind
+                required property string unit
+                required property real min
+                required property real max
+                required property real step
+                required property var choices
+                required property var value
                 width: list.width
                 height: 30
                 Text {
-                    text: row.modelData.label
+                    text: row.label
                     color: theme.text
                     font.pixelSize: 12
                     Layout.preferredWidth: 110
@@ -41,10 +49,12 @@ Rectangle {
                 }
                 Loader {
                     Layout.fillWidth: true
-                    sourceComponent: row.modelData.kind === "number" ? numberEditor
-                                   : row.modelData.kind === "bool" ? boolEditor
-                                   : row.modelData.kind === "choice" ? choiceEditor : colorEditor
-                    property var field: row.modelData
+                    sourceComponent: row.kind === "number" ? numberEditor
+                                   : row.kind === "bool" ? boolEditor
+                                   : row.kind === "choice" ? choiceEditor : colorEditor
+                    // The editors read one record; only its value changes while the layer moves.
+                    property var field: ({key: row.key, unit: row.unit, min: row.min, max: row.max, step: row.step,
+                                          choices: row.choices, value: row.value})
                 }
             }
         }
