@@ -23,6 +23,7 @@
 #include "app/ShowRuntime.h"
 #include "base/HostTime.h"
 #include "ui/MonitorItem.h"
+#include "ui/SceneGraphShare.h"
 #include "ui/ShowWindow.h"
 
 using namespace tavorin;
@@ -70,6 +71,7 @@ int main(int argc, char** argv) {
     setenv("QT_QUICK_BACKEND", "software", 0);
   }
   setenv("QT_XCB_GL_INTEGRATION", "xcb_egl", 0);
+  QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
   QGuiApplication application(argc, argv);
   QQuickStyle::setStyle("Basic");
 
@@ -81,7 +83,7 @@ int main(int argc, char** argv) {
   options.record = true;
   options.recordingsDir = dir / "recordings";
   GLibMainQueue queue;
-  ShowRuntime runtime(options, queue, [] { QCoreApplication::quit(); });
+  ShowRuntime runtime(options, queue, [] { QCoreApplication::quit(); }, sceneGraphShareGroup());
   if (!runtime.model()) {
     std::fprintf(stderr, "%s\n", runtime.failure().c_str());
     return 1;
@@ -99,7 +101,7 @@ int main(int argc, char** argv) {
     window.window()->resize(1366, 768);
     platform = QGuiApplication::platformName().toStdString() + ", " +
                (window.window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software ? "software" : "OpenGL") +
-               " scene graph";
+               " scene graph, monitors " + (model.engine->sharesTextures() ? "sample shared textures" : "upload pixels");
     with = measure(model, seconds);
     latencies = MonitorItem::programLatencies();
   }

@@ -15,11 +15,21 @@ namespace tavorin {
 
 namespace {
 
-// The process's one GPU context. It lives as long as the process: unloading
-// the driver at exit gains nothing.
-GLContext* processContext(std::string& failure) {
+// The process's one GPU context, in the window's share group when one is
+// given and can be joined. It lives as long as the process: unloading the
+// driver at exit gains nothing.
+GLContext* processContext(std::string& failure, const GLShareGroup& share = {}, std::string* shareFailure = nullptr) {
   static GLContext* context = nullptr;
   if (context) return context;
+  if (share.context != nullptr) {
+    try {
+      context = new GLContext(share);
+      context->releaseCurrent();
+      return context;
+    } catch (const GLFailure& error) {
+      if (shareFailure) *shareFailure = error.what();
+    }
+  }
   try {
     context = new GLContext;
     context->releaseCurrent();
@@ -31,7 +41,8 @@ GLContext* processContext(std::string& failure) {
 
 }  // namespace
 
-ShowRuntime::ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std::function<void()> quit)
+ShowRuntime::ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std::function<void()> quit,
+                         const GLShareGroup& share)
     : options_(options), queue_(queue), quit_(std::move(quit)) {
   keepMediaLogToErrors();
   // Before anything slow: a signal during start-up still takes the quit path.
@@ -42,7 +53,7 @@ ShowRuntime::ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std
       .preferencesFile = options.showDir ? *options.showDir / "preferences.json" : Preferences::defaultPath(),
       .queue = queue,
   };
-  environment.glContext = processContext(failure_);
+  environment.glContext = processContext(failure_, share, &shareFailure_);
   if (!environment.glContext) return;
   environment.useSecretService = true;
   // Without a PipeWire daemon the show runs silent rather than not at all.
@@ -64,6 +75,7 @@ void ShowRuntime::start(std::function<void(const std::string&)> echoLog) {
   model.start();
   model.appendLog("Show folder: " + model.showFolder().root().string());
   model.appendLog("GPU: " + processContext(failure_)->description());
+  if (!shareFailure_.empty()) model.appendLog(shareFailure_ + "; the monitors show copies of the pictures");
   if (!audio_) model.appendLog("Audio: " + audioError_ + " — the show runs without sound");
   if (options_.demo) demo_ = std::make_unique<DemoShow>(model, options_.takeEvery);
   if (options_.syncTest) syncTest_ = std::make_unique<SyncTestShow>(model);

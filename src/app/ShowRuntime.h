@@ -9,6 +9,7 @@
 #include "app/LaunchOptions.h"
 #include "app/SyncTestShow.h"
 #include "audio/AudioBackend.h"
+#include "platform/gl/GLShareGroup.h"
 #include "platform/loop/GLibMainQueue.h"
 
 namespace tavorin {
@@ -20,8 +21,10 @@ namespace tavorin {
 class ShowRuntime {
  public:
   // `quit` ends the main loop the runner serves; SIGINT, SIGTERM, SIGHUP and
-  // --seconds call it, and SIGUSR1 restarts the audio.
-  ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std::function<void()> quit);
+  // --seconds call it, and SIGUSR1 restarts the audio. A window gives its
+  // `share` group, so its monitors sample the compositor's textures.
+  ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std::function<void()> quit,
+              const GLShareGroup& share = {});
   ~ShowRuntime();
   ShowRuntime(const ShowRuntime&) = delete;
   ShowRuntime& operator=(const ShowRuntime&) = delete;
@@ -45,6 +48,7 @@ class ShowRuntime {
   std::function<void()> quit_;
   std::string failure_;
   std::string audioError_;
+  std::string shareFailure_;
   std::unique_ptr<AudioBackend> audio_;
   std::unique_ptr<AppModel> model_;
   std::unique_ptr<DemoShow> demo_;

@@ -12,6 +12,7 @@ namespace tavorin {
 // and how many ticks a second.
 struct CanvasDemand {
   std::uint32_t canvases = 0;  // one bit per Canvas
+  std::uint32_t pictures = 0;  // those someone takes as pixels in memory, read back from the GPU
   double rate = 0;             // 0 while nothing is consumed: the clock rests
 };
 
@@ -25,8 +26,9 @@ class CanvasConsumers {
   static constexpr double kEveryRefresh = std::numeric_limits<double>::infinity();
 
   // `rate` is in frames a second; below one (or not a number) counts as one,
-  // as the encoders count it.
-  ID add(Canvas canvas, double rate);
+  // as the encoders count it. A consumer without `pictures` (a monitor that
+  // draws its own copy on the GPU) needs the canvas drawn but not read back.
+  ID add(Canvas canvas, double rate, bool pictures = true);
   // Unknown or already removed ids are ignored.
   void remove(ID id);
 
@@ -38,6 +40,7 @@ class CanvasConsumers {
   struct Need {
     Canvas canvas;
     double rate;
+    bool pictures;
   };
   std::map<ID, Need> needs_;
   ID next_ = 1;

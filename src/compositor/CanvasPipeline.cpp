@@ -31,10 +31,11 @@ void CanvasPipeline::collectFinished() {
 
 PixelBufferRef CanvasPipeline::produce(GLCompositor& compositor, RenderPlan plan,
                                        const FrameSlotMap::Map& sources, SourceTextureCache& cache,
-                                       const MaskProvider& maskProvider) {
+                                       const MaskProvider& maskProvider, bool readBack) {
   drew_ = false;
   if (plan.layers.empty() || !target_.complete()) {
     valid_ = false;
+    unread_ = false;
     newest_.reset();
     frames_.clear();
     return nullptr;
@@ -54,13 +55,21 @@ PixelBufferRef CanvasPipeline::produce(GLCompositor& compositor, RenderPlan plan
       return texture;
     };
     compositor.render(plan, target_, provider, maskProvider);
-    readback_.begin(target_);
+    // A picture drawn while nobody read any is older than the target: it is not handed out.
+    if (readBack && unread_) newest_.reset();
+    unread_ = true;
     lastPlan_ = std::move(plan);
     lastGenerations_.swap(generations_);
     valid_ = true;
     drew_ = true;
   }
   frames_.clear();
+  if (!readBack) return nullptr;
+  if (unread_) {
+    if (!drew_) newest_.reset();
+    readback_.begin(target_);
+    unread_ = false;
+  }
   collectFinished();
   return newest_;
 }
@@ -71,6 +80,7 @@ namespace tavorin {
 
 PixelBufferRef CanvasPipeline::readTarget(bool drawnAnew) {
   if (drawnAnew) readback_.begin(target_);
+  unread_ = false;
   collectFinished();
   return newest_;
 }

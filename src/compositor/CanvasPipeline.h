@@ -25,9 +25,11 @@ class CanvasPipeline {
 
   // Draws the plan (or skips it) and returns the newest composed buffer,
   // which may be the previous tick's while the GPU finishes this one. Null
-  // for an empty plan or before a first frame is ready.
+  // for an empty plan or before a first frame is ready. Without `readBack`
+  // the picture stays on the GPU (for monitors) and null is returned; it is
+  // read back when next asked, drawn anew or not.
   PixelBufferRef produce(GLCompositor& compositor, RenderPlan plan, const FrameSlotMap::Map& sources,
-                         SourceTextureCache& cache, const MaskProvider& maskProvider);
+                         SourceTextureCache& cache, const MaskProvider& maskProvider, bool readBack = true);
 
   // The target of the last drawing, for a second pass over the same picture.
   const RenderTarget& target() const { return target_; }
@@ -36,6 +38,8 @@ class CanvasPipeline {
   PixelBufferRef readTarget(bool drawnAnew);
   // True when the last produce() drew rather than reused.
   bool drewLastTime() const { return drew_; }
+  // True when the target holds the last plan's picture.
+  bool hasPicture() const { return valid_; }
   // When the last produce() took its source frames: no picture in them is newer.
   double gatheredAt() const { return gatheredAt_; }
   // Forgets the last picture: the next plan is drawn whatever it is.
@@ -59,6 +63,7 @@ class CanvasPipeline {
   const RenderLayer* firstLayer_ = nullptr;
   bool drew_ = false;
   bool valid_ = false;
+  bool unread_ = false;  // the target holds a picture not yet read back
   double gatheredAt_ = 0;
 };
 

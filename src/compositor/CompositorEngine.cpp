@@ -62,6 +62,7 @@ CompositorEngine::CompositorEngine(GLContext& context, const FrameSlotMap& sourc
     : sources(sourceMap),
       maskProvider(noMask),
       context_(context),
+      monitors_(context.sharesTextures()),
       canvasPixels_(CanvasPixels{pixels(kFixedLandscape.width), pixels(kFixedLandscape.height)}),
       tickCanvas_(canvasPixels_.load()) {
   context_.makeCurrent();
@@ -107,10 +108,22 @@ CompositorEngine::ConsumerID CompositorEngine::addConsumer(Canvas canvas, double
 }
 
 void CompositorEngine::removeConsumer(ConsumerID id) {
+  monitors_.remove(id);
   std::lock_guard hold(consumersLock_);
   consumers_.remove(id);
   applyDemand();
 }
+
+CompositorEngine::ConsumerID CompositorEngine::addMonitor(Canvas canvas, int width, int height) {
+  std::lock_guard hold(consumersLock_);
+  // A monitor draws its own copy from the canvas on the GPU: the canvas itself is not read back for it.
+  const ConsumerID id = consumers_.add(canvas, kEveryRefresh, false);
+  monitors_.add(id, canvas, width, height);
+  applyDemand();
+  return id;
+}
+
+void CompositorEngine::resizeMonitor(ConsumerID id, int width, int height) { monitors_.resize(id, width, height); }
 
 double CompositorEngine::clockRate() const {
   std::lock_guard hold(consumersLock_);
@@ -120,21 +133,27 @@ double CompositorEngine::clockRate() const {
 void CompositorEngine::applyDemand() {
   const CanvasDemand demand = consumers_.demand(refreshRate_);
   drawnCanvases_.store(demand.canvases, std::memory_order_relaxed);
+  readCanvases_.store(demand.pictures, std::memory_order_relaxed);
   // A resting clock measures nothing; its last figure would stand for the rest.
   if (demand.rate == 0) measuredFPS_.store(0, std::memory_order_relaxed);
   if (clock_) clock_->setRate(demand.rate);
 }
 
 FrameRef CompositorEngine::drawnFrame(Canvas canvas, double timeout) {
-  const std::atomic<std::uint64_t>& draws = slotOf(canvas).draws;
-  const std::uint64_t before = draws.load(std::memory_order_acquire);
+  const CanvasSlot& entry = slotOf(canvas);
+  const std::uint64_t before = entry.draws.load(std::memory_order_acquire);
   const ConsumerID id = addConsumer(canvas, kEveryRefresh);
   const double until = hostTimeNow() + timeout;
-  while (draws.load(std::memory_order_acquire) == before && hostTimeNow() < until) {
+  // A picture kept only on the GPU until now is read back over a tick or two.
+  FrameRef frame;
+  while (hostTimeNow() < until) {
+    if (entry.draws.load(std::memory_order_acquire) != before) {
+      // Read while still consumed: the next tick lets an unconsumed canvas's picture go.
+      frame = newestFrame(canvas);
+      if (frame || !entry.showing.load(std::memory_order_acquire)) break;
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
-  // Read while still consumed: the next tick lets an unconsumed canvas's picture go.
-  FrameRef frame = draws.load(std::memory_order_acquire) == before ? nullptr : newestFrame(canvas);
   removeConsumer(id);
   return frame;
 }
@@ -212,8 +231,9 @@ void CompositorEngine::applyCanvasSize() {
   compositor_->setCanvasSize(size.width, size.height);
 }
 
-PixelBufferRef CompositorEngine::draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan) {
-  return pipeline.produce(compositor, std::move(plan), *tickSources_, textures_, maskProvider);
+PixelBufferRef CompositorEngine::draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan,
+                                      bool readBack) {
+  return pipeline.produce(compositor, std::move(plan), *tickSources_, textures_, maskProvider, readBack);
 }
 
 PixelBufferRef CompositorEngine::downscaleForCamera(const PixelBufferRef& buffer) {
@@ -236,7 +256,9 @@ void CompositorEngine::tick(double now) {
   applyCanvasSize();
   tickSources_ = sources.snapshot();
   if (presenterTick) presenterTick(now);
+  monitors_.sync();
   const std::uint32_t consumed = drawnCanvases_.load(std::memory_order_relaxed);
+  const std::uint32_t read = readCanvases_.load(std::memory_order_relaxed);
   for (std::size_t i = 0; i < kCanvasCount; ++i) {
     CanvasSlot& entry = canvases_[i];
     const bool wanted = (consumed >> i) & 1u;
@@ -244,7 +266,7 @@ void CompositorEngine::tick(double now) {
     if (!wanted && entry.drawnLastTick) store(entry.newest, nullptr);
     entry.drawnLastTick = wanted;
     if (!wanted) continue;
-    drawCanvas(static_cast<Canvas>(i), now);
+    drawCanvas(static_cast<Canvas>(i), now, (read >> i) & 1u);
     entry.draws.fetch_add(1, std::memory_order_release);
   }
 
@@ -255,7 +277,7 @@ void CompositorEngine::tick(double now) {
   timings_.record(started, hostTimeNow() - started);
 }
 
-void CompositorEngine::drawCanvas(Canvas canvas, double now) {
+void CompositorEngine::drawCanvas(Canvas canvas, double now, bool readBack) {
   CanvasSlot& entry = slotOf(canvas);
   if (!entry.provider) return;
   const CanvasRule rule = ruleOf(canvas);
@@ -264,19 +286,28 @@ void CompositorEngine::drawCanvas(Canvas canvas, double now) {
                          (rule.presenter == PresenterPass::whileLive && entry.isLive && entry.isLive());
   if (presenter && presenterApply) plan = presenterApply(std::move(plan));
 
-  const auto [width, height] =
+  auto [width, height] =
       rule.shape == Shape::main ? std::pair{tickCanvas_.width, tickCanvas_.height} : fixedPixels(rule.shape);
+  // A canvas only monitors take is drawn at the largest monitor's size: its pixels go nowhere else.
+  if (const auto [w, h] = monitors_.largest(canvas); !readBack && !entry.nv12 && w > 0 && w < width) {
+    width = w;
+    height = h;
+  }
   ensure(entry.pipeline, width, height);
   GLCompositor& compositor = rule.shape == Shape::vertical ? *verticalCompositor_ : *compositor_;
-  PixelBufferRef buffer = draw(*entry.pipeline, compositor, std::move(plan));
+  CanvasPipeline& pipeline = *entry.pipeline;
+  PixelBufferRef buffer = draw(pipeline, compositor, std::move(plan), readBack);
   // On the display clock, a canvas whose sources were read late shows what
   // they held then: it carries that time, or a source's newer picture would
   // be stamped early. Times a test hands in stay as given.
-  if (const double at = entry.pipeline->gatheredAt(); clockDriven_ && at - now > kLateDraw) now = at;
+  if (const double at = pipeline.gatheredAt(); clockDriven_ && at - now > kLateDraw) now = at;
   // An unchanged picture comes back as the same buffer: it takes each tick's time.
   if (buffer) buffer->setHostTime(now);
   store(entry.newest, buffer);
-  if (entry.nv12) entry.nv12->deliver(buffer ? &entry.pipeline->target() : nullptr, entry.pipeline->drewLastTime(), now);
+  const RenderTarget* drawn = pipeline.hasPicture() ? &pipeline.target() : nullptr;
+  entry.showing.store(drawn != nullptr, std::memory_order_release);
+  monitors_.draw(canvas, *scaler_, drawn, pipeline.drewLastTime(), now);
+  if (entry.nv12) entry.nv12->deliver(drawn, pipeline.drewLastTime(), now);
   if (!buffer) return;
   if (entry.sink) entry.sink(buffer);
   if (canvas == Canvas::program && vcamSink) {

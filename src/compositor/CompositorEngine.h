@@ -18,6 +18,7 @@
 #include "compositor/CanvasPipeline.h"
 #include "compositor/FrameClock.h"
 #include "compositor/GLCompositor.h"
+#include "compositor/MonitorOutputs.h"
 #include "compositor/MonitorRenderer.h"
 #include "compositor/Nv12Delivery.h"
 #include "compositor/SourceTextureCache.h"
@@ -91,6 +92,15 @@ class CompositorEngine {
   static constexpr double kEveryRefresh = CanvasConsumers::kEveryRefresh;
   ConsumerID addConsumer(Canvas canvas, double rate);
   void removeConsumer(ConsumerID id);
+  // Any thread: a monitor of the canvas, which ticks the clock at every
+  // refresh and gets its own copy drawn at width × height pixels (its size on
+  // screen). removeConsumer() drops it.
+  ConsumerID addMonitor(Canvas canvas, int width, int height);
+  void resizeMonitor(ConsumerID id, int width, int height);
+  // The monitor's newest picture; empty before its first, or while its canvas shows nothing.
+  MonitorPicture monitorPicture(ConsumerID id) const { return monitors_.picture(id); }
+  // True when monitors get textures the window samples, false when they get pixels.
+  bool sharesTextures() const { return monitors_.sharedTextures(); }
   // Ticks a second the consumers ask of the clock now; 0 while it rests.
   double clockRate() const;
 
@@ -134,15 +144,16 @@ class CompositorEngine {
     std::unique_ptr<Nv12Delivery> nv12;        // render thread only once set
     FrameRef newest;                           // under lock_
     std::atomic<std::uint64_t> draws{0};       // ticks that drew it
+    std::atomic<bool> showing{false};          // its last drawing showed something
     bool drawnLastTick = false;                // render thread only
   };
 
   void tick(double now);
-  void drawCanvas(Canvas canvas, double now);
+  void drawCanvas(Canvas canvas, double now, bool readBack);
   void applyDemand();  // with consumersLock_ held
   void measureRate(double now);
   void applyCanvasSize();
-  PixelBufferRef draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan);
+  PixelBufferRef draw(CanvasPipeline& pipeline, GLCompositor& compositor, RenderPlan plan, bool readBack = true);
   PixelBufferRef downscaleForCamera(const PixelBufferRef& buffer);
   void renderThumbnails(double now);
   void store(FrameRef& slot, FrameRef frame);
@@ -152,6 +163,7 @@ class CompositorEngine {
   std::unique_ptr<GLCompositor> compositor_;
   std::unique_ptr<GLCompositor> verticalCompositor_;
   std::unique_ptr<MonitorRenderer> scaler_;
+  MonitorOutputs monitors_;
   std::unique_ptr<Nv12Converter> nv12Converter_;
   SourceTextureCache textures_;
   std::unique_ptr<FrameClock> clock_;
@@ -171,6 +183,8 @@ class CompositorEngine {
   CanvasPixels tickCanvas_;
   // The consumed canvases, one bit each, as the render thread reads them.
   std::atomic<std::uint32_t> drawnCanvases_{0};
+  // Those someone takes as pixels: only they are read back from the GPU.
+  std::atomic<std::uint32_t> readCanvases_{0};
   // Guards the consumers and the clock's rate; never held around a tick.
   mutable std::mutex consumersLock_;
   CanvasConsumers consumers_;

@@ -239,7 +239,7 @@ void LayerInspector::setPickingKey(const QString& key) {
 void LayerInspector::pickFromPreview(double x, double y) {
   const QString key = pickingKey_;
   setPickingKey({});
-  const FrameRef frame = model_.engine ? model_.engine->newestFrame(tavorin::Canvas::preview) : nullptr;
+  const FrameRef frame = model_.engine ? model_.engine->drawnFrame(tavorin::Canvas::preview) : nullptr;
   if (key.isEmpty() || !frame || x < 0 || x >= 1 || y < 0 || y >= 1) return;
   const std::uint8_t* pixel = frame->row(static_cast<int>(y * frame->height())) + static_cast<int>(x * frame->width()) * 4;
   // Premultiplied BGRA: the colour itself is the stored one over its alpha.

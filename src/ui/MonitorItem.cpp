@@ -4,6 +4,7 @@
 #include <QQuickWindow>
 #include <QSGSimpleTextureNode>
 #include <QSGTexture>
+#include <QtQuick/qsgtexture_platform.h>
 #include <algorithm>
 #include <mutex>
 
@@ -46,6 +47,15 @@ MonitorItem::~MonitorItem() {
   if (watchToken_ && feed().unwatch) feed().unwatch(watchToken_);
 }
 
+void MonitorItem::releaseSampled() {
+  if (!sampled_) return;
+  // After every command that sampled it; flushed, so the compositor's wait on it ends.
+  GLsync fence = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+  glFlush();
+  if (GLsync older = sampled_->released.exchange(fence, std::memory_order_release)) glDeleteSync(older);
+  sampled_.reset();
+}
+
 void MonitorItem::setFeed(MonitorFeed shared) { feed() = std::move(shared); }
 
 std::vector<double> MonitorItem::programLatencies() {
@@ -73,7 +83,7 @@ void MonitorItem::setCanvas(const QString& canvas) {
   if (canvas == canvas_) return;
   canvas_ = canvas;
   isProgram_.store(canvas == "program", std::memory_order_relaxed);
-  frame_.reset();
+  picture_ = {};
   shownGeneration_ = 0;
   frameChanged_ = true;
   updateWatch();
@@ -89,6 +99,27 @@ void MonitorItem::setPollInterval(int milliseconds) {
   Q_EMIT pollIntervalChanged();
 }
 
+QSizeF MonitorItem::pictureSize() const {
+  if (picture_.texture) return QSizeF(picture_.texture->width, picture_.texture->height);
+  if (picture_.image) return QSizeF(picture_.image->width(), picture_.image->height());
+  if (feed().canvasSize) {
+    const auto [w, h] = feed().canvasSize(canvas_.toStdString());
+    if (w > 0 && h > 0) return QSizeF(w, h);
+  }
+  return {};
+}
+
+QSize MonitorItem::pixelSize() const {
+  // The canvas's own size caps it: a bigger copy would only be interpolated.
+  const auto [canvasWidth, canvasHeight] =
+      feed().canvasSize ? feed().canvasSize(canvas_.toStdString()) : std::pair{0, 0};
+  const QRectF fitted = pictureRect();
+  const double scale = window() ? window()->effectiveDevicePixelRatio() : 1.0;
+  QSize size(static_cast<int>(fitted.width() * scale + 0.5), static_cast<int>(fitted.height() * scale + 0.5));
+  if (canvasWidth > 0 && size.width() > canvasWidth) size = QSize(canvasWidth, canvasHeight);
+  return size.expandedTo(QSize(1, 1));
+}
+
 void MonitorItem::updateWatch() {
   const bool shown = isVisible() && window() != nullptr && !canvas_.isEmpty();
   if (watchToken_ && feed().unwatch) feed().unwatch(watchToken_);
@@ -97,29 +128,37 @@ void MonitorItem::updateWatch() {
     poll_.stop();
     return;
   }
-  if (feed().watch) watchToken_ = feed().watch(canvas_.toStdString());
+  requested_ = pixelSize();
+  if (feed().watch) watchToken_ = feed().watch(canvas_.toStdString(), requested_.width(), requested_.height());
   poll_.start();
   poll();
 }
 
 void MonitorItem::poll() {
-  if (!feed().newest) return;
-  FrameRef newest = feed().newest(canvas_.toStdString());
-  if (newest == frame_ && (!newest || newest->generation() == shownGeneration_)) return;
-  const bool hadPicture = frame_ != nullptr;
+  MonitorPicture newest;
+  if (watchToken_ && feed().picture) {
+    newest = feed().picture(watchToken_);
+  } else if (feed().newest) {
+    newest.image = feed().newest(canvas_.toStdString());
+  }
+  // A pooled buffer comes back with new pixels under a new generation.
+  const std::uint64_t generation = newest.image ? newest.image->generation() : 0;
+  if (newest == picture_ && generation == shownGeneration_) return;
+  const bool hadPicture = hasPicture();
   const QRectF before = pictureRect();
-  frame_ = std::move(newest);
-  shownGeneration_ = frame_ ? frame_->generation() : 0;
+  picture_ = std::move(newest);
+  shownGeneration_ = generation;
   frameChanged_ = true;
-  if (hadPicture != (frame_ != nullptr)) Q_EMIT hasPictureChanged();
+  if (hadPicture != hasPicture()) Q_EMIT hasPictureChanged();
   if (pictureRect() != before) Q_EMIT pictureRectChanged();
   update();
 }
 
 QRectF MonitorItem::pictureRect() const {
   const double w = width(), h = height();
-  if (!frame_ || w <= 0 || h <= 0) return {0, 0, w, h};
-  const double aspect = static_cast<double>(frame_->width()) / frame_->height();
+  const QSizeF picture = pictureSize();
+  if (picture.isEmpty() || w <= 0 || h <= 0) return {0, 0, w, h};
+  const double aspect = picture.width() / picture.height();
   if (w / h > aspect) {
     const double fitted = h * aspect;
     return {(w - fitted) / 2, 0, fitted, h};
@@ -143,13 +182,21 @@ void MonitorItem::itemChange(ItemChange change, const ItemChangeData& value) {
 void MonitorItem::geometryChange(const QRectF& now, const QRectF& before) {
   QQuickItem::geometryChange(now, before);
   Q_EMIT pictureRectChanged();
+  if (watchToken_ && feed().resize) {
+    const QSize wanted = pixelSize();
+    if (wanted != requested_) {
+      requested_ = wanted;
+      feed().resize(watchToken_, wanted.width(), wanted.height());
+    }
+  }
   update();
 }
 
 QSGNode* MonitorItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
   auto* node = static_cast<QSGSimpleTextureNode*>(old);
-  if (!frame_) {
+  if (picture_.empty()) {
     delete node;
+    releaseSampled();
     return nullptr;
   }
   if (!node) {
@@ -158,14 +205,24 @@ QSGNode* MonitorItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     node->setFiltering(QSGTexture::Linear);
   }
   if (frameChanged_ || !node->texture()) {
-    // The picture is wrapped, not copied; the image keeps the frame until the upload is done with it.
-    auto* held = new FrameRef(frame_);
-    QImage image(
-        (*held)->data(), (*held)->width(), (*held)->height(), static_cast<qsizetype>((*held)->bytesPerRow()),
-        QImage::Format_ARGB32_Premultiplied, [](void* info) { delete static_cast<FrameRef*>(info); }, held);
-    node->setTexture(window()->createTextureFromImage(image));
+    if (const std::shared_ptr<MonitorTexture>& shared = picture_.texture) {
+      // The window's context waits on the GPU, not this thread, for the compositor's drawing.
+      glWaitSync(shared->drawn, 0, GL_TIMEOUT_IGNORED);
+      node->setTexture(QNativeInterface::QSGOpenGLTexture::fromNative(
+          shared->texture, window(), QSize(shared->width, shared->height), QQuickWindow::TextureIsOpaque));
+      releaseSampled();
+      sampled_ = shared;
+    } else {
+      // The picture is wrapped, not copied; the image keeps the frame until the upload is done with it.
+      auto* held = new FrameRef(picture_.image);
+      QImage image(
+          (*held)->data(), (*held)->width(), (*held)->height(), static_cast<qsizetype>((*held)->bytesPerRow()),
+          QImage::Format_ARGB32_Premultiplied, [](void* info) { delete static_cast<FrameRef*>(info); }, held);
+      node->setTexture(window()->createTextureFromImage(image));
+      releaseSampled();
+    }
     frameChanged_ = false;
-    paintedTime_ = frame_->hostTime();
+    paintedTime_ = picture_.hostTime();
   }
   node->setRect(pictureRect());
   return node;

@@ -11,8 +11,10 @@
 namespace tavorin {
 
 // A canvas's newest picture on screen, scaled into the item with its aspect
-// kept. While hidden it asks nothing of the frame clock; while shown it looks
-// for a new picture at the display's pace and repaints only when one came.
+// kept. The compositor draws it at the item's size in pixels: a texture the
+// window samples where their GL contexts share, else pixels to upload. While
+// hidden it asks nothing of the frame clock; while shown it looks for a new
+// picture at the display's pace and repaints only when one came.
 class MonitorItem : public QQuickItem {
   Q_OBJECT
   Q_PROPERTY(QString canvas READ canvas WRITE setCanvas NOTIFY canvasChanged)
@@ -37,7 +39,7 @@ class MonitorItem : public QQuickItem {
   QString canvas() const { return canvas_; }
   void setCanvas(const QString& canvas);
   QRectF pictureRect() const;
-  bool hasPicture() const { return frame_ != nullptr; }
+  bool hasPicture() const { return !picture_.empty(); }
   int pollInterval() const { return poll_.interval(); }
   void setPollInterval(int milliseconds);
 
@@ -56,11 +58,18 @@ class MonitorItem : public QQuickItem {
   void poll();
   void updateWatch();
   void swapped();
+  QSize pixelSize() const;
+  QSizeF pictureSize() const;
+  // Render thread: the texture last sampled may be drawn into again once the window's commands passed it.
+  void releaseSampled();
 
   QString canvas_;
   QTimer poll_;
-  FrameRef frame_;  // what is shown
+  MonitorPicture picture_;  // what is shown
   std::uint64_t shownGeneration_ = 0;
+  QSize requested_;  // the size the compositor draws at
+  // Render thread: the shared texture the node samples.
+  std::shared_ptr<MonitorTexture> sampled_;
   bool frameChanged_ = false;
   std::uint64_t watchToken_ = 0;
   // Render thread: the composition time of the picture last painted, until its swap.

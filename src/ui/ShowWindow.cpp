@@ -25,19 +25,28 @@ MonitorFeed feedOf(AppModel& model) {
   MonitorFeed feed;
   feed.newest = [&model](const std::string& name) -> FrameRef {
     if (!model.engine) return nullptr;
-    if (const auto canvas = canvasNamed(name)) return model.engine->newestFrame(*canvas);
     if (name.starts_with(kSourcePrefix)) return model.frameSlots.latestFrame(name.substr(kSourcePrefix.size()));
     const auto id = Uuid::parse(name);
     return id ? model.engine->auxBuffer(*id) : nullptr;
   };
-  feed.watch = [&model](const std::string& name) -> std::uint64_t {
+  feed.watch = [&model](const std::string& name, int width, int height) -> std::uint64_t {
     const auto canvas = canvasNamed(name);
     // Thumbnails ride on the ticks the monitors ask for; sources publish by themselves.
     if (!canvas || !model.engine) return 0;
-    return model.engine->addConsumer(*canvas, CompositorEngine::kEveryRefresh);
+    return model.engine->addMonitor(*canvas, width, height);
+  };
+  feed.resize = [&model](std::uint64_t token, int width, int height) {
+    if (token && model.engine) model.engine->resizeMonitor(token, width, height);
   };
   feed.unwatch = [&model](std::uint64_t token) {
     if (token && model.engine) model.engine->removeConsumer(token);
+  };
+  feed.picture = [&model](std::uint64_t token) {
+    return token && model.engine ? model.engine->monitorPicture(token) : MonitorPicture{};
+  };
+  feed.canvasSize = [&model](const std::string& name) -> std::pair<int, int> {
+    if (!canvasNamed(name) || !model.engine) return {0, 0};
+    return {model.engine->canvasWidth(), model.engine->canvasHeight()};
   };
   return feed;
 }

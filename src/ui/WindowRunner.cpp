@@ -9,6 +9,7 @@
 
 #include "app/ShowRuntime.h"
 #include "platform/loop/GLibMainQueue.h"
+#include "ui/SceneGraphShare.h"
 #include "ui/ShowWindow.h"
 
 namespace tavorin {
@@ -27,12 +28,14 @@ int runWindow(const LaunchOptions& options, int& argc, char** argv) {
   if (!std::getenv("QT_XCB_GL_INTEGRATION")) setenv("QT_XCB_GL_INTEGRATION", "xcb_egl", 1);
   QGuiApplication::setApplicationName("Tavorin");
   QGuiApplication::setOrganizationName("Tavorin");
+  // Every context of the scene graph then shares with one global context, which ours joins.
+  QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
   QGuiApplication application(argc, argv);
   QQuickStyle::setStyle("Basic");
 
   // Qt serves GLib's default main context on Linux: the model's queue runs on Qt's loop.
   GLibMainQueue queue;
-  ShowRuntime runtime(options, queue, [] { QCoreApplication::quit(); });
+  ShowRuntime runtime(options, queue, [] { QCoreApplication::quit(); }, sceneGraphShareGroup());
   if (!runtime.model()) {
     std::fprintf(stderr, "%s\n", runtime.failure().c_str());
     return 1;

@@ -14,6 +14,7 @@
 #include "platform/media/PngWriter.h"
 #include "support/ChildProcess.h"
 #include "support/TempDir.h"
+#include "ui/SceneGraphShare.h"
 #include "ui/ShowWindow.h"
 
 namespace tavorin {
@@ -60,6 +61,9 @@ class Window : public ::testing::Test {
     static int argc = 1;
     static char name[] = "tavorin_ui_tests";
     static char* argv[] = {name, nullptr};
+    // As the app does: Qt's EGL integration on X11, whose contexts the compositor's joins.
+    setenv("QT_XCB_GL_INTEGRATION", "xcb_egl", 0);
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     // Never destroyed: Qt's exit routines would run after the statics they use are gone.
     static QGuiApplication* application = new QGuiApplication(argc, argv);
     (void)application;
@@ -69,7 +73,7 @@ class Window : public ::testing::Test {
   void SetUp() override {
     LaunchOptions options;
     options.showDir = dir_.path();
-    runtime_ = std::make_unique<ShowRuntime>(options, queue_, [] {});
+    runtime_ = std::make_unique<ShowRuntime>(options, queue_, [] {}, sceneGraphShareGroup());
     ASSERT_TRUE(runtime_->model()) << runtime_->failure();
     runtime_->start();
     AppModel& model = *runtime_->model();
@@ -142,6 +146,8 @@ class Window : public ::testing::Test {
 };
 
 TEST_F(Window, MonitorsShowProgramAndPreviewAndTakeSwapsThem) {
+  // Under X11 Qt draws with EGL and samples the compositor's textures; offscreen it uploads pixels.
+  EXPECT_EQ(model().engine->sharesTextures(), QGuiApplication::platformName() == "xcb");
   QQuickItem* program = item("programMonitorPicture");
   QQuickItem* preview = item("previewMonitorPicture");
   ASSERT_TRUE(program && preview);

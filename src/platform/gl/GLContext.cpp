@@ -85,18 +85,32 @@ GLContext::GLContext() {
   throw GLFailure(kOpenGLUnavailableMessage);
 }
 
+GLContext::GLContext(const GLShareGroup& share)
+    : share_(static_cast<EGLContext>(share.context)), ownsDisplay_(false) {
+  EGLint major = 0, minor = 0;
+  // Initialising an initialised display only reports its version.
+  auto display = static_cast<EGLDisplay>(share.display);
+  if (display != EGL_NO_DISPLAY && share_ != EGL_NO_CONTEXT && eglInitialize(display, &major, &minor) &&
+      hasExtension(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_surfaceless_context")) {
+    display_ = display;
+    if (createContext()) return;
+  }
+  display_ = EGL_NO_DISPLAY;
+  throw GLFailure("The window's GL display gives no context that shares with it");
+}
+
 bool GLContext::createContext() {
   if (eglBindAPI(EGL_OPENGL_API)) {
     const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 3,
                                  EGL_CONTEXT_OPENGL_PROFILE_MASK, EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT, EGL_NONE};
     EGLConfig config = pickConfig(display_, EGL_OPENGL_BIT);
-    context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, attributes);
+    context_ = eglCreateContext(display_, config, share_, attributes);
     es_ = false;
   }
   if (context_ == EGL_NO_CONTEXT && eglBindAPI(EGL_OPENGL_ES_API)) {
     const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 0, EGL_NONE};
     EGLConfig config = pickConfig(display_, EGL_OPENGL_ES3_BIT);
-    context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, attributes);
+    context_ = eglCreateContext(display_, config, share_, attributes);
     es_ = true;
   }
   if (context_ == EGL_NO_CONTEXT) return false;
@@ -117,7 +131,7 @@ GLContext::~GLContext() {
   if (display_ == EGL_NO_DISPLAY) return;
   eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
   if (context_ != EGL_NO_CONTEXT) eglDestroyContext(display_, context_);
-  eglTerminate(display_);
+  if (ownsDisplay_) eglTerminate(display_);
 }
 
 bool GLContext::makeCurrent() { return eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_) == EGL_TRUE; }
