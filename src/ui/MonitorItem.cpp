@@ -100,12 +100,13 @@ void MonitorItem::setPollInterval(int milliseconds) {
 }
 
 QSizeF MonitorItem::pictureSize() const {
-  if (picture_.texture) return QSizeF(picture_.texture->width, picture_.texture->height);
-  if (picture_.image) return QSizeF(picture_.image->width(), picture_.image->height());
+  // A canvas's aspect is its own: a copy drawn at a rounded size, or before a resize, must not change it.
   if (feed().canvasSize) {
     const auto [w, h] = feed().canvasSize(canvas_.toStdString());
     if (w > 0 && h > 0) return QSizeF(w, h);
   }
+  if (picture_.texture) return QSizeF(picture_.texture->width, picture_.texture->height);
+  if (picture_.image) return QSizeF(picture_.image->width(), picture_.image->height());
   return {};
 }
 

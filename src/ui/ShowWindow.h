@@ -5,6 +5,7 @@
 
 #include "ui/LayerInspector.h"
 #include "ui/LayerListModel.h"
+#include "ui/LayerShapeEditor.h"
 #include "ui/SceneListModel.h"
 #include "ui/SourceListModel.h"
 #include "ui/StatusBridge.h"
@@ -33,6 +34,7 @@ class ShowWindow {
   SourceListModel& sources() { return sources_; }
   LayerListModel& layers() { return layers_; }
   LayerInspector& inspector() { return inspector_; }
+  LayerShapeEditor& shapes() { return shapes_; }
   StatusBridge& status() { return status_; }
 
  private:
@@ -46,6 +48,7 @@ class ShowWindow {
   SourceListModel sources_;
   LayerListModel layers_;
   LayerInspector inspector_;
+  LayerShapeEditor shapes_;
   StatusBridge status_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };

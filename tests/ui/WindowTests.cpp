@@ -229,6 +229,44 @@ TEST_F(Window, AKeyColourIsPickedFromThePreviewPicture) {
   EXPECT_TRUE(inspector.pickingKey().isEmpty()) << "one click picks once";
 }
 
+TEST_F(Window, AMaskDrawnOnPreviewCutsThePictureAndADraggedPinCornerReshapesIt) {
+  QQuickItem* preview = item("previewMonitorPicture");
+  QQuickWindow* window = window_->window();
+  ASSERT_TRUE(shows(centre(preview), Qt::blue));
+  // Canvas units to the window, through where the monitor draws its picture.
+  auto at = [&](QPointF canvas) {
+    const QRectF r = preview->property("pictureRect").toRectF();
+    return preview->mapToScene(r.topLeft() + QPointF(canvas.x() * r.width(), canvas.y() * r.height())).toPoint();
+  };
+  model().editor.selectLayer(model().switcher.previewScene->layers.front().id);
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("drawMaskButton")));
+  ASSERT_TRUE(model().editor.maskEditing.get());
+  const QPointF triangle[] = {{0.4, 0.4}, {0.6, 0.4}, {0.5, 0.6}, {0.4, 0.4}};
+  for (const QPointF& point : triangle) QTest::mouseClick(window, Qt::LeftButton, {}, at(point));
+  const LayerState& masked = model().switcher.previewScene->layers.front();
+  EXPECT_EQ(masked.maskPolygons->size(), 1u) << "back on the first point closes the region";
+  EXPECT_EQ(masked.maskMode, MaskMode::exclude);
+  EXPECT_TRUE(shows(at({0.5, 0.47}), Qt::black)) << "the region is cut out";
+  EXPECT_TRUE(shows(at({0.3, 0.3}), Qt::blue));
+  window_->shapes().setMaskEditing(false);
+  window_->shapes().clearMask();
+
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("cornerPinButton")));
+  QQuickItem* corner = item("pinCorner0");
+  ASSERT_TRUE(corner);
+  ASSERT_TRUE(shows(at({0.2, 0.2}), Qt::black));
+  QTest::mousePress(window, Qt::LeftButton, {}, centre(corner));
+  for (int step = 1; step <= 8; ++step) {
+    QTest::mouseMove(window, at({0.25 - step * 0.03, 0.25 - step * 0.03}));
+  }
+  QTest::mouseRelease(window, Qt::LeftButton, {}, at({0.01, 0.01}));
+  const auto& pin = model().switcher.previewScene->layers.front().cornerPin;
+  ASSERT_TRUE(pin);
+  EXPECT_NEAR(pin->topLeft.x, 0.01, 0.01);
+  EXPECT_NEAR(pin->bottomRight.x, 0.75, 1e-6) << "the other corners stay";
+  EXPECT_TRUE(shows(at({0.2, 0.2}), Qt::blue)) << "the picture reaches the dragged corner";
+}
+
 TEST_F(Window, CroppingACornerCutsThePictureWithoutScalingIt) {
   LayerListModel& layers = window_->layers();
   layers.select(QString::fromStdString(model().switcher.previewScene->layers.front().id.toString()));

@@ -58,6 +58,45 @@ Rectangle {
                 }
             }
         }
+        // Shapes drawn on Preview: mask regions point by point, and the four corners of a pin.
+        Flow {
+            visible: inspector.active
+            Layout.fillWidth: true
+            spacing: 4
+            Button {
+                objectName: "drawMaskButton"
+                text: "Draw mask"
+                checkable: true
+                checked: shapes.maskEditing
+                onToggled: shapes.maskEditing = checked
+                ToolTip.visible: hovered
+                ToolTip.text: "Click points on Preview; click the first point again to close the region"
+            }
+            Button {
+                text: "Close region"
+                enabled: shapes.maskDraft.length >= 3
+                onClicked: shapes.closeMaskRegion()
+            }
+            Button {
+                text: "Undo point"
+                enabled: shapes.maskDraft.length > 0
+                onClicked: shapes.undoMaskPoint()
+            }
+            Button {
+                text: "Clear mask"
+                enabled: shapes.maskRegions.length > 0 || shapes.maskDraft.length > 0
+                onClicked: shapes.clearMask()
+            }
+            Button {
+                objectName: "cornerPinButton"
+                text: "Corner pin"
+                checkable: true
+                checked: shapes.pin.length === 4
+                onToggled: shapes.setPinned(checked)
+                ToolTip.visible: hovered
+                ToolTip.text: "Drag the four corners on Preview to place the layer in perspective"
+            }
+        }
     }
 
     Component {

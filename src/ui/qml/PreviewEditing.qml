@@ -4,7 +4,8 @@ import QtQuick
 // the pointer, a drag moves it (snapping to the centre and edges), the corner
 // handles resize it (aspect kept unless Shift is held) or, with Alt or Ctrl,
 // crop it, the round handle
-// above rotates it, and a source dropped here becomes a new layer.
+// above rotates it, and a source dropped here becomes a new layer. While a
+// mask is drawn, clicks add its points; a pinned layer shows its four corners.
 Item {
     id: root
     required property Item monitor
@@ -36,11 +37,24 @@ Item {
         property point start
         property rect startBox
         property bool dragging: false
-        cursorShape: inspector.pickingKey !== "" ? Qt.CrossCursor : Qt.ArrowCursor
+        cursorShape: inspector.pickingKey !== "" || shapes.maskEditing ? Qt.CrossCursor : Qt.ArrowCursor
         onPressed: (mouse) => {
             const at = root.toCanvas(mouse.x, mouse.y)
             if (inspector.pickingKey !== "") {
                 inspector.pickFromPreview(at.x, at.y)
+                return
+            }
+            if (shapes.maskEditing && layers.selectedID !== "") {
+                const draft = shapes.maskDraft
+                // Back on the first point closes the region.
+                if (draft.length >= 3) {
+                    const first = root.toItem(Qt.rect(draft[0].x, draft[0].y, 0, 0))
+                    if (Math.hypot(first.x - mouse.x, first.y - mouse.y) < 8) {
+                        shapes.closeMaskRegion()
+                        return
+                    }
+                }
+                shapes.addMaskPoint(at.x, at.y)
                 return
             }
             layers.select(layers.layerAt(at.x, at.y))
@@ -57,9 +71,79 @@ Item {
         onReleased: dragging = false
     }
 
+    // The selected layer's mask regions, the region being drawn and the pin's outline.
+    Canvas {
+        id: shapeOverlay
+        anchors.fill: parent
+        visible: layers.selectedID !== ""
+        function point(p) { return root.toItem(Qt.rect(p.x, p.y, 0, 0)) }
+        function trace(ctx, points, close) {
+            ctx.beginPath()
+            for (let i = 0; i < points.length; ++i) {
+                const p = point(points[i])
+                if (i === 0) ctx.moveTo(p.x, p.y); else ctx.lineTo(p.x, p.y)
+            }
+            if (close) ctx.closePath()
+        }
+        onPaint: {
+            const ctx = getContext("2d")
+            ctx.reset()
+            ctx.lineWidth = 2
+            ctx.strokeStyle = theme.selected
+            // Outlines only: what the mask does shows in the picture itself.
+            for (const region of shapes.maskRegions) {
+                trace(ctx, region, true)
+                ctx.stroke()
+            }
+            trace(ctx, shapes.maskDraft, false)
+            ctx.stroke()
+            ctx.fillStyle = "white"
+            for (const p of shapes.maskDraft) {
+                const at = point(p)
+                ctx.fillRect(at.x - 3, at.y - 3, 6, 6)
+            }
+            if (shapes.pin.length === 4) {
+                trace(ctx, shapes.pin, true)
+                ctx.stroke()
+            }
+        }
+        Connections {
+            target: shapes
+            function onChanged() { shapeOverlay.requestPaint() }
+        }
+        onWidthChanged: requestPaint()
+        onHeightChanged: requestPaint()
+    }
+
+    Repeater {
+        // A count, not the points: a handle being dragged must outlive each change of the pin.
+        model: layers.selectedLocked || shapes.pin.length !== 4 ? 0 : 4
+        Rectangle {
+            required property int index
+            readonly property point corner: shapes.pin.length === 4 ? shapes.pin[index] : Qt.point(0, 0)
+            readonly property rect at: root.toItem(Qt.rect(corner.x, corner.y, 0, 0))
+            objectName: "pinCorner" + index
+            width: 12; height: 12; radius: 6
+            x: at.x - width / 2
+            y: at.y - height / 2
+            color: "white"
+            border.color: theme.selected
+            MouseArea {
+                anchors.fill: parent
+                anchors.margins: -4
+                onPositionChanged: (mouse) => {
+                    const item = mapToItem(root, mouse.x, mouse.y)
+                    const p = root.toCanvas(item.x, item.y)
+                    shapes.movePinCorner(parent.index, p.x, p.y)
+                }
+            }
+        }
+    }
+
     Item {
         id: selection
-        visible: layers.selectedID !== ""
+        // A pinned layer is placed by its corners, not its box.
+        visible: layers.selectedID !== "" && shapes.pin.length !== 4
         readonly property rect box: root.toItem(layers.selectedBox)
         x: box.x; y: box.y; width: box.width; height: box.height
         rotation: layers.selectedRotation * 180 / Math.PI
