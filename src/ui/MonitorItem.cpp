@@ -1,6 +1,8 @@
 #include "ui/MonitorItem.h"
 
+#include <QCoreApplication>
 #include <QImage>
+#include <QTimer>
 #include <QQuickWindow>
 #include <QSGSimpleTextureNode>
 #include <QSGTexture>
@@ -36,15 +38,52 @@ Latencies& programLatencyLog() {
 
 }  // namespace
 
-MonitorItem::MonitorItem(QQuickItem* parent) : QQuickItem(parent) {
+MonitorItem::MonitorItem(QQuickItem* parent) : QQuickItem(parent), pollInterval_(kPollMilliseconds) {
   setFlag(ItemHasContents, true);
-  poll_.setInterval(kPollMilliseconds);
-  poll_.setTimerType(Qt::PreciseTimer);
-  connect(&poll_, &QTimer::timeout, this, &MonitorItem::poll);
 }
 
 MonitorItem::~MonitorItem() {
+  setShown(false);
   if (watchToken_ && feed().unwatch) feed().unwatch(watchToken_);
+}
+
+namespace {
+
+std::vector<MonitorItem*>& shownMonitors() {
+  static std::vector<MonitorItem*> shown;
+  return shown;
+}
+
+}  // namespace
+
+void MonitorItem::pollShown() {
+  const double now = hostTimeNow();
+  // A copy: a new picture may show or hide other monitors.
+  const std::vector<MonitorItem*> shown = shownMonitors();
+  for (MonitorItem* item : shown) {
+    if (now - item->lastPoll_ < (item->pollInterval_ - 1) / 1000.0) continue;
+    item->lastPoll_ = now;
+    item->poll();
+  }
+}
+
+void MonitorItem::setShown(bool shown) {
+  static QTimer* timer = nullptr;
+  std::vector<MonitorItem*>& all = shownMonitors();
+  std::erase(all, this);
+  if (shown) all.push_back(this);
+  if (!timer && !all.empty()) {
+    timer = new QTimer(QCoreApplication::instance());
+    timer->setInterval(kPollMilliseconds);
+    timer->setTimerType(Qt::PreciseTimer);
+    QObject::connect(timer, &QTimer::timeout, &MonitorItem::pollShown);
+  }
+  if (!timer) return;
+  if (all.empty()) {
+    timer->stop();
+  } else if (!timer->isActive()) {
+    timer->start();
+  }
 }
 
 void MonitorItem::releaseSampled() {
@@ -94,8 +133,8 @@ void MonitorItem::setCanvas(const QString& canvas) {
 
 void MonitorItem::setPollInterval(int milliseconds) {
   milliseconds = std::max(milliseconds, kPollMilliseconds);
-  if (milliseconds == poll_.interval()) return;
-  poll_.setInterval(milliseconds);
+  if (milliseconds == pollInterval_) return;
+  pollInterval_ = milliseconds;
   Q_EMIT pollIntervalChanged();
 }
 
@@ -126,12 +165,13 @@ void MonitorItem::updateWatch() {
   if (watchToken_ && feed().unwatch) feed().unwatch(watchToken_);
   watchToken_ = 0;
   if (!shown) {
-    poll_.stop();
+    setShown(false);
     return;
   }
   requested_ = pixelSize();
   if (feed().watch) watchToken_ = feed().watch(canvas_.toStdString(), requested_.width(), requested_.height());
-  poll_.start();
+  setShown(true);
+  lastPoll_ = hostTimeNow();
   poll();
 }
 

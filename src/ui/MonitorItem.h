@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QQuickItem>
-#include <QTimer>
 #include <atomic>
 #include <vector>
 
@@ -40,7 +39,7 @@ class MonitorItem : public QQuickItem {
   void setCanvas(const QString& canvas);
   QRectF pictureRect() const;
   bool hasPicture() const { return !picture_.empty(); }
-  int pollInterval() const { return poll_.interval(); }
+  int pollInterval() const { return pollInterval_; }
   void setPollInterval(int milliseconds);
 
  Q_SIGNALS:
@@ -64,7 +63,12 @@ class MonitorItem : public QQuickItem {
   void releaseSampled();
 
   QString canvas_;
-  QTimer poll_;
+  // Every shown monitor is looked at on one timer, so new pictures of several
+  // monitors land in one frame of the window rather than one frame each.
+  static void pollShown();
+  void setShown(bool shown);
+  int pollInterval_;
+  double lastPoll_ = 0;
   MonitorPicture picture_;  // what is shown
   std::uint64_t shownGeneration_ = 0;
   QSize requested_;  // the size the compositor draws at
