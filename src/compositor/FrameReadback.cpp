@@ -46,7 +46,7 @@ bool FrameReadback::begin(const RenderTarget& target) {
 PixelBufferRef FrameReadback::collect(PixelBufferPool& pool, bool wait) {
   if (pending_ == 0) return nullptr;
   Slot& slot = slots_[oldest_];
-  if (!fencePassed(slot.fence, wait)) return nullptr;
+  if (!fencePassed(slot.fence, wait || collectWaits_.load(std::memory_order_relaxed))) return nullptr;
   release(slot);
   oldest_ = (oldest_ + 1) % kDepth;
   --pending_;

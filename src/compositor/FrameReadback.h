@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 
 #include <epoxy/gl.h>
@@ -34,6 +35,11 @@ class FrameReadback {
 
   std::size_t pendingCount() const { return pending_; }
 
+  // Every collect() then waits for its copy, so a tick hands out the picture
+  // it drew. For tests, which read each tick's picture at once: a software
+  // rasteriser has it ready by then, a GPU not yet. Never for the clock.
+  static void setCollectWaits(bool wait) { collectWaits_.store(wait, std::memory_order_relaxed); }
+
  private:
   struct Slot {
     GLBuffer packBuffer;
@@ -41,6 +47,8 @@ class FrameReadback {
   };
 
   void release(Slot& slot);
+
+  static inline std::atomic<bool> collectWaits_{false};
 
   int width_;
   int height_;

@@ -10,6 +10,8 @@ namespace tavorin::testing {
 GLContext& testContext() {
   // Never torn down: unloading the driver at exit is not ours to test.
   static GLContext* context = new GLContext;
+  // The tests read each tick's picture at once; on a GPU its copy may still be on the way.
+  FrameReadback::setCollectWaits(true);
   context->makeCurrent();
   return *context;
 }
