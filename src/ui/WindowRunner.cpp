@@ -35,12 +35,17 @@ int runWindow(const LaunchOptions& options, int& argc, char** argv) {
 
   // Qt serves GLib's default main context on Linux: the model's queue runs on Qt's loop.
   GLibMainQueue queue;
-  ShowRuntime runtime(options, queue, [] { QCoreApplication::quit(); }, sceneGraphShareGroup());
+  const GLShareGroup share = sceneGraphShareGroup();
+  ShowRuntime runtime(options, queue, [] { QCoreApplication::quit(); }, share);
   if (!runtime.model()) {
     std::fprintf(stderr, "%s\n", runtime.failure().c_str());
     return 1;
   }
   runtime.start();
+  if (!share.context) {
+    runtime.model()->appendLog("Qt draws without EGL here (" + QGuiApplication::platformName().toStdString() +
+                               "); the monitors show copies of the pictures");
+  }
   int exitStatus = 1;
   {
     ShowWindow window(*runtime.model());
