@@ -76,6 +76,12 @@ Field color(const char* key, const char* label, RGBAColor LayerLook::*member) {
           }};
 }
 
+// One corner's radius, in % of the box's shorter side as the uniform one.
+Field corner(const char* key, const char* label, float CornerRadii::*member) {
+  return number(key, label, "%", 0, 50, 1, [member](const LayerState& l, PixelCanvas) { return l.corners.*member * 100.0; },
+                [member](LayerState& l, double v, PixelCanvas) { l.corners.*member = static_cast<float>(v / 100); });
+}
+
 const std::vector<Field>& table() {
   using Move = LayerAnimation::Move;
   using Kind = LayerAnimation::Kind;
@@ -130,17 +136,31 @@ const std::vector<Field>& table() {
       number("cornerRadius", "Corner radius", "%", 0, 50, 1,
              [](const LayerState& l, PixelCanvas) { return l.corners.topLeft * 100.0; },
              [](LayerState& l, double v, PixelCanvas) { l.corners = CornerRadii::uniform(static_cast<float>(v / 100)); }),
+      corner("radiusTopLeft", "  Top left", &CornerRadii::topLeft),
+      corner("radiusTopRight", "  Top right", &CornerRadii::topRight),
+      corner("radiusBottomRight", "  Bottom right", &CornerRadii::bottomRight),
+      corner("radiusBottomLeft", "  Bottom left", &CornerRadii::bottomLeft),
       number("borderWidth", "Border", "px", 0, 200, 1, [](const LayerState& l, PixelCanvas) { return l.borderWidth; },
              [](LayerState& l, double v, PixelCanvas) { l.borderWidth = static_cast<float>(v); }),
       color("borderColor", "Border colour", &LayerLook::borderColor),
       percent("shadowOpacity", "Shadow", &LayerLook::shadowOpacity),
       percent("shadowRadius", "Shadow softness", &LayerLook::shadowRadius),
+      number("shadowX", "Shadow offset X", "px", -2000, 2000, 1,
+             [](const LayerState& l, PixelCanvas c) { return l.shadowOffset.width * c.width; },
+             [](LayerState& l, double v, PixelCanvas c) { l.shadowOffset.width = v / c.width; }),
+      number("shadowY", "Shadow offset Y", "px", -2000, 2000, 1,
+             [](const LayerState& l, PixelCanvas c) { return l.shadowOffset.height * c.height; },
+             [](LayerState& l, double v, PixelCanvas c) { l.shadowOffset.height = v / c.height; }),
       toggleLook("flipHorizontal", "Flip horizontally", &LayerLook::flipHorizontal),
       toggleLook("flipVertical", "Flip vertically", &LayerLook::flipVertical),
       choice<KeyMode>("keyMode", "Key", {"None", "Chroma key", "Person"}, [](LayerState& l) -> KeyMode& { return l.keyMode; }),
       color("keyColor", "Key colour", &LayerLook::keyColor),
       percent("keyThreshold", "Key threshold", &LayerLook::keyThreshold),
       percent("keySmoothness", "Key smoothness", &LayerLook::keySmoothness),
+      {"segmentationQuality", "Person quality", "choice", "", 0, 2, 1, {"Fast", "Balanced", "Accurate"},
+       [](const LayerState& l, PixelCanvas) { return QVariant(std::clamp(l.segmentationQuality, 0, 2)); },
+       [](LayerState& l, const QVariant& v, PixelCanvas) { l.segmentationQuality = std::clamp(v.toInt(), 0, 2); }},
+      percent("segmentationSmoothing", "Person edge smoothing", &LayerLook::segmentationSmoothing),
       percent("backgroundBlur", "Background blur", &LayerLook::backgroundBlur),
       choice<MaskMode>("maskMode", "Mask", {"None", "Cut out", "Keep only"}, [](LayerState& l) -> MaskMode& { return l.maskMode; }),
       choice<Kind>("animation", "Idle motion", {"None", "Fade", "Rotate clockwise", "Rotate anticlockwise", "Jitter"},

@@ -208,6 +208,8 @@ TEST_F(Window, InspectorEditsTheSelectedLayerInPixelsDegreesAndPercent) {
       {"rotation", 90, [](const LayerState& l) { return l.rotation; }, M_PI / 2},
       {"opacity", 40, [](const LayerState& l) { return l.opacity; }, 0.4},
       {"cropRight", 25, [](const LayerState& l) { return l.cropRect.maxX(); }, 0.75},
+      {"radiusTopRight", 20, [](const LayerState& l) { return l.corners.topRight + l.corners.topLeft; }, 0.2},
+      {"shadowY", 27, [&](const LayerState& l) { return l.shadowOffset.height * width * 9 / 16; }, 27},
   };
   for (const Case& c : cases) {
     window_->inspector().setValue(c.key, c.value);
