@@ -216,6 +216,10 @@ void AppModel::refreshAudioDevices() {
   audioMixer.restoreMonitors();
 }
 
+std::vector<AudioOutputDevice> AppModel::audioOutputs() const {
+  return audioBackend_ ? audioBackend_->outputDevices() : std::vector<AudioOutputDevice>{};
+}
+
 std::optional<AudioOutputDevice> AppModel::defaultAudioOutput() const {
   if (!audioBackend_) return std::nullopt;
   const auto uid = audioBackend_->defaultOutputUID();

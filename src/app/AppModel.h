@@ -220,6 +220,8 @@ class AppModel {
   void refreshAudioDevices();
   // The machine's default output, when there is an audio service and it has one.
   std::optional<AudioOutputDevice> defaultAudioOutput() const;
+  // The machine's outputs; none without an audio service.
+  std::vector<AudioOutputDevice> audioOutputs() const;
 
  private:
   void bindSwitcherClosures();

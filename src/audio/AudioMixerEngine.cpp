@@ -392,6 +392,15 @@ void AudioMixerEngine::removeFilter(const Uuid& filterID, const std::string& cha
   });
 }
 
+void AudioMixerEngine::moveFilter(std::size_t from, std::size_t to, const std::string& channel) {
+  changeFilters(channel, [&](std::vector<AudioFilterConfig>& list) {
+    if (from >= list.size() || to >= list.size() || from == to) return;
+    AudioFilterConfig moved = std::move(list[from]);
+    list.erase(list.begin() + static_cast<std::ptrdiff_t>(from));
+    list.insert(list.begin() + static_cast<std::ptrdiff_t>(to), std::move(moved));
+  });
+}
+
 void AudioMixerEngine::setFilterEnabled(bool on, const Uuid& filterID, const std::string& channel) {
   changeFilters(channel, [&](std::vector<AudioFilterConfig>& list) {
     for (auto& c : list) {

@@ -118,6 +118,8 @@ class AudioMixerEngine {
   // Filters: each change stores the channel's list, hands it to the channel's chain and saves.
   std::optional<Uuid> addFilter(AudioFilterKind kind, const std::string& channel);
   void removeFilter(const Uuid& filterID, const std::string& channel);
+  // Moves the filter at `from` in the chain so that it ends up at `to`; out of range does nothing.
+  void moveFilter(std::size_t from, std::size_t to, const std::string& channel);
   void setFilterEnabled(bool on, const Uuid& filterID, const std::string& channel);
   void setFilterParam(const std::string& key, double value, const Uuid& filterID, const std::string& channel);
 

@@ -3,9 +3,11 @@
 #include <QQmlApplicationEngine>
 #include <memory>
 
+#include "ui/AudioFilterBridge.h"
 #include "ui/LayerInspector.h"
 #include "ui/LayerListModel.h"
 #include "ui/LayerShapeEditor.h"
+#include "ui/MixerBridge.h"
 #include "ui/SceneListModel.h"
 #include "ui/SourceListModel.h"
 #include "ui/StatusBridge.h"
@@ -35,6 +37,8 @@ class ShowWindow {
   LayerListModel& layers() { return layers_; }
   LayerInspector& inspector() { return inspector_; }
   LayerShapeEditor& shapes() { return shapes_; }
+  MixerBridge& mixer() { return mixer_; }
+  AudioFilterBridge& audioFilters() { return audioFilters_; }
   StatusBridge& status() { return status_; }
 
  private:
@@ -49,6 +53,8 @@ class ShowWindow {
   LayerListModel layers_;
   LayerInspector inspector_;
   LayerShapeEditor shapes_;
+  MixerBridge mixer_;
+  AudioFilterBridge audioFilters_;
   StatusBridge status_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };

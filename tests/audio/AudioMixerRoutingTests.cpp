@@ -156,6 +156,13 @@ TEST_F(MixerRouting, ChannelFiltersRunBeforeTheBusesAndAreRestored) {
   mixer->restartAudio();  // empties the rings of what was filtered before
   feed("a", 0.1f);
   EXPECT_NEAR(settled(mixer->programBus()), 0.1f, 1e-6);
+  // A gate added after it runs first once moved to the front; moves past the ends do nothing.
+  const auto gate = mixer->addFilter(AudioFilterKind::gate, "a");
+  mixer->moveFilter(1, 0, "a");
+  mixer->moveFilter(0, 5, "a");
+  ASSERT_EQ(mixer->channelFilters->at("a").size(), 2u);
+  EXPECT_EQ(mixer->channelFilters->at("a")[0].id, *gate);
+  mixer->removeFilter(*gate, "a");
   mixer->removeFilter(*id, "a");
   EXPECT_TRUE(mixer->channelFilters->at("a").empty());
 }

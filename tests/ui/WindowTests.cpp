@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <thread>
 
@@ -267,6 +268,29 @@ TEST_F(Window, AMaskDrawnOnPreviewCutsThePictureAndADraggedPinCornerReshapesIt) 
   EXPECT_NEAR(pin->topLeft.x, 0.01, 0.01);
   EXPECT_NEAR(pin->bottomRight.x, 0.75, 1e-6) << "the other corners stay";
   EXPECT_TRUE(shows(at({0.2, 0.2}), Qt::blue)) << "the picture reaches the dragged corner";
+}
+
+TEST_F(Window, MixerStripsSetTheChannelsLevelAndAirAndTheRoutingIsStored) {
+  model().audioMixer.addSourceChannel("tone:test", "Test tone", "waveform", false, std::nullopt);
+  QQuickItem* fader = item("fader");
+  ASSERT_TRUE(fader);
+  auto channel = [&] { return model().audioMixer.channels.get().front(); };
+  auto stored = [&](const char* key) -> Json {
+    std::ifstream file(dir_ / "preferences.json");
+    const Json all = Json::parse(file, nullptr, false);
+    const Json* routing = all.is_object() && all.contains("Tavorin.channelRouting") ? &all["Tavorin.channelRouting"] : nullptr;
+    return routing && routing->contains("tone:test") ? (*routing)["tone:test"].value(key, Json()) : Json();
+  };
+  // A quarter of the way down a fader that runs from +6 dB to silence: about -10 dB.
+  QTest::mouseClick(window_->window(), Qt::LeftButton, {}, centre(fader, {0.5, 0.25}));
+  const float level = channel().level;
+  EXPECT_GT(level, 0.15f);
+  EXPECT_LT(level, 0.6f);
+  EXPECT_TRUE(pumpUntil([&] { return stored("level").is_number() && std::abs(stored("level").get<double>() - level) < 1e-4; }));
+  ASSERT_TRUE(channel().air);
+  QTest::mouseClick(window_->window(), Qt::LeftButton, {}, centre(item("air")));
+  EXPECT_FALSE(channel().air);
+  EXPECT_TRUE(pumpUntil([&] { return stored("air") == Json(false); }));
 }
 
 TEST_F(Window, CroppingACornerCutsThePictureWithoutScalingIt) {

@@ -85,7 +85,13 @@ ApplicationWindow {
                 }
             }
             SwitcherBar { Layout.fillWidth: true; theme: window.theme }
-            SceneGrid { Layout.fillWidth: true; Layout.fillHeight: true; theme: window.theme }
+            SplitView {
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                orientation: Qt.Vertical
+                SceneGrid { SplitView.preferredHeight: 172; SplitView.minimumHeight: 80; theme: window.theme }
+                MixerPanel { objectName: "mixerPanel"; SplitView.fillHeight: true; SplitView.minimumHeight: 120; theme: window.theme }
+            }
         }
     }
 
