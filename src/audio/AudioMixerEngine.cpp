@@ -74,6 +74,7 @@ void AudioMixerEngine::setSink(AudioSink Sinks::*which, AudioSink sink) {
 }
 
 void AudioMixerEngine::fanOut(const AudioBlockRef& block) {
+  loudnessMeter_.add(block->planes(), block->frameCount(), block->sampleRate());
   std::shared_ptr<const Sinks> sinks;
   {
     std::lock_guard guard(sinkLock_);
@@ -392,6 +393,11 @@ void AudioMixerEngine::removeFilter(const Uuid& filterID, const std::string& cha
   });
 }
 
+void AudioMixerEngine::resetLoudness() {
+  loudnessMeter_.reset();
+  loudness = loudnessMeter_.reading();
+}
+
 void AudioMixerEngine::moveFilter(std::size_t from, std::size_t to, const std::string& channel) {
   changeFilters(channel, [&](std::vector<AudioFilterConfig>& list) {
     if (from >= list.size() || to >= list.size() || from == to) return;
@@ -547,6 +553,7 @@ void AudioMixerEngine::meterTick() {
   next.monitors = monitorBuses_.meterLevels();
   next.program = programBus_.meterRaw();
   meters = std::move(next);
+  loudness = loudnessMeter_.reading();
   if (++healthTick_ % 15 == 0) refreshHealth();
 }
 

@@ -17,6 +17,7 @@
 #include "audio/AudioTrackProcessor.h"
 #include "audio/ChannelInfo.h"
 #include "audio/MonitorBuses.h"
+#include "audio/dsp/LoudnessMeter.h"
 #include "base/AudioBlock.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
@@ -57,6 +58,8 @@ class AudioMixerEngine {
   // After the mixer has rebound its inputs to a new device list.
   std::function<void()> onDevicesChanged;
   Published<AudioMeters> meters;
+  // EBU R128 loudness of Program as it goes out, measured on the tap's thread, published with the meters.
+  Published<LoudnessReading> loudness;
   Published<std::set<std::string>> offlineChannels;
   Published<bool> programOutputOffline{false};
   Published<std::vector<AudioChannelHealth>> audioHealth;
@@ -118,6 +121,8 @@ class AudioMixerEngine {
   // Filters: each change stores the channel's list, hands it to the channel's chain and saves.
   std::optional<Uuid> addFilter(AudioFilterKind kind, const std::string& channel);
   void removeFilter(const Uuid& filterID, const std::string& channel);
+  // Starts the loudness measurement again (the integrated figure and the range).
+  void resetLoudness();
   // Moves the filter at `from` in the chain so that it ends up at `to`; out of range does nothing.
   void moveFilter(std::size_t from, std::size_t to, const std::string& channel);
   void setFilterEnabled(bool on, const Uuid& filterID, const std::string& channel);
@@ -190,6 +195,7 @@ class AudioMixerEngine {
   int healthTick_ = 0;
   // Swapped whole under the lock, so the tap takes one reference per block and copies no sink.
   mutable std::mutex sinkLock_;
+  LoudnessMeter loudnessMeter_{kCommonChannels, kCommonSampleRate};
   std::shared_ptr<const Sinks> sinks_ = std::make_shared<const Sinks>();
   TimerHandle meterTimer_;
   TimerHandle rebuildTimer_;

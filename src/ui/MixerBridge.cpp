@@ -118,6 +118,18 @@ QString MixerBridge::programOutput() const {
 
 QVariantList MixerBridge::outputDevices() const { return devices_; }
 
+QVariantMap MixerBridge::loudness() const {
+  const LoudnessReading r = model_.audioMixer.loudness.get();
+  auto figure = [](double v) { return std::isfinite(v) ? QVariant(v) : QVariant(); };
+  return {{"momentary", figure(r.momentary)},
+          {"shortTerm", figure(r.shortTerm)},
+          {"integrated", figure(r.integrated)},
+          {"range", figure(r.range)},
+          {"truePeak", figure(r.truePeak)}};
+}
+
+void MixerBridge::resetLoudness() { model_.audioMixer.resetLoudness(); }
+
 QVariantList MixerBridge::monitorBuses() const {
   QVariantList list;
   const auto& meters = model_.audioMixer.meters.get().monitors;

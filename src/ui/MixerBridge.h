@@ -24,6 +24,9 @@ class MixerBridge : public QAbstractListModel {
   Q_PROPERTY(bool programMuted READ programMuted NOTIFY masterChanged)
   Q_PROPERTY(QString programOutput READ programOutput NOTIFY masterChanged)
   Q_PROPERTY(bool programOutputOffline READ programOutputOffline NOTIFY masterChanged)
+  // Program's EBU R128 loudness: {momentary, shortTerm, integrated (LUFS), range (LU), truePeak (dBTP)};
+  // a figure not measured yet is null.
+  Q_PROPERTY(QVariantMap loudness READ loudness NOTIFY metersChanged)
   // The machine's outputs: {uid, name} each.
   Q_PROPERTY(QVariantList outputDevices READ outputDevices NOTIFY devicesChanged)
   // {id, name, gainDB, muted, device, meterDB, removable, connected} each.
@@ -60,6 +63,7 @@ class MixerBridge : public QAbstractListModel {
   QString programOutput() const;
   bool programOutputOffline() const;
   QVariantList outputDevices() const;
+  QVariantMap loudness() const;
   QVariantList monitorBuses() const;
 
   // Linear gain and dB both ways, with the floor as silence.
@@ -78,6 +82,7 @@ class MixerBridge : public QAbstractListModel {
 
   Q_INVOKABLE void setMasterGainDB(double dB);
   Q_INVOKABLE void setProgramMuted(bool on);
+  Q_INVOKABLE void resetLoudness();
   // An empty uid follows the machine's default output.
   Q_INVOKABLE void setProgramOutput(const QString& uid);
 

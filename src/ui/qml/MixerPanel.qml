@@ -221,6 +221,50 @@ Rectangle {
             }
         }
 
+        // Program's loudness as broadcasters read it (EBU R128).
+        Rectangle {
+            Layout.fillHeight: true
+            Layout.preferredWidth: 118
+            color: theme.raised
+            radius: 3
+            ColumnLayout {
+                anchors.fill: parent
+                anchors.margins: 4
+                spacing: 1
+                Label { text: "Loudness"; color: theme.text; font.bold: true; font.pixelSize: 11; Layout.alignment: Qt.AlignHCenter }
+                Repeater {
+                    model: [{key: "momentary", label: "M", unit: "LUFS"}, {key: "shortTerm", label: "S", unit: "LUFS"},
+                            {key: "integrated", label: "I", unit: "LUFS"}, {key: "range", label: "LRA", unit: "LU"},
+                            {key: "truePeak", label: "TP", unit: "dBTP"}]
+                    RowLayout {
+                        required property var modelData
+                        readonly property var value: mixer.loudness[modelData.key]
+                        Label { text: modelData.label; color: theme.dim; font.pixelSize: 10; Layout.preferredWidth: 24 }
+                        Label {
+                            objectName: "loudness_" + modelData.key
+                            text: value === undefined || value === null ? "–" : value.toFixed(1)
+                            // Over the true-peak ceiling broadcasters allow (-1 dBTP).
+                            color: modelData.key === "truePeak" && value > -1 ? theme.program : theme.text
+                            font.pixelSize: 12
+                            font.bold: modelData.key === "integrated"
+                            horizontalAlignment: Text.AlignRight
+                            Layout.fillWidth: true
+                        }
+                        Label { text: modelData.unit; color: theme.dim; font.pixelSize: 9; Layout.preferredWidth: 28 }
+                    }
+                }
+                Item { Layout.fillHeight: true }
+                Button {
+                    Layout.alignment: Qt.AlignHCenter
+                    text: "Reset"
+                    font.pixelSize: 10
+                    onClicked: mixer.resetLoudness()
+                    ToolTip.visible: hovered
+                    ToolTip.text: "Start the integrated loudness and the range again"
+                }
+            }
+        }
+
         // Monitor buses: the cue and monitor mix, each to its own output.
         Rectangle {
             Layout.fillHeight: true
