@@ -8,6 +8,7 @@
 #include "ui/LayerListModel.h"
 #include "ui/LayerShapeEditor.h"
 #include "ui/MixerBridge.h"
+#include "ui/RecordingBridge.h"
 #include "ui/SceneListModel.h"
 #include "ui/SourceListModel.h"
 #include "ui/StatusBridge.h"
@@ -39,6 +40,7 @@ class ShowWindow {
   LayerShapeEditor& shapes() { return shapes_; }
   MixerBridge& mixer() { return mixer_; }
   AudioFilterBridge& audioFilters() { return audioFilters_; }
+  RecordingBridge& recorder() { return recorder_; }
   StatusBridge& status() { return status_; }
 
  private:
@@ -55,6 +57,7 @@ class ShowWindow {
   LayerShapeEditor shapes_;
   MixerBridge mixer_;
   AudioFilterBridge audioFilters_;
+  RecordingBridge recorder_;
   StatusBridge status_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };

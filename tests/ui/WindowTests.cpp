@@ -4,6 +4,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
+#include <QUrl>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
@@ -291,6 +292,30 @@ TEST_F(Window, MixerStripsSetTheChannelsLevelAndAirAndTheRoutingIsStored) {
   QTest::mouseClick(window_->window(), Qt::LeftButton, {}, centre(item("air")));
   EXPECT_FALSE(channel().air);
   EXPECT_TRUE(pumpUntil([&] { return stored("air") == Json(false); }));
+}
+
+TEST_F(Window, TheRecordingPanelRecordsPausesAndStopsIntoTheChosenFolder) {
+  RecordingBridge& recorder = window_->recorder();
+  const std::filesystem::path folder = dir_ / "recordings";
+  recorder.setFolder(QUrl::fromLocalFile(QString::fromStdString(folder.string())).toString());
+  EXPECT_EQ(recorder.folder().toStdString(), folder.string());
+  QQuickWindow* window = window_->window();
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("recIndicator")));
+  QQuickItem* record = item("recordButton");
+  ASSERT_TRUE(record);
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(record));
+  ASSERT_TRUE(pumpUntil([&] { return recorder.elapsed() == "0:00:01"; }));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("pauseButton")));
+  EXPECT_TRUE(recorder.paused());
+  pumpUntil([] { return false; }, 1.5);
+  EXPECT_EQ(recorder.elapsed(), "0:00:01") << "paused time is not counted";
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("pauseButton")));
+  EXPECT_FALSE(recorder.paused());
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(record));
+  EXPECT_TRUE(pumpUntil([&] { return !recorder.recording(); }));
+  const std::filesystem::path last = recorder.lastRecording().toStdString();
+  EXPECT_EQ(last.parent_path(), folder);
+  EXPECT_TRUE(pumpUntil([&] { return std::filesystem::exists(last / "program.mov"); }));
 }
 
 TEST_F(Window, CroppingACornerCutsThePictureWithoutScalingIt) {

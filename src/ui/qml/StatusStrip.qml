@@ -23,10 +23,11 @@ Rectangle {
             implicitWidth: recText.implicitWidth + 14
             implicitHeight: 22
             Text { id: recText; anchors.centerIn: parent; text: status.recordingText; color: "white"; font.bold: true }
-            MouseArea { anchors.fill: parent; onClicked: status.toggleRecording() }
-            ToolTip.visible: recHover.hovered
-            ToolTip.text: status.recording ? "Stop recording" : "Start recording"
+            MouseArea { anchors.fill: parent; onClicked: recordingPanel.open() }
+            ToolTip.visible: recHover.hovered && !recordingPanel.opened
+            ToolTip.text: "Recording: record, pause, stop, quality and folder"
             HoverHandler { id: recHover }
+            RecordingPanel { id: recordingPanel; objectName: "recordingPanel"; theme: root.theme; y: parent.height + 4 }
         }
         Rectangle {
             color: status.live ? theme.program : theme.raised
