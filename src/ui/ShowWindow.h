@@ -11,6 +11,7 @@
 #include "ui/RecordingBridge.h"
 #include "ui/SceneListModel.h"
 #include "ui/SourceListModel.h"
+#include "ui/StreamingBridge.h"
 #include "ui/StatusBridge.h"
 #include "ui/SwitcherBridge.h"
 
@@ -41,6 +42,7 @@ class ShowWindow {
   MixerBridge& mixer() { return mixer_; }
   AudioFilterBridge& audioFilters() { return audioFilters_; }
   RecordingBridge& recorder() { return recorder_; }
+  StreamingBridge& streams() { return streams_; }
   StatusBridge& status() { return status_; }
 
  private:
@@ -58,6 +60,7 @@ class ShowWindow {
   MixerBridge mixer_;
   AudioFilterBridge audioFilters_;
   RecordingBridge recorder_;
+  StreamingBridge streams_;
   StatusBridge status_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "app/ShowRuntime.h"
+#include "peers/NginxRtmp.h"
 #include "platform/media/PngWriter.h"
 #include "support/ChildProcess.h"
 #include "support/TempDir.h"
@@ -118,6 +119,19 @@ class Window : public ::testing::Test {
   QQuickItem* item(const char* name) {
     std::function<QQuickItem*(QQuickItem*)> search = [&](QQuickItem* at) -> QQuickItem* {
       if (at->objectName() == name) return at;
+      for (QQuickItem* child : at->childItems()) {
+        if (QQuickItem* found = search(child)) return found;
+      }
+      return nullptr;
+    };
+    QQuickItem* found = nullptr;
+    pumpUntil([&] { return (found = search(window_->window()->contentItem())) != nullptr; }, 5);
+    return found;
+  }
+  // A shown control whose text is `text` (a dialog's standard buttons have no names).
+  QQuickItem* labelled(const QString& text) {
+    std::function<QQuickItem*(QQuickItem*)> search = [&](QQuickItem* at) -> QQuickItem* {
+      if (at->isVisible() && at->property("text").toString() == text && at->inherits("QQuickAbstractButton")) return at;
       for (QQuickItem* child : at->childItems()) {
         if (QQuickItem* found = search(child)) return found;
       }
@@ -316,6 +330,40 @@ TEST_F(Window, TheRecordingPanelRecordsPausesAndStopsIntoTheChosenFolder) {
   const std::filesystem::path last = recorder.lastRecording().toStdString();
   EXPECT_EQ(last.parent_path(), folder);
   EXPECT_TRUE(pumpUntil([&] { return std::filesystem::exists(last / "program.mov"); }));
+}
+
+TEST_F(Window, ADestinationAddedInTheEditorKeepsItsKeySecretAndGoesLiveFromThePanel) {
+  testing::NginxRtmp nginx;
+  QQuickWindow* window = window_->window();
+  auto type = [&](const char* field, const QString& text) {
+    QTest::mouseClick(window, Qt::LeftButton, {}, centre(item(field)));
+    QTest::keyClick(window, Qt::Key_A, Qt::ControlModifier);
+    for (const QChar c : text) QTest::sendKeyEvent(QTest::Click, window, Qt::Key_unknown, c, Qt::NoModifier);
+  };
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("liveIndicator")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("addDestinationButton")));
+  type("serverField", QString::fromStdString(nginx.url("live")));
+  type("keyField", "secretkey42");
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(labelled("Save")));
+  ASSERT_TRUE(pumpUntil([&] { return model().streamStore.destinations->size() == 1; }));
+  const StreamDestination saved = model().streamStore.destinations->front();
+  EXPECT_EQ(saved.serverURL, nginx.url("live"));
+  EXPECT_EQ(model().streamKeys.key(saved.id), "secretkey42");
+  std::ifstream file(model().streamStore.fileURL());
+  const std::string stored((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  EXPECT_NE(stored.find(nginx.url("live")), std::string::npos);
+  EXPECT_EQ(stored.find("secretkey42"), std::string::npos) << "the key stays out of the destinations file";
+
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("liveToggle")));
+  QQuickItem* state = item("stateText");
+  ASSERT_TRUE(state);
+  EXPECT_TRUE(pumpUntil([&] { return state->property("text").toString().startsWith("Live"); }, 30))
+      << state->property("text").toString().toStdString();
+  EXPECT_TRUE(pumpUntil([&] { return state->property("text").toString().contains("kbps · "); }, 10))
+      << "the health row: " << state->property("text").toString().toStdString();
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("liveToggle")));
+  EXPECT_TRUE(pumpUntil([&] { return !model().streaming.isAnyActive(); }));
+  EXPECT_TRUE(std::filesystem::exists(nginx.recording("live", "secretkey42"))) << "nginx received the stream";
 }
 
 TEST_F(Window, CroppingACornerCutsThePictureWithoutScalingIt) {

@@ -35,6 +35,12 @@ Rectangle {
             implicitWidth: liveText.implicitWidth + 14
             implicitHeight: 22
             Text { id: liveText; anchors.centerIn: parent; text: status.liveText; color: "white"; font.bold: true }
+            objectName: "liveIndicator"
+            MouseArea { anchors.fill: parent; onClicked: livePanel.open() }
+            ToolTip.visible: liveHover.hovered && !livePanel.opened
+            ToolTip.text: "Going live: destinations, their state and health"
+            HoverHandler { id: liveHover }
+            LivePanel { id: livePanel; objectName: "livePanel"; theme: root.theme; y: parent.height + 4 }
         }
         Text { text: status.fps.toFixed(1) + " fps"; color: theme.text }
         Text { text: "CPU " + status.cpuPercent.toFixed(0) + " %"; color: theme.text }
