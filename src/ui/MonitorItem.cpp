@@ -246,7 +246,12 @@ QSGNode* MonitorItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     node->setFiltering(QSGTexture::Linear);
   }
   if (frameChanged_ || !node->texture()) {
-    if (const std::shared_ptr<MonitorTexture>& shared = picture_.texture) {
+    const bool openGL = window()->rendererInterface()->graphicsApi() == QSGRendererInterface::OpenGL;
+    if (const std::shared_ptr<MonitorTexture>& shared = picture_.texture; shared && !openGL) {
+      // A texture only a GL scene graph can draw: nothing rather than a crash (the runner never lets this happen).
+      delete node;
+      return nullptr;
+    } else if (shared) {
       // The window's context waits on the GPU, not this thread, for the compositor's drawing.
       glWaitSync(shared->drawn, 0, GL_TIMEOUT_IGNORED);
       node->setTexture(QNativeInterface::QSGOpenGLTexture::fromNative(

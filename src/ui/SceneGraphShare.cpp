@@ -7,7 +7,12 @@
 namespace tavorin {
 
 GLShareGroup sceneGraphShareGroup() {
-  if (QQuickWindow::sceneGraphBackend() == "software") return {};
+  // The backend chosen by QT_QUICK_BACKEND is not what sceneGraphBackend() reports; both are asked.
+  const QString backend = qEnvironmentVariable("QT_QUICK_BACKEND");
+  if (QQuickWindow::sceneGraphBackend() == "software" || backend == "software" || backend == "softwarecontext" ||
+      QQuickWindow::graphicsApi() != QSGRendererInterface::OpenGL) {
+    return {};
+  }
   QOpenGLContext* global = QOpenGLContext::globalShareContext();
   auto* egl = global ? global->nativeInterface<QNativeInterface::QEGLContext>() : nullptr;
   if (!egl) return {};

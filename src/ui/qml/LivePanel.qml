@@ -34,7 +34,8 @@ Popup {
         ListView {
             id: list
             Layout.fillWidth: true
-            Layout.preferredHeight: Math.min(contentHeight, 300)
+            // From the count, not the content: a view with no height makes no rows to measure.
+            Layout.preferredHeight: Math.min(streams.count * 58, 300)
             clip: true
             spacing: 4
             model: streams
