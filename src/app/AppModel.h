@@ -124,6 +124,8 @@ class AppModel {
   // The main canvas's resolution, kept in "Tavorin.canvasSize". A recording
   // running at the old size is closed first, and the log says why it ended.
   void setCanvasSize(CanvasSize size);
+  // The first-launch guide is done (or skipped): it does not come back.
+  void finishOnboarding();
   void restartAudio() { audioMixer.restartAudio(); }
   // Sources: the lifecycle's own operations, and removal, which also forgets the stored entry.
   bool addSource(std::shared_ptr<BaseSource> source) { return sourceLifecycle.addSource(std::move(source)); }

@@ -102,6 +102,11 @@ void AppModel::screenshotProgram() {
                      });
 }
 
+void AppModel::finishOnboarding() {
+  preferences_.setBool(prefkey::onboardingDone, true);
+  showOnboarding = false;
+}
+
 void AppModel::setCanvasSize(CanvasSize size) {
   preferences_.setString(prefkey::canvasSize, std::string(enumName(size)));
   if (size == canvasSize.get()) return;

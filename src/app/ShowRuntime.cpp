@@ -77,7 +77,11 @@ void ShowRuntime::start(std::function<void(const std::string&)> echoLog) {
   model.appendLog("GPU: " + processContext(failure_)->description());
   if (!shareFailure_.empty()) model.appendLog(shareFailure_ + "; the monitors show copies of the pictures");
   if (!audio_) model.appendLog("Audio: " + audioError_ + " — the show runs without sound");
-  if (options_.demo) demo_ = std::make_unique<DemoShow>(model, options_.takeEvery);
+  if (options_.demo) {
+    demo_ = std::make_unique<DemoShow>(model, options_.takeEvery);
+    // The demo is a show made already: no first-launch guide over it (a plain launch still gets it).
+    model.showOnboarding = false;
+  }
   if (options_.syncTest) syncTest_ = std::make_unique<SyncTestShow>(model);
   if (options_.recordingsDir) model.recordingsFolderPath = options_.recordingsDir->string();
   if (options_.record) model.startRecording();

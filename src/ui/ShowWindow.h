@@ -10,6 +10,7 @@
 #include "ui/MixerBridge.h"
 #include "ui/RecordingBridge.h"
 #include "ui/SceneListModel.h"
+#include "ui/SettingsBridge.h"
 #include "ui/SourceListModel.h"
 #include "ui/StreamingBridge.h"
 #include "ui/StatusBridge.h"
@@ -43,6 +44,7 @@ class ShowWindow {
   AudioFilterBridge& audioFilters() { return audioFilters_; }
   RecordingBridge& recorder() { return recorder_; }
   StreamingBridge& streams() { return streams_; }
+  SettingsBridge& settings() { return settings_; }
   StatusBridge& status() { return status_; }
 
  private:
@@ -61,6 +63,7 @@ class ShowWindow {
   AudioFilterBridge audioFilters_;
   RecordingBridge recorder_;
   StreamingBridge streams_;
+  SettingsBridge settings_;
   StatusBridge status_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };

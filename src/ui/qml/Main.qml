@@ -110,6 +110,7 @@ ApplicationWindow {
     Shortcut { sequence: "G"; enabled: !window.typing; onActivated: window.safeAreas = !window.safeAreas }
     Shortcut { sequences: ["F1", "?"]; enabled: !window.typing; onActivated: help.open() }
     ShortcutHelp { id: help; theme: window.theme }
+    OnboardingDialog { objectName: "onboarding"; theme: window.theme }
     Repeater {
         model: 9
         Item {

@@ -42,6 +42,14 @@ Rectangle {
             HoverHandler { id: liveHover }
             LivePanel { id: livePanel; objectName: "livePanel"; theme: root.theme; y: parent.height + 4 }
         }
+        ToolButton {
+            objectName: "settingsButton"
+            text: "⚙"
+            implicitHeight: 24
+            onClicked: settingsDialog.open()
+            ToolTip.visible: hovered
+            ToolTip.text: "Settings"
+        }
         Text { text: status.fps.toFixed(1) + " fps"; color: theme.text }
         Text { text: "CPU " + status.cpuPercent.toFixed(0) + " %"; color: theme.text }
         Text {
@@ -62,4 +70,5 @@ Rectangle {
             MouseArea { anchors.fill: parent; onClicked: root.logRequested() }
         }
     }
+    SettingsDialog { id: settingsDialog; theme: root.theme }
 }

@@ -1,0 +1,35 @@
+#include "ui/SettingsBridge.h"
+
+#include "app/AppModel.h"
+
+namespace tavorin {
+
+SettingsBridge::SettingsBridge(AppModel& model, QObject* parent) : QObject(parent), model_(model) {
+  auto changedNow = [this](const auto&) { Q_EMIT changed(); };
+  subscriptions_.push_back(model.canvasSize.subscribe(changedNow));
+  subscriptions_.push_back(model.showOnboarding.subscribe(changedNow));
+}
+
+QStringList SettingsBridge::canvasSizes() const {
+  QStringList names;
+  for (const auto& [size, key] : EnumNames<CanvasSize>::table) {
+    const Size pixels = pixelSize(size);
+    names << QString("%1 × %2").arg(static_cast<int>(pixels.width)).arg(static_cast<int>(pixels.height));
+  }
+  return names;
+}
+
+int SettingsBridge::canvasSize() const { return static_cast<int>(model_.canvasSize.get()); }
+
+bool SettingsBridge::showOnboarding() const { return model_.showOnboarding.get(); }
+
+void SettingsBridge::setCanvasSize(int index) {
+  const auto& table = EnumNames<CanvasSize>::table;
+  if (index >= 0 && index < static_cast<int>(std::size(table))) {
+    model_.setCanvasSize(table[static_cast<std::size_t>(index)].first);
+  }
+}
+
+void SettingsBridge::finishOnboarding() { model_.finishOnboarding(); }
+
+}  // namespace tavorin
