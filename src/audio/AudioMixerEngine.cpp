@@ -554,6 +554,11 @@ void AudioMixerEngine::meterTick() {
   next.program = programBus_.meterRaw();
   meters = std::move(next);
   loudness = loudnessMeter_.reading();
+  std::map<std::string, float> reductions;
+  for (const auto& [id, processor] : processors_) {
+    for (const auto& [filter, db] : processor->filterChain.gainReductions()) reductions[filter.toString()] = db;
+  }
+  gainReduction = std::move(reductions);
   if (++healthTick_ % 15 == 0) refreshHealth();
 }
 

@@ -58,6 +58,8 @@ class AudioMixerEngine {
   // After the mixer has rebound its inputs to a new device list.
   std::function<void()> onDevicesChanged;
   Published<AudioMeters> meters;
+  // How far each compressor and limiter turned its channel down lately, in dB, by filter id; absent when not at all.
+  Published<std::map<std::string, float>> gainReduction;
   // EBU R128 loudness of Program as it goes out, measured on the tap's thread, published with the meters.
   Published<LoudnessReading> loudness;
   Published<std::set<std::string>> offlineChannels;

@@ -1,6 +1,9 @@
 #include "ui/AudioFilterBridge.h"
 
+#include <cmath>
+
 #include "app/AppModel.h"
+#include "audio/dsp/EQDSP.h"
 
 namespace tavorin {
 
@@ -14,6 +17,7 @@ std::optional<AudioFilterKind> kindNamed(const QString& name) { return enumFromN
 
 AudioFilterBridge::AudioFilterBridge(AppModel& model, QObject* parent) : QAbstractListModel(parent), model_(model) {
   subscriptions_.push_back(model.audioMixer.channelFilters.subscribe([this](const auto&) { reload(); }));
+  subscriptions_.push_back(model.audioMixer.gainReduction.subscribe([this](const auto&) { Q_EMIT gainReductionChanged(); }));
   subscriptions_.push_back(model.audioMixer.channels.subscribe([this](const auto&) {
     // A channel that went away takes its editor with it.
     bool present = false;
@@ -91,6 +95,31 @@ QVariant AudioFilterBridge::data(const QModelIndex& index, int role) const {
 
 QHash<int, QByteArray> AudioFilterBridge::roleNames() const {
   return {{idRole, "filterID"}, {kindRole, "kind"}, {titleRole, "title"}, {enabledRole, "enabled"}, {paramsRole, "params"}};
+}
+
+QVariantMap AudioFilterBridge::gainReduction() const {
+  QVariantMap map;
+  for (const AudioFilterConfig& f : filters_) {
+    const auto& all = model_.audioMixer.gainReduction.get();
+    if (auto it = all.find(f.id.toString()); it != all.end()) map[q(f.id.toString())] = it->second;
+  }
+  return map;
+}
+
+QVariantList AudioFilterBridge::eqCurve(const QString& filterID, int points) const {
+  QVariantList curve;
+  for (const AudioFilterConfig& f : filters_) {
+    if (q(f.id.toString()) != filterID || f.kind != AudioFilterKind::eq) continue;
+    EQDSP eq;
+    eq.prepare(kCommonSampleRate, 1);
+    eq.update(effectiveParams(f));
+    points = std::clamp(points, 2, 512);
+    for (int i = 0; i < points; ++i) {
+      const double hz = 20 * std::pow(1000.0, static_cast<double>(i) / (points - 1));
+      curve.push_back(QVariantMap{{"hz", hz}, {"db", eq.responseDB(hz)}});
+    }
+  }
+  return curve;
 }
 
 QVariantList AudioFilterBridge::kinds() const {

@@ -22,6 +22,8 @@ class AudioFilterBridge : public QAbstractListModel {
   Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
   // {kind, title} for each kind a chain may hold.
   Q_PROPERTY(QVariantList kinds READ kinds CONSTANT)
+  // dB each compressor and limiter of the channel turns it down now, by filter id; absent while it does not.
+  Q_PROPERTY(QVariantMap gainReduction READ gainReduction NOTIFY gainReductionChanged)
 
  public:
   enum Role { idRole = Qt::UserRole + 1, kindRole, titleRole, enabledRole, paramsRole };
@@ -36,6 +38,7 @@ class AudioFilterBridge : public QAbstractListModel {
   void setChannel(const QString& channel);
   QString channelName() const;
   QVariantList kinds() const;
+  QVariantMap gainReduction() const;
 
   Q_INVOKABLE void add(const QString& kind);
   Q_INVOKABLE void remove(const QString& filterID);
@@ -44,10 +47,14 @@ class AudioFilterBridge : public QAbstractListModel {
   Q_INVOKABLE void setParam(const QString& filterID, const QString& key, double value);
   // The editor's text for a value of the kind's parameter ("-18 dB", "4.0:1").
   Q_INVOKABLE QString valueText(const QString& kind, const QString& key, double value) const;
+  // The EQ's response for its current parameters: {hz, db} at `points` frequencies spaced evenly
+  // on a log scale from 20 Hz to 20 kHz; empty for another kind.
+  Q_INVOKABLE QVariantList eqCurve(const QString& filterID, int points = 96) const;
 
  Q_SIGNALS:
   void channelChanged();
   void countChanged();
+  void gainReductionChanged();
 
  private:
   void reload();

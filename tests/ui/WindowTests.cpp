@@ -309,6 +309,24 @@ TEST_F(Window, MixerStripsSetTheChannelsLevelAndAirAndTheRoutingIsStored) {
   QTest::mouseClick(window_->window(), Qt::LeftButton, {}, centre(item("air")));
   EXPECT_FALSE(channel().air);
   EXPECT_TRUE(pumpUntil([&] { return stored("air") == Json(false); }));
+
+  // The strip's filters: the editor opens on its channel and edits the chain in order.
+  QTest::mouseClick(window_->window(), Qt::LeftButton, {}, centre(item("fxButton")));
+  AudioFilterBridge& filters = window_->audioFilters();
+  ASSERT_EQ(filters.channel(), "tone:test");
+  filters.add("eq");
+  filters.add("compressor");
+  ASSERT_EQ(filters.rowCount(), 2);
+  const QString eq = filters.data(filters.index(0), AudioFilterBridge::idRole).toString();
+  filters.setParam(eq, "midGain", 9);
+  const QVariantList curve = filters.eqCurve(eq, 97);
+  ASSERT_EQ(curve.size(), 97);
+  double highest = -100;
+  for (const QVariant& point : curve) highest = std::max(highest, point.toMap()["db"].toDouble());
+  EXPECT_NEAR(highest, 9, 0.3) << "the curve peaks at the mid band's gain";
+  filters.move(1, 0);
+  EXPECT_EQ(model().audioMixer.channelFilters->at("tone:test").front().kind, AudioFilterKind::compressor);
+  pumpUntil([] { return false; }, 0.3);  // the editor's rows are made: their QML must not warn
 }
 
 TEST_F(Window, TheRecordingPanelRecordsPausesAndStopsIntoTheChosenFolder) {

@@ -20,6 +20,8 @@ class AudioDSP {
   virtual void update(const FilterParams& params) = 0;
   // A null `planes` is a buffer without float data: nothing to do.
   virtual void process(float* const* planes, int channels, std::uint32_t frames) = 0;
+  // Any thread: the most the stage turned the sound down in its last block, in dB (0 for stages that never do).
+  virtual float gainReductionDB() const { return 0; }
 };
 
 class PassthroughDSP final : public AudioDSP {

@@ -27,15 +27,20 @@ void CompressorDSP::process(float* const* planes, int channels, std::uint32_t fr
   const auto makeupLin = static_cast<float>(std::pow(10.0, makeup_ / 20));
   const auto threshold = static_cast<float>(threshold_);
   const LevelBounds bounds(threshold_);
+  float most = 0;
   for (std::uint32_t i = 0; i < frames; ++i) {
     env_ = followPeak(env_, framePeak(planes, n, i), attack_, release_);
     float gain = 1;
     if (env_ > bounds.quiet) {
       const float over = levelDb(env_) - threshold;
-      if (over > 0) gain = std::pow(10.0f, -over * slope / 20);
+      if (over > 0) {
+        gain = std::pow(10.0f, -over * slope / 20);
+        most = std::max(most, over * slope);
+      }
     }
     scaleFrame(planes, n, i, gain * makeupLin);
   }
+  reduction_.store(most, std::memory_order_relaxed);
 }
 
 }  // namespace tavorin

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <complex>
 #include <numbers>
 
 namespace tavorin {
@@ -141,6 +143,23 @@ void EQDSP::process(float* const* planes, int channels, std::uint32_t frames) {
       active[s]->z2[c] = k.z2[s];
     }
   }
+}
+
+}  // namespace tavorin
+
+namespace tavorin {
+
+double EQDSP::responseDB(double hz) const {
+  const double w = 2 * std::numbers::pi * hz / fs_;
+  // |H(e^jw)| of each section: numerator and denominator evaluated on the unit circle.
+  const std::complex<double> z1 = std::polar(1.0, -w), z2 = std::polar(1.0, -2 * w);
+  double db = 0;
+  for (const BiquadSection* s : {&hp_, &low_, &mid_, &high_}) {
+    if (s->bypass) continue;
+    const std::complex<double> h = (s->b0 + s->b1 * z1 + s->b2 * z2) / (1.0 + s->a1 * z1 + s->a2 * z2);
+    db += 20 * std::log10(std::max(std::abs(h), 1e-9));
+  }
+  return db;
 }
 
 }  // namespace tavorin

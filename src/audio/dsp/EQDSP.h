@@ -20,6 +20,8 @@ class EQDSP final : public AudioDSP {
   void prepare(double sampleRate, int channels) override;
   void update(const FilterParams& params) override;
   void process(float* const* planes, int channels, std::uint32_t frames) override;
+  // The gain the sections in use give a sine of `hz`, in dB: the curve the filter editor draws.
+  double responseDB(double hz) const;
 
  private:
   double fs_ = 48000;

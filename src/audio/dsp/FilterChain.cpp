@@ -35,7 +35,7 @@ void FilterChain::apply(const std::vector<AudioFilterConfig>& configs) {
     std::unique_ptr<AudioDSP> dsp = makeDSP(config.kind);
     dsp->prepare(sampleRate_, channels_);
     dsp->update(effectiveParams(config));
-    next.push_back({config.enabled, std::move(dsp)});
+    next.push_back({config.id, config.enabled, std::move(dsp)});
   }
   {
     std::lock_guard guard(lock_);
@@ -49,6 +49,20 @@ void FilterChain::process(float* const* planes, int channels, std::uint32_t fram
   for (Entry& entry : entries_) {
     if (entry.enabled) entry.dsp->process(planes, channels, frames);
   }
+}
+
+}  // namespace tavorin
+
+namespace tavorin {
+
+std::map<Uuid, float> FilterChain::gainReductions() {
+  std::map<Uuid, float> reductions;
+  std::unique_lock guard(lock_, std::try_to_lock);
+  if (!guard.owns_lock()) return reductions;
+  for (const Entry& entry : entries_) {
+    if (const float db = entry.enabled ? entry.dsp->gainReductionDB() : 0; db > 0) reductions[entry.id] = db;
+  }
+  return reductions;
 }
 
 }  // namespace tavorin

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -25,9 +26,13 @@ class FilterChain {
   // planes[c][0..frames) for c < channels. Allocates nothing unless a block is
   // larger than any before it (the noise reducer's FIFOs then grow once).
   void process(float* const* planes, int channels, std::uint32_t frames);
+  // Main thread: each stage's gain reduction in its last block, by filter id;
+  // none while the capture thread holds the chain (the meters just skip a reading).
+  std::map<Uuid, float> gainReductions();
 
  private:
   struct Entry {
+    Uuid id;
     bool enabled = true;
     std::unique_ptr<AudioDSP> dsp;
   };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "audio/dsp/AudioDSP.h"
 
 namespace tavorin {
@@ -11,6 +13,7 @@ class LimiterDSP final : public AudioDSP {
   void prepare(double sampleRate, int channels) override;
   void update(const FilterParams& params) override;
   void process(float* const* planes, int channels, std::uint32_t frames) override;
+  float gainReductionDB() const override { return reduction_.load(std::memory_order_relaxed); }
 
  private:
   double fs_ = 48000;
@@ -19,6 +22,7 @@ class LimiterDSP final : public AudioDSP {
   float attack_ = 0;
   float release_ = 0;
   float env_ = 0;
+  std::atomic<float> reduction_{0};  // written by the capture thread once a block
 };
 
 }  // namespace tavorin

@@ -82,6 +82,58 @@ Dialog {
                         ToolButton { text: "▼"; enabled: filter.index < list.count - 1; onClicked: audioFilters.move(filter.index, filter.index + 1) }
                         ToolButton { text: "×"; onClicked: audioFilters.remove(filter.filterID) }
                     }
+                    // The EQ's response, ±18 dB over 20 Hz–20 kHz.
+                    Canvas {
+                        id: curve
+                        visible: filter.kind === "eq"
+                        Layout.fillWidth: true
+                        Layout.preferredHeight: visible ? 70 : 0
+                        property var points: filter.kind === "eq" ? audioFilters.eqCurve(filter.filterID, 96) : []
+                        onPointsChanged: requestPaint()
+                        onWidthChanged: requestPaint()
+                        Connections { target: filter; function onParamsChanged() { curve.points = audioFilters.eqCurve(filter.filterID, 96) } }
+                        onPaint: {
+                            const ctx = getContext("2d")
+                            ctx.reset()
+                            ctx.fillStyle = theme.window
+                            ctx.fillRect(0, 0, width, height)
+                            const y = (db) => height / 2 - Math.max(-18, Math.min(18, db)) / 18 * (height / 2 - 2)
+                            ctx.strokeStyle = theme.line
+                            ctx.beginPath(); ctx.moveTo(0, y(0)); ctx.lineTo(width, y(0)); ctx.stroke()
+                            ctx.strokeStyle = theme.preview
+                            ctx.lineWidth = 2
+                            ctx.beginPath()
+                            for (let i = 0; i < points.length; ++i) {
+                                const x = i / (points.length - 1) * width
+                                if (i === 0) ctx.moveTo(x, y(points[i].db)); else ctx.lineTo(x, y(points[i].db))
+                            }
+                            ctx.stroke()
+                        }
+                    }
+                    // How far a compressor or limiter turns the channel down now.
+                    RowLayout {
+                        visible: filter.kind === "compressor" || filter.kind === "limiter"
+                        readonly property real reduction: audioFilters.gainReduction[filter.filterID] || 0
+                        Label { text: "Gain reduction"; color: theme.text; font.pixelSize: 11; Layout.preferredWidth: 100 }
+                        Rectangle {
+                            Layout.fillWidth: true
+                            height: 8
+                            color: theme.window
+                            Rectangle {
+                                anchors.right: parent.right
+                                height: parent.height
+                                width: parent.width * Math.min(1, parent.parent.reduction / 20)
+                                color: theme.pending
+                            }
+                        }
+                        Label {
+                            text: parent.reduction > 0 ? "-" + parent.reduction.toFixed(1) + " dB" : "0 dB"
+                            color: theme.dim
+                            font.pixelSize: 11
+                            Layout.preferredWidth: 64
+                            horizontalAlignment: Text.AlignRight
+                        }
+                    }
                     Repeater {
                         model: filter.params
                         RowLayout {

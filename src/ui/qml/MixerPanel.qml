@@ -155,6 +155,7 @@ Rectangle {
                                 ToolTip.text: "On air while its picture is on Program"
                             }
                             Toggle {
+                                objectName: "fxButton"
                                 text: "FX" + (strip.filterCount > 0 ? " " + strip.filterCount : "")
                                 checkable: false
                                 onClicked: {

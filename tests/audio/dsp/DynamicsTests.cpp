@@ -50,6 +50,32 @@ TEST(DynamicsTest, SettledPeaksFollowTheStaticCurves) {
   }
 }
 
+// What the filter editor shows as gain reduction: the most of the last block.
+TEST(DynamicsTest, CompressorAndLimiterReportTheirGainReduction) {
+  const struct {
+    const char* what;
+    AudioFilterConfig stage;
+    float levelDb;
+    double reductionDb;
+  } cases[] = {
+      {"compressor, 6 dB over at 4:1", stage(K::compressor, {{"threshold", -20}, {"ratio", 4}, {"attackMs", 1}}), -14, 4.5},
+      {"limiter, 12 dB over its ceiling", limiter(), 11, 12},
+      {"compressor under its threshold", stage(K::compressor, {{"threshold", -20}}), -30, 0},
+  };
+  for (const auto& c : cases) {
+    auto dsp = makeDSP(c.stage.kind);
+    dsp->prepare(kRate, 2);
+    dsp->update(effectiveParams(c.stage));
+    std::vector<float> left = square(fromDb(c.levelDb), kSecond), right = left;
+    float* planes[] = {left.data(), right.data()};
+    for (std::size_t at = 0; at < kSecond; at += 480) {
+      float* block[] = {planes[0] + at, planes[1] + at};
+      dsp->process(block, 2, 480);
+    }
+    EXPECT_NEAR(dsp->gainReductionDB(), c.reductionDb, 0.05) << c.what;
+  }
+}
+
 // Without look-ahead the first peaks of a burst pass while the 0.5 ms attack
 // catches up, and a sine's peaks pass a little as the envelope sags between them.
 TEST(LimiterTest, OnsetAndSinePeaksPassTheCeilingALittle) {

@@ -2,6 +2,7 @@
 
 #include <complex>
 
+#include "audio/dsp/EQDSP.h"
 #include "support/DspTestSignals.h"
 
 namespace tavorin {
@@ -73,6 +74,11 @@ TEST(EQTest, SineGainsMatchTheDesignResponse) {
     const double measured = measuredDb(c.params, c.hz);
     reportMeasured(std::string("EQ ") + c.name + " (design " + std::to_string(expected) + " dB)", measured, "dB");
     EXPECT_NEAR(measured, expected, 0.1) << c.name;
+    // The curve the editor draws is the filter that runs.
+    EQDSP eq;
+    eq.prepare(kRate, 1);
+    eq.update(c.params);
+    EXPECT_NEAR(eq.responseDB(c.hz), measured, 0.1) << c.name;
   }
 
   // The sections run in series: their gains add up.
