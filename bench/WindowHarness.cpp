@@ -1,8 +1,10 @@
-// The operator's window against no window, in one process: the demo show is
-// recorded for SECONDS without a window, then for SECONDS with the window
-// open. Prints the CPU each half used (of one core), the window's extra, the
-// Program monitor's latency from composition to the swap that shows it, and
-// the frame clock's tick intervals (mean, spread) in both halves.
+// The operator's window against no window, in one process: the demo show,
+// with eight more tone channels metering in the mixer, is recorded for
+// SECONDS without a window, then for SECONDS with the window open and its
+// mixer panel hidden, then for SECONDS with the panel shown. Prints the CPU
+// each phase used (of one core), the window's and the mixer panel's extra,
+// the Program monitor's latency from composition to the swap that shows it,
+// and the frame clock's tick intervals (mean, spread) in each phase.
 //
 //   WindowHarness [SECONDS]            (Qt's offscreen platform, software scene graph)
 //   xvfb-run -a WindowHarness [SECONDS]  (Qt Quick on GL under Xvfb)
@@ -21,6 +23,7 @@
 
 #include "HarnessFigures.h"
 #include "app/ShowRuntime.h"
+#include "audio/ToneGenerator.h"
 #include "base/HostTime.h"
 #include "ui/MonitorItem.h"
 #include "ui/SceneGraphShare.h"
@@ -91,8 +94,17 @@ int main(int argc, char** argv) {
   runtime.start();
   AppModel& model = *runtime.model();
 
+  // Eight channels on the meters, as a show with eight inputs has.
+  std::vector<std::unique_ptr<ToneGenerator>> tones;
+  for (int i = 0; i < 8; ++i) {
+    const std::string id = "tone:bench" + std::to_string(i);
+    tones.push_back(std::make_unique<ToneGenerator>(
+        model.audioMixer.addSourceChannel(id, "Tone " + std::to_string(i + 1), "waveform", false, std::nullopt),
+        220.0 * (i + 1), 0.05f));
+  }
+
   const Half without = measure(model, seconds);
-  Half with;
+  Half withoutMixer, with;
   std::vector<double> latencies;
   std::string platform;
   {
@@ -102,6 +114,10 @@ int main(int argc, char** argv) {
     platform = QGuiApplication::platformName().toStdString() + ", " +
                (window.window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software ? "software" : "OpenGL") +
                " scene graph, monitors " + (model.engine->sharesTextures() ? "sample shared textures" : "upload pixels");
+    QObject* mixer = window.window()->findChild<QObject*>("mixerPanel");
+    if (mixer) mixer->setProperty("visible", false);
+    withoutMixer = measure(model, seconds);
+    if (mixer) mixer->setProperty("visible", true);
     with = measure(model, seconds);
     latencies = MonitorItem::programLatencies();
   }
@@ -109,12 +125,14 @@ int main(int argc, char** argv) {
   runtime.finish(closed);
   std::filesystem::remove_all(dir);
 
-  std::printf("demo show recorded, %.0f s each half, Qt %s (%s)\n", seconds, qVersion(), platform.c_str());
+  std::printf("demo show recorded, %.0f s each phase, Qt %s (%s)\n", seconds, qVersion(), platform.c_str());
   std::printf("%-12s %8s %14s %10s %10s\n", "", "CPU %", "tick mean ms", "spread ms", "worst ms");
-  for (const auto& [name, half] : {std::pair{"no window", without}, std::pair{"window", with}}) {
+  for (const auto& [name, half] :
+       {std::pair{"no window", without}, std::pair{"no mixer", withoutMixer}, std::pair{"window", with}}) {
     std::printf("%-12s %8.1f %14.2f %10.2f %10.2f\n", name, half.cpuPercent, half.meanInterval, half.spread, half.worst);
   }
   std::printf("window's extra CPU: %.1f %% of one core\n", with.cpuPercent - without.cpuPercent);
+  std::printf("mixer panel with 8 channels metering: %.1f %% of one core\n", with.cpuPercent - withoutMixer.cpuPercent);
   if (!latencies.empty()) {
     std::sort(latencies.begin(), latencies.end());
     std::printf("Program monitor, composition to swap: median %.1f ms, 95th %.1f ms, %zu pictures\n",
