@@ -251,7 +251,7 @@ void StreamSession::runLoop() {
       isPublishing_ = false;
       leaveEncoders();
       attempt = 1;
-      report(StreamState::reconnecting(attempt, why));
+      report(StreamState::reconnecting(attempt, why, wallClockNow(), stream_failure::backOff(attempt) * timing_.unit));
       closeQuietly(0);
     } else {
       isPublishing_ = false;
@@ -266,7 +266,7 @@ void StreamSession::runLoop() {
         return;
       }
       ++attempt;
-      report(StreamState::reconnecting(attempt));
+      report(StreamState::reconnecting(attempt, {}, wallClockNow(), stream_failure::backOff(attempt) * timing_.unit));
       closeQuietly(0);
     }
     if (sleepCancelled(stream_failure::backOff(attempt) * timing_.unit)) return;

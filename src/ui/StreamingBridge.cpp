@@ -1,6 +1,9 @@
 #include "ui/StreamingBridge.h"
 
+#include <cmath>
+
 #include "app/AppModel.h"
+#include "base/HostTime.h"
 #include "streaming/StreamDestinationEditor.h"
 
 namespace tavorin {
@@ -42,6 +45,14 @@ StreamingBridge::StreamingBridge(AppModel& model, QObject* parent) : QAbstractLi
   };
   subscriptions_.push_back(model.streaming.states.subscribe(refresh));
   subscriptions_.push_back(model.streaming.health.health.subscribe(refresh));
+  // The retry countdown moves on its own while a destination waits to try again.
+  countdown_.setInterval(500);
+  connect(&countdown_, &QTimer::timeout, this, [this] {
+    bool waiting = false;
+    for (const auto& [id, state] : model_.streaming.states.get()) waiting = waiting || state.kind == StreamState::Kind::reconnecting;
+    if (waiting && !destinations_.empty()) Q_EMIT dataChanged(index(0), index(rowCount() - 1), {stateTextRole});
+  });
+  countdown_.start();
 }
 
 void StreamingBridge::reload() {
@@ -75,7 +86,15 @@ QVariant StreamingBridge::data(const QModelIndex& index, int role) const {
           .arg(d.quality.videoBitrateKbps);
     case verticalRole: return d.canvas.value_or(StreamCanvas::main) == StreamCanvas::vertical;
     case stateRole: return stateName(state.kind);
-    case stateTextRole: return q(state.label());
+    case stateTextRole: {
+      QString text = q(state.label());
+      if (state.kind == StreamState::Kind::reconnecting && state.since > 0) {
+        const double left = state.since + state.retryAfter - wallClockNow();
+        text += left >= 0.5 ? QString(", next in %1 s").arg(static_cast<int>(std::lround(left))) : QString(", trying");
+        if (!state.message.empty()) text += " — " + q(state.message);
+      }
+      return text;
+    }
     case activeRole: return state.isActive();
     case healthTextRole: {
       const auto& health = model_.streaming.health.health.get();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractListModel>
+#include <QTimer>
 #include <QVariantList>
 #include <QVariantMap>
 #include <vector>
@@ -33,7 +34,7 @@ class StreamingBridge : public QAbstractListModel {
     qualityTextRole,
     verticalRole,
     stateRole,      // "live", "reconnecting", "error", "idle", "connecting"
-    stateTextRole,  // as the operator reads it ("Reconnecting… (try 2)", the error in words)
+    stateTextRole,  // as the operator reads it ("Reconnecting… (try 2), next in 4 s", the error in words)
     activeRole,
     healthTextRole,  // "6012 kbps · 30 fps · 0 dropped" while live
   };
@@ -77,6 +78,7 @@ class StreamingBridge : public QAbstractListModel {
 
   AppModel& model_;
   std::vector<StreamDestination> destinations_;
+  QTimer countdown_;
   std::vector<Subscription> subscriptions_;
 };
 

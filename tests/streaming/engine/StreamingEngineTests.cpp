@@ -8,6 +8,7 @@
 #include <future>
 #include <mutex>
 #include <thread>
+#include <tuple>
 
 #include "base/HostTime.h"
 #include "streaming/StreamFailure.h"
@@ -184,7 +185,9 @@ TEST(StreamingEngine, ThreeDestinationsAndOneServerDrops) {
 
   drop = true;
   ASSERT_TRUE(rig.pumpUntil([&] { return rig.state(destinations[1].id).kind == StreamState::Kind::reconnecting; }, 5));
-  EXPECT_EQ(rig.state(destinations[1].id), StreamState::reconnecting(1, "the connection closed"));
+  const StreamState dropped = rig.state(destinations[1].id);
+  EXPECT_EQ(std::tie(dropped.attempt, dropped.message), std::make_tuple(1, std::string("the connection closed")));
+  EXPECT_GT(dropped.since, 0) << "the drop's wall-clock time, for the retry countdown";
   EXPECT_TRUE(rig.pumpUntil([&] { return isLive(rig.state(destinations[1].id)); }, 8)) << "live again after the retry";
   rig.pumpFor(1.5);
   feeder.join();
@@ -394,7 +397,9 @@ TEST(StreamingEngine, RefusedServerRetriesOnTheScheduleThenGivesUp) {
   const auto& seen = rig.history[dead.id];
   ASSERT_EQ(seen.size(), 10u) << "connecting, reconnecting 1 to 8, error";
   for (int attempt = 1; attempt <= 8; ++attempt) {
-    EXPECT_EQ(seen[attempt].state, StreamState::reconnecting(attempt));
+    const StreamState& state = seen[attempt].state;
+    EXPECT_EQ(std::tie(state.kind, state.attempt), std::make_tuple(StreamState::Kind::reconnecting, attempt));
+    EXPECT_DOUBLE_EQ(state.retryAfter, stream_failure::backOff(attempt) * unit) << "the countdown the panel shows";
     // Each wait is the back-off of the try it leads to; the attempts themselves
     // are quick. The states are stamped as the main queue sees them, a pump's
     // slice late or early.
