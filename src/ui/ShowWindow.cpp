@@ -54,7 +54,7 @@ MonitorFeed feedOf(AppModel& model) {
 }  // namespace
 
 ShowWindow::ShowWindow(AppModel& model)
-    : model_(model), switcher_(model), scenes_(model), sources_(model), layers_(model), inspector_(model), shapes_(model), mixer_(model), audioFilters_(model), recorder_(model), streams_(model), settings_(model), status_(model) {
+    : model_(model), switcher_(model), scenes_(model), sources_(model), layers_(model), inspector_(model), shapes_(model), mixer_(model), audioFilters_(model), recorder_(model), streams_(model), settings_(model), builder_(model), status_(model) {
   MonitorItem::setFeed(feedOf(model));
   qmlRegisterType<MonitorItem>("Tavorin", 1, 0, "Monitor");
   engine_ = std::make_unique<QQmlApplicationEngine>();
@@ -70,6 +70,7 @@ ShowWindow::ShowWindow(AppModel& model)
   context->setContextProperty("recorder", &recorder_);
   context->setContextProperty("streams", &streams_);
   context->setContextProperty("settings", &settings_);
+  context->setContextProperty("builder", &builder_);
   context->setContextProperty("status", &status_);
   engine_->load(QUrl("qrc:/tavorin/qml/Main.qml"));
   restoreGeometry();

@@ -15,6 +15,7 @@
 #include "ui/StreamingBridge.h"
 #include "ui/StatusBridge.h"
 #include "ui/SwitcherBridge.h"
+#include "ui/TransitionBuilderBridge.h"
 
 class QQuickWindow;
 
@@ -45,6 +46,7 @@ class ShowWindow {
   RecordingBridge& recorder() { return recorder_; }
   StreamingBridge& streams() { return streams_; }
   SettingsBridge& settings() { return settings_; }
+  TransitionBuilderBridge& builder() { return builder_; }
   StatusBridge& status() { return status_; }
 
  private:
@@ -64,6 +66,7 @@ class ShowWindow {
   RecordingBridge recorder_;
   StreamingBridge streams_;
   SettingsBridge settings_;
+  TransitionBuilderBridge builder_;
   StatusBridge status_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };

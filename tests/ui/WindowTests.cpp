@@ -408,6 +408,41 @@ TEST_F(FirstLaunch, TheGuideSetsTheCanvasAndRunsOnce) {
   EXPECT_EQ(stored.value("Tavorin.onboardingDone", false), true) << "a second launch skips the guide";
 }
 
+TEST_F(Window, ATransitionBuiltAndSavedPlaysAsATake) {
+  QQuickWindow* window = window_->window();
+  TransitionBuilderBridge& builder = window_->builder();
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("builderButton")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("builderAddTrack")));
+  ASSERT_EQ(builder.tracks().size(), 1);
+  const QVariantMap track = builder.tracks()[0].toMap();
+  builder.setName("Zoom through");
+  builder.addStage(track["id"].toString());
+  const QVariantList stages = builder.tracks()[0].toMap()["stages"].toList();
+  ASSERT_EQ(stages.size(), track["stages"].toList().size() + 1);
+  builder.setStage(track["id"].toString(), stages.back().toMap()["id"].toString(), "hold", 0.3);
+  builder.setStage(track["id"].toString(), stages.back().toMap()["id"].toString(), "opacity", 7);
+  EXPECT_EQ(builder.tracks()[0].toMap()["stages"].toList().back().toMap()["opacity"].toDouble(), 1) << "kept to sense";
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("builderSave")));
+  ASSERT_EQ(model().transitionStore.transitions->size(), 1u);
+  EXPECT_EQ(model().transitionStore.transitions->front().name, "Zoom through");
+  EXPECT_TRUE(std::filesystem::exists(model().transitionStore.fileURL()));
+  builder.save();
+  EXPECT_EQ(model().transitionStore.transitions->size(), 1u) << "saving again replaces it";
+
+  // The switcher offers it at once, and a take with it runs it.
+  SwitcherBridge& switcher = window_->switcher();
+  const QVariantList choices = switcher.transitionChoices();
+  int zoom = -1;
+  for (int i = 0; i < choices.size(); ++i) {
+    if (choices[i].toMap()["name"].toString() == "Zoom through") zoom = i;
+  }
+  ASSERT_GE(zoom, 0);
+  switcher.setTransitionIndex(zoom);
+  switcher.take();
+  EXPECT_TRUE(pumpUntil([&] { return switcher.transitioning(); }, 2)) << "the transition runs";
+  EXPECT_TRUE(pumpUntil([&] { return !switcher.transitioning() && model().switcher.programScene->id == blueID_; }));
+}
+
 TEST_F(Window, CroppingACornerCutsThePictureWithoutScalingIt) {
   LayerListModel& layers = window_->layers();
   layers.select(QString::fromStdString(model().switcher.previewScene->layers.front().id.toString()));

@@ -65,6 +65,14 @@ Rectangle {
             ToolTip.visible: hovered
             ToolTip.text: "Studio: prepare on Preview, then take. Direct: Preview edits go on air at once."
         }
+        Button {
+            objectName: "builderButton"
+            text: "Build…"
+            ToolTip.visible: hovered
+            ToolTip.text: "Build a custom transition"
+            onClicked: transitionBuilder.open()
+        }
+        TransitionBuilder { id: transitionBuilder; theme: root.theme }
         Item { Layout.fillWidth: true }
         Repeater {
             model: switcher.customTransitions

@@ -1,0 +1,163 @@
+#include "ui/TransitionBuilderBridge.h"
+
+#include <algorithm>
+
+#include "app/AppModel.h"
+
+namespace tavorin {
+
+namespace {
+
+QString q(const std::string& s) { return QString::fromStdString(s); }
+
+// The stage fields the builder edits, with the range each keeps to.
+struct StageField {
+  const char* key;
+  double min, max;
+  double Keyframe::*pose;  // null for the stage's own timing
+  double BuilderStage::*timing;
+};
+
+constexpr StageField kFields[] = {
+    {"hold", 0, 10, nullptr, &BuilderStage::hold},
+    {"toNext", 0, 10, nullptr, &BuilderStage::toNext},
+    {"scale", 0.01, 4, &Keyframe::scale, nullptr},
+    {"posX", -1, 2, &Keyframe::posX, nullptr},
+    {"posY", -1, 2, &Keyframe::posY, nullptr},
+    {"rotationDeg", -720, 720, &Keyframe::rotationDeg, nullptr},
+    {"yawDeg", -89, 89, &Keyframe::yawDeg, nullptr},
+    {"pitchDeg", -89, 89, &Keyframe::pitchDeg, nullptr},
+    {"opacity", 0, 1, &Keyframe::opacity, nullptr},
+};
+
+}  // namespace
+
+TransitionBuilderBridge::TransitionBuilderBridge(AppModel& model, QObject* parent) : QObject(parent), model_(model) {
+  auto changedNow = [this](const auto&) { Q_EMIT changed(); };
+  subscriptions_.push_back(draft_.tracks.subscribe(changedNow));
+  subscriptions_.push_back(draft_.name.subscribe(changedNow));
+  subscriptions_.push_back(draft_.cutPoint.subscribe(changedNow));
+  subscriptions_.push_back(draft_.editingID.subscribe(changedNow));
+  subscriptions_.push_back(model.transitionStore.transitions.subscribe([this](const auto&) { Q_EMIT savedChanged(); }));
+  startNew();
+}
+
+QString TransitionBuilderBridge::name() const { return q(draft_.name.get()); }
+void TransitionBuilderBridge::setName(const QString& name) { draft_.name = name.trimmed().toStdString(); }
+double TransitionBuilderBridge::cutPoint() const { return draft_.cutPoint.get(); }
+void TransitionBuilderBridge::setCutPoint(double fraction) { draft_.cutPoint = std::clamp(fraction, 0.0, 1.0); }
+
+QVariantList TransitionBuilderBridge::tracks() const {
+  QVariantList list;
+  for (const BuilderTrack& track : draft_.tracks.get()) {
+    QVariantList stages;
+    for (const BuilderStage& stage : track.stages) {
+      QVariantMap map{{"id", q(stage.id.toString())}};
+      for (const StageField& f : kFields) map[f.key] = f.pose ? stage.k.*(f.pose) : stage.*(f.timing);
+      stages.push_back(map);
+    }
+    list.push_back(QVariantMap{{"id", q(track.id.toString())},
+                               {"sourceID", q(track.sourceID)},
+                               {"sourceName", q(model_.displayName(track.sourceID))},
+                               {"stages", stages}});
+  }
+  return list;
+}
+
+QVariantList TransitionBuilderBridge::saved() const {
+  QVariantList list;
+  for (const CustomTransition& t : model_.transitionStore.transitions.get()) {
+    list.push_back(QVariantMap{{"id", q(t.id.toString())}, {"name", q(t.name)}});
+  }
+  return list;
+}
+
+void TransitionBuilderBridge::startNew() {
+  draft_.reset();
+  draft_.name = "Transition";
+}
+
+bool TransitionBuilderBridge::open(const QString& id) {
+  const auto parsed = Uuid::parse(id.toStdString());
+  const auto custom = parsed ? model_.transitionStore.find(*parsed) : std::nullopt;
+  if (!custom) return false;
+  draft_.load(*custom);
+  return true;
+}
+
+QString TransitionBuilderBridge::addTrack(const QString& sourceID) {
+  if (sourceID.isEmpty()) return {};
+  return q(draft_.addTrack(sourceID.toStdString()).toString());
+}
+
+void TransitionBuilderBridge::removeTrack(const QString& trackID) {
+  if (const auto id = Uuid::parse(trackID.toStdString())) draft_.removeTrack(*id);
+}
+
+void TransitionBuilderBridge::moveTrack(const QString& trackID, int by) {
+  if (const auto id = Uuid::parse(trackID.toStdString())) draft_.moveTrack(*id, by);
+}
+
+template <class Fn>
+void TransitionBuilderBridge::editTrack(const QString& trackID, Fn&& fn) {
+  const auto id = Uuid::parse(trackID.toStdString());
+  if (!id) return;
+  draft_.tracks.modify([&](std::vector<BuilderTrack>& all) {
+    for (BuilderTrack& track : all) {
+      if (track.id == *id) fn(track);
+    }
+  });
+}
+
+void TransitionBuilderBridge::addStage(const QString& trackID) {
+  editTrack(trackID, [](BuilderTrack& track) {
+    BuilderStage next = track.stages.empty() ? BuilderStage{} : track.stages.back();
+    next.id = Uuid::make();
+    if (!track.stages.empty() && track.stages.back().toNext <= 0) track.stages.back().toNext = 0.3;
+    next.toNext = 0;
+    track.stages.push_back(next);
+  });
+}
+
+void TransitionBuilderBridge::removeStage(const QString& trackID, const QString& stageID) {
+  editTrack(trackID, [&](BuilderTrack& track) {
+    if (track.stages.size() <= 1) return;
+    std::erase_if(track.stages, [&](const BuilderStage& s) { return q(s.id.toString()) == stageID; });
+  });
+}
+
+void TransitionBuilderBridge::setStage(const QString& trackID, const QString& stageID, const QString& key,
+                                       double value) {
+  const StageField* field = nullptr;
+  for (const StageField& f : kFields) {
+    if (key == f.key) field = &f;
+  }
+  if (!field) return;
+  const double clamped = std::clamp(value, field->min, field->max);
+  editTrack(trackID, [&](BuilderTrack& track) {
+    for (BuilderStage& stage : track.stages) {
+      if (q(stage.id.toString()) != stageID) continue;
+      if (field->pose) {
+        stage.k.*(field->pose) = clamped;
+      } else {
+        stage.*(field->timing) = clamped;
+      }
+    }
+  });
+}
+
+QString TransitionBuilderBridge::save() {
+  if (draft_.tracks->empty()) return {};
+  const std::string name = draft_.name->empty() ? std::string("Transition") : draft_.name.get();
+  CustomTransition custom = draft_.compile(name, &model_.switcher);
+  // Saving an opened transition replaces it; a new one keeps its id for the next save.
+  if (draft_.editingID.get()) {
+    custom.id = *draft_.editingID.get();
+  } else {
+    draft_.editingID = custom.id;
+  }
+  model_.transitionStore.upsert(custom);
+  return q(custom.id.toString());
+}
+
+}  // namespace tavorin

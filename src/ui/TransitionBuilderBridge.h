@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QObject>
+#include <QVariantList>
+#include <vector>
+
+#include "base/Published.h"
+#include "switcher/TransitionDraft.h"
+
+namespace tavorin {
+
+class AppModel;
+
+// The custom transition builder over the draft model: tracks of a source each,
+// stages with their pose, hold and travel, the cut point and the name; saved
+// to "transitions.json", where the switcher offers it at once.
+class TransitionBuilderBridge : public QObject {
+  Q_OBJECT
+  Q_PROPERTY(QString name READ name WRITE setName NOTIFY changed)
+  Q_PROPERTY(double cutPoint READ cutPoint WRITE setCutPoint NOTIFY changed)
+  Q_PROPERTY(double duration READ duration NOTIFY changed)
+  Q_PROPERTY(bool editing READ editing NOTIFY changed)
+  // {id, sourceID, sourceName, stages: [{id, hold, toNext, scale, posX, posY, rotationDeg, yawDeg, pitchDeg, opacity}]}
+  Q_PROPERTY(QVariantList tracks READ tracks NOTIFY changed)
+  // {id, name} of each saved transition, to open for editing.
+  Q_PROPERTY(QVariantList saved READ saved NOTIFY savedChanged)
+
+ public:
+  explicit TransitionBuilderBridge(AppModel& model, QObject* parent = nullptr);
+
+  QString name() const;
+  void setName(const QString& name);
+  double cutPoint() const;
+  void setCutPoint(double fraction);
+  double duration() const { return draft_.totalDuration(); }
+  bool editing() const { return draft_.editingID.get().has_value(); }
+  QVariantList tracks() const;
+  QVariantList saved() const;
+
+  // A new, empty transition.
+  Q_INVOKABLE void startNew();
+  // Opens a saved transition's stages; false when there is none by that id.
+  Q_INVOKABLE bool open(const QString& id);
+  Q_INVOKABLE QString addTrack(const QString& sourceID);
+  Q_INVOKABLE void removeTrack(const QString& trackID);
+  Q_INVOKABLE void moveTrack(const QString& trackID, int by);
+  // A stage after the track's last, in the same pose.
+  Q_INVOKABLE void addStage(const QString& trackID);
+  // A track keeps at least one stage.
+  Q_INVOKABLE void removeStage(const QString& trackID, const QString& stageID);
+  // `key` is one of the stage fields listed for `tracks`; seconds and poses are clamped to sense.
+  Q_INVOKABLE void setStage(const QString& trackID, const QString& stageID, const QString& key, double value);
+  // Compiles and stores the transition; returns its id, empty when it has no track.
+  Q_INVOKABLE QString save();
+
+ Q_SIGNALS:
+  void changed();
+  void savedChanged();
+
+ private:
+  template <class Fn>
+  void editTrack(const QString& trackID, Fn&& fn);
+
+  AppModel& model_;
+  TransitionDraft draft_;
+  std::vector<Subscription> subscriptions_;
+};
+
+}  // namespace tavorin

@@ -1,0 +1,137 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+// The custom transition builder: tracks of a source each, moving through
+// stages (a pose, how long it holds, how long the travel to the next takes),
+// the point where the picture underneath changes, and the name. Saved, it is
+// offered by the switcher at once.
+Dialog {
+    id: root
+    property Theme theme: Theme {}
+    title: (builder.editing ? "Edit transition" : "New transition") + " — " + builder.duration.toFixed(2) + " s"
+    modal: true
+    anchors.centerIn: Overlay.overlay
+    width: Math.min(860, parent ? parent.width - 40 : 860)
+    height: Math.min(560, parent ? parent.height - 40 : 560)
+    standardButtons: Dialog.Close
+
+    readonly property var fields: [
+        {key: "hold", label: "Hold s", step: 0.05}, {key: "toNext", label: "Travel s", step: 0.05},
+        {key: "scale", label: "Size", step: 0.05}, {key: "posX", label: "X", step: 0.05}, {key: "posY", label: "Y", step: 0.05},
+        {key: "rotationDeg", label: "Turn °", step: 5}, {key: "yawDeg", label: "Yaw °", step: 5},
+        {key: "pitchDeg", label: "Pitch °", step: 5}, {key: "opacity", label: "Opacity", step: 0.05}]
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: theme.gap
+        RowLayout {
+            Label { text: "Name"; color: theme.dim }
+            TextField {
+                objectName: "builderName"
+                Layout.preferredWidth: 200
+                text: builder.name
+                onEditingFinished: builder.name = text
+            }
+            Label { text: "Cut at"; color: theme.dim }
+            Slider {
+                Layout.preferredWidth: 140
+                from: 0; to: 1
+                value: builder.cutPoint
+                onMoved: builder.cutPoint = value
+            }
+            Label { text: Math.round(builder.cutPoint * 100) + " %"; color: theme.dim }
+            Item { Layout.fillWidth: true }
+            ComboBox {
+                id: openPicker
+                Layout.preferredWidth: 160
+                textRole: "name"
+                valueRole: "id"
+                model: builder.saved
+                displayText: "Open…"
+                onActivated: builder.open(currentValue)
+            }
+            Button { text: "New"; onClicked: builder.startNew() }
+            Button {
+                objectName: "builderSave"
+                text: "Save"
+                enabled: builder.tracks.length > 0
+                onClicked: builder.save()
+            }
+        }
+        RowLayout {
+            Label { text: "Add a track of"; color: theme.dim }
+            ComboBox {
+                id: sourcePicker
+                Layout.preferredWidth: 220
+                textRole: "name"
+                valueRole: "sourceID"
+                model: sources
+            }
+            Button { objectName: "builderAddTrack"; text: "+ Track"; onClicked: builder.addTrack(sourcePicker.currentValue) }
+        }
+        ListView {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            spacing: theme.gap
+            model: builder.tracks
+            delegate: Rectangle {
+                id: track
+                required property var modelData
+                required property int index
+                width: ListView.view.width
+                height: trackColumn.implicitHeight + 8
+                color: theme.raised
+                radius: 3
+                ColumnLayout {
+                    id: trackColumn
+                    anchors.fill: parent
+                    anchors.margins: 4
+                    spacing: 2
+                    RowLayout {
+                        Label { text: track.modelData.sourceName; color: theme.text; font.bold: true; Layout.fillWidth: true }
+                        ToolButton { text: "▲"; onClicked: builder.moveTrack(track.modelData.id, -1) }
+                        ToolButton { text: "▼"; onClicked: builder.moveTrack(track.modelData.id, 1) }
+                        ToolButton { text: "+ Stage"; onClicked: builder.addStage(track.modelData.id) }
+                        ToolButton { text: "×"; onClicked: builder.removeTrack(track.modelData.id) }
+                    }
+                    RowLayout {
+                        spacing: 2
+                        Label { text: ""; Layout.preferredWidth: 20 }
+                        Repeater {
+                            model: root.fields
+                            Label { required property var modelData; text: modelData.label; color: theme.dim; font.pixelSize: 10; Layout.preferredWidth: 78 }
+                        }
+                    }
+                    Repeater {
+                        model: track.modelData.stages
+                        RowLayout {
+                            id: stage
+                            required property var modelData
+                            required property int index
+                            spacing: 2
+                            Label { text: stage.index + 1; color: theme.dim; Layout.preferredWidth: 20 }
+                            Repeater {
+                                model: root.fields
+                                TextField {
+                                    required property var modelData
+                                    Layout.preferredWidth: 78
+                                    font.pixelSize: 11
+                                    text: Number(stage.modelData[modelData.key]).toFixed(modelData.step < 1 ? 2 : 0)
+                                    validator: DoubleValidator {}
+                                    onEditingFinished: builder.setStage(track.modelData.id, stage.modelData.id, modelData.key, parseFloat(text))
+                                }
+                            }
+                            ToolButton {
+                                text: "×"
+                                enabled: track.modelData.stages.length > 1
+                                onClicked: builder.removeStage(track.modelData.id, stage.modelData.id)
+                            }
+                        }
+                    }
+                }
+            }
+        }
+    }
+}
