@@ -10,6 +10,8 @@ Popup {
     width: 480
     height: Math.min(420, implicitHeight)
     padding: 10
+    // Stays open while its own dialogs are used; Escape or × closes it.
+    closePolicy: Popup.CloseOnEscape
     background: Rectangle { color: theme.panel; border.color: theme.line; radius: 4 }
 
     ColumnLayout {
@@ -25,6 +27,7 @@ Popup {
                 onClicked: streams.anyActive ? streams.stopAll() : streams.goLiveAll()
             }
             Button { objectName: "addDestinationButton"; text: "+ Destination"; onClicked: editor.edit("") }
+            ToolButton { text: "×"; onClicked: root.close() }
         }
         Label {
             visible: streams.count === 0

@@ -11,6 +11,8 @@ Popup {
     property Theme theme: Theme {}
     width: 360
     padding: 10
+    // Stays open while its own dialogs are used; Escape or × closes it.
+    closePolicy: Popup.CloseOnEscape
     background: Rectangle { color: theme.panel; border.color: theme.line; radius: 4 }
 
     ColumnLayout {
@@ -37,6 +39,7 @@ Popup {
                 font.bold: true
                 font.family: "monospace"
             }
+            ToolButton { text: "×"; onClicked: root.close() }
         }
         RowLayout {
             Label { text: "Quality"; color: theme.dim; Layout.preferredWidth: 60 }
