@@ -3,13 +3,13 @@
 #include <cmath>
 
 #include "app/AppModel.h"
+#include "ui/QtText.h"
 #include "audio/dsp/EQDSP.h"
 
 namespace tavorin {
 
 namespace {
 
-QString q(std::string_view s) { return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size())); }
 
 std::optional<AudioFilterKind> kindNamed(const QString& name) { return enumFromName<AudioFilterKind>(name.toStdString()); }
 
@@ -21,7 +21,7 @@ AudioFilterBridge::AudioFilterBridge(AppModel& model, QObject* parent) : QAbstra
   subscriptions_.push_back(model.audioMixer.channels.subscribe([this](const auto&) {
     // A channel that went away takes its editor with it.
     bool present = false;
-    for (const ChannelInfo& c : model_.audioMixer.channels.get()) present = present || q(c.id) == channel_;
+    for (const ChannelInfo& c : model_.audioMixer.channels.get()) present = present || qText(c.id) == channel_;
     if (!present && !channel_.isEmpty()) setChannel({});
     Q_EMIT channelChanged();
   }));
@@ -36,7 +36,7 @@ void AudioFilterBridge::setChannel(const QString& channel) {
 
 QString AudioFilterBridge::channelName() const {
   for (const ChannelInfo& c : model_.audioMixer.channels.get()) {
-    if (q(c.id) == channel_) return q(c.name);
+    if (qText(c.id) == channel_) return qText(c.name);
   }
   return {};
 }
@@ -69,23 +69,23 @@ QVariant AudioFilterBridge::data(const QModelIndex& index, int role) const {
   if (index.row() < 0 || index.row() >= rowCount()) return {};
   const AudioFilterConfig& f = filters_[static_cast<std::size_t>(index.row())];
   switch (role) {
-    case idRole: return q(f.id.toString());
-    case kindRole: return q(enumName(f.kind));
+    case idRole: return qText(f.id.toString());
+    case kindRole: return qText(enumName(f.kind));
     case Qt::DisplayRole:
-    case titleRole: return q(filterTitle(f.kind));
+    case titleRole: return qText(filterTitle(f.kind));
     case enabledRole: return f.enabled;
     case paramsRole: {
       QVariantList params;
       const FilterParams values = effectiveParams(f);
       for (const FilterParam& p : paramTable(f.kind)) {
         const double value = values.at(p.key);
-        params.push_back(QVariantMap{{"key", q(p.key)},
-                                     {"label", q(p.label)},
+        params.push_back(QVariantMap{{"key", qText(p.key)},
+                                     {"label", qText(p.label)},
                                      {"min", p.min},
                                      {"max", p.max},
                                      {"log", p.log},
                                      {"value", value},
-                                     {"text", q(tavorin::valueText(p, value))}});
+                                     {"text", qText(tavorin::valueText(p, value))}});
       }
       return params;
     }
@@ -101,7 +101,7 @@ QVariantMap AudioFilterBridge::gainReduction() const {
   QVariantMap map;
   for (const AudioFilterConfig& f : filters_) {
     const auto& all = model_.audioMixer.gainReduction.get();
-    if (auto it = all.find(f.id.toString()); it != all.end()) map[q(f.id.toString())] = it->second;
+    if (auto it = all.find(f.id.toString()); it != all.end()) map[qText(f.id.toString())] = it->second;
   }
   return map;
 }
@@ -109,7 +109,7 @@ QVariantMap AudioFilterBridge::gainReduction() const {
 QVariantList AudioFilterBridge::eqCurve(const QString& filterID, int points) const {
   QVariantList curve;
   for (const AudioFilterConfig& f : filters_) {
-    if (q(f.id.toString()) != filterID || f.kind != AudioFilterKind::eq) continue;
+    if (qText(f.id.toString()) != filterID || f.kind != AudioFilterKind::eq) continue;
     EQDSP eq;
     eq.prepare(kCommonSampleRate, 1);
     eq.update(effectiveParams(f));
@@ -125,7 +125,7 @@ QVariantList AudioFilterBridge::eqCurve(const QString& filterID, int points) con
 QVariantList AudioFilterBridge::kinds() const {
   QVariantList list;
   for (const auto& [kind, name] : EnumNames<AudioFilterKind>::table) {
-    list.push_back(QVariantMap{{"kind", q(name)}, {"title", q(filterTitle(kind))}});
+    list.push_back(QVariantMap{{"kind", qText(name)}, {"title", qText(filterTitle(kind))}});
   }
   return list;
 }
@@ -161,7 +161,7 @@ QString AudioFilterBridge::valueText(const QString& kind, const QString& key, do
   const auto parsed = kindNamed(kind);
   if (!parsed) return {};
   for (const FilterParam& p : paramTable(*parsed)) {
-    if (q(p.key) == key) return q(tavorin::valueText(p, value));
+    if (qText(p.key) == key) return qText(tavorin::valueText(p, value));
   }
   return {};
 }

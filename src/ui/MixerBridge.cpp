@@ -4,14 +4,9 @@
 #include <cmath>
 
 #include "app/AppModel.h"
+#include "ui/QtText.h"
 
 namespace tavorin {
-
-namespace {
-
-QString q(const std::string& s) { return QString::fromStdString(s); }
-
-}  // namespace
 
 MixerBridge::MixerBridge(AppModel& model, QObject* parent) : QAbstractListModel(parent), model_(model) {
   AudioMixerEngine& mixer = model.audioMixer;
@@ -62,7 +57,7 @@ int MixerBridge::rowCount(const QModelIndex& parent) const {
 
 int MixerBridge::rowOf(const QString& id) const {
   for (std::size_t i = 0; i < channels_.size(); ++i) {
-    if (q(channels_[i].id) == id) return static_cast<int>(i);
+    if (qText(channels_[i].id) == id) return static_cast<int>(i);
   }
   return -1;
 }
@@ -76,9 +71,9 @@ QVariant MixerBridge::data(const QModelIndex& index, int role) const {
     return it == values.end() ? kFloorDB : toDB(it->second);
   };
   switch (role) {
-    case idRole: return q(c.id);
+    case idRole: return qText(c.id);
     case Qt::DisplayRole:
-    case nameRole: return q(c.name);
+    case nameRole: return qText(c.name);
     case levelDBRole: return toDB(c.level);
     case airRole: return c.air;
     case cueRole: return c.cue;
@@ -113,7 +108,7 @@ bool MixerBridge::programOutputOffline() const { return model_.audioMixer.progra
 
 QString MixerBridge::programOutput() const {
   const auto& device = model_.audioMixer.programOutput.get();
-  return device ? q(device->uid) : QString();
+  return device ? qText(device->uid) : QString();
 }
 
 QVariantList MixerBridge::outputDevices() const { return devices_; }
@@ -135,11 +130,11 @@ QVariantList MixerBridge::monitorBuses() const {
   const auto& meters = model_.audioMixer.meters.get().monitors;
   for (const MonitorInfo& m : model_.audioMixer.monitors.get()) {
     auto meter = meters.find(m.id);
-    list.push_back(QVariantMap{{"id", q(m.id)},
-                               {"name", q(m.name)},
+    list.push_back(QVariantMap{{"id", qText(m.id)},
+                               {"name", qText(m.name)},
                                {"gainDB", toDB(m.gain)},
                                {"muted", m.muted},
-                               {"device", q(m.deviceUID.value_or(""))},
+                               {"device", qText(m.deviceUID.value_or(""))},
                                {"meterDB", meter == meters.end() ? kFloorDB : toDB(meter->second)},
                                {"removable", m.removable},
                                {"connected", m.connected}});
@@ -150,7 +145,7 @@ QVariantList MixerBridge::monitorBuses() const {
 void MixerBridge::refreshDevices() {
   devices_.clear();
   for (const AudioOutputDevice& device : model_.audioOutputs()) {
-    devices_.push_back(QVariantMap{{"uid", q(device.uid)}, {"name", q(device.name)}});
+    devices_.push_back(QVariantMap{{"uid", qText(device.uid)}, {"name", qText(device.name)}});
   }
   Q_EMIT devicesChanged();
 }
@@ -192,7 +187,7 @@ namespace {
 std::optional<AudioOutputDevice> deviceOf(const AppModel& model, const QString& uid) {
   if (uid.isEmpty()) return std::nullopt;
   for (const AudioOutputDevice& device : model.audioOutputs()) {
-    if (q(device.uid) == uid) return device;
+    if (qText(device.uid) == uid) return device;
   }
   return std::nullopt;
 }
@@ -207,7 +202,7 @@ void MixerBridge::setProgramOutput(const QString& uid) {
 
 QString MixerBridge::addMonitorBus(const QString& name) {
   const QString trimmed = name.trimmed();
-  return q(model_.audioMixer.addMonitor(trimmed.isEmpty() ? "Monitor" : trimmed.toStdString()));
+  return qText(model_.audioMixer.addMonitor(trimmed.isEmpty() ? "Monitor" : trimmed.toStdString()));
 }
 void MixerBridge::removeMonitorBus(const QString& id) { model_.audioMixer.removeMonitor(id.toStdString()); }
 void MixerBridge::renameMonitorBus(const QString& id, const QString& name) {

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "app/AppModel.h"
+#include "ui/QtText.h"
 #include "base/HostTime.h"
 #include "streaming/StreamDestinationEditor.h"
 
@@ -10,7 +11,6 @@ namespace tavorin {
 
 namespace {
 
-QString q(std::string_view s) { return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size())); }
 
 QString resolutionText(StreamResolution r) {
   switch (r) {
@@ -74,11 +74,11 @@ QVariant StreamingBridge::data(const QModelIndex& index, int role) const {
   const auto stateIt = states.find(d.id);
   const StreamState state = stateIt == states.end() ? StreamState::idle() : stateIt->second;
   switch (role) {
-    case idRole: return q(d.id.toString());
+    case idRole: return qText(d.id.toString());
     case Qt::DisplayRole:
-    case nameRole: return q(d.name);
-    case platformNameRole: return q(displayName(d.platform));
-    case serverRole: return q(d.serverURL);
+    case nameRole: return qText(d.name);
+    case platformNameRole: return qText(displayName(d.platform));
+    case serverRole: return qText(d.serverURL);
     case qualityTextRole:
       return QString("%1 · %2 fps · %3 kbps")
           .arg(resolutionText(d.quality.resolution))
@@ -87,11 +87,11 @@ QVariant StreamingBridge::data(const QModelIndex& index, int role) const {
     case verticalRole: return d.canvas.value_or(StreamCanvas::main) == StreamCanvas::vertical;
     case stateRole: return stateName(state.kind);
     case stateTextRole: {
-      QString text = q(state.label());
+      QString text = qText(state.label());
       if (state.kind == StreamState::Kind::reconnecting && state.since > 0) {
         const double left = state.since + state.retryAfter - wallClockNow();
         text += left >= 0.5 ? QString(", next in %1 s").arg(static_cast<int>(std::lround(left))) : QString(", trying");
-        if (!state.message.empty()) text += " — " + q(state.message);
+        if (!state.message.empty()) text += " — " + qText(state.message);
       }
       return text;
     }
@@ -118,7 +118,7 @@ bool StreamingBridge::anyActive() const { return model_.streaming.isAnyActive();
 QVariantList StreamingBridge::platforms() const {
   QVariantList list;
   for (const auto& [platform, key] : EnumNames<StreamPlatform>::table) {
-    list.push_back(QVariantMap{{"platform", q(key)}, {"name", q(displayName(platform))}});
+    list.push_back(QVariantMap{{"platform", qText(key)}, {"name", qText(displayName(platform))}});
   }
   return list;
 }
@@ -148,11 +148,11 @@ void StreamingBridge::remove(const QString& id) {
 }
 
 QVariantMap StreamingBridge::toMap(const StreamDestination& d) {
-  return {{"id", q(d.id.toString())},
-          {"name", q(d.name)},
-          {"platform", q(enumName(d.platform))},
-          {"server", q(d.serverURL)},
-          {"resolution", q(enumName(d.quality.resolution))},
+  return {{"id", qText(d.id.toString())},
+          {"name", qText(d.name)},
+          {"platform", qText(enumName(d.platform))},
+          {"server", qText(d.serverURL)},
+          {"resolution", qText(enumName(d.quality.resolution))},
           {"fps", d.quality.fps},
           {"videoKbps", d.quality.videoBitrateKbps},
           {"audioKbps", d.quality.audioBitrateKbps},
@@ -206,8 +206,8 @@ QVariantList StreamingBridge::frameRates(const QString& platform) const {
 
 QString StreamingBridge::advice(const QVariantMap& draft) const {
   const StreamDestination d = fromMap(draft);
-  QString text = q(tavorin::advice(d.platform));
-  if (const auto vertical = verticalAdvice(d)) text += "\n" + q(*vertical);
+  QString text = qText(tavorin::advice(d.platform));
+  if (const auto vertical = verticalAdvice(d)) text += "\n" + qText(*vertical);
   return text;
 }
 
@@ -231,7 +231,7 @@ QString StreamingBridge::save(const QVariantMap& draft, const QString& key) {
   } else {
     model_.streamStore.add(d);
   }
-  return q(d.id.toString());
+  return qText(d.id.toString());
 }
 
 }  // namespace tavorin

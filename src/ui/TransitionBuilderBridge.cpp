@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "app/AppModel.h"
+#include "ui/QtText.h"
 
 namespace tavorin {
 
 namespace {
 
-QString q(const std::string& s) { return QString::fromStdString(s); }
 
 // The stage fields the builder edits, with the range each keeps to.
 struct StageField {
@@ -42,7 +42,7 @@ TransitionBuilderBridge::TransitionBuilderBridge(AppModel& model, QObject* paren
   startNew();
 }
 
-QString TransitionBuilderBridge::name() const { return q(draft_.name.get()); }
+QString TransitionBuilderBridge::name() const { return qText(draft_.name.get()); }
 void TransitionBuilderBridge::setName(const QString& name) { draft_.name = name.trimmed().toStdString(); }
 double TransitionBuilderBridge::cutPoint() const { return draft_.cutPoint.get(); }
 void TransitionBuilderBridge::setCutPoint(double fraction) { draft_.cutPoint = std::clamp(fraction, 0.0, 1.0); }
@@ -52,13 +52,13 @@ QVariantList TransitionBuilderBridge::tracks() const {
   for (const BuilderTrack& track : draft_.tracks.get()) {
     QVariantList stages;
     for (const BuilderStage& stage : track.stages) {
-      QVariantMap map{{"id", q(stage.id.toString())}};
+      QVariantMap map{{"id", qText(stage.id.toString())}};
       for (const StageField& f : kFields) map[f.key] = f.pose ? stage.k.*(f.pose) : stage.*(f.timing);
       stages.push_back(map);
     }
-    list.push_back(QVariantMap{{"id", q(track.id.toString())},
-                               {"sourceID", q(track.sourceID)},
-                               {"sourceName", q(model_.displayName(track.sourceID))},
+    list.push_back(QVariantMap{{"id", qText(track.id.toString())},
+                               {"sourceID", qText(track.sourceID)},
+                               {"sourceName", qText(model_.displayName(track.sourceID))},
                                {"stages", stages}});
   }
   return list;
@@ -67,7 +67,7 @@ QVariantList TransitionBuilderBridge::tracks() const {
 QVariantList TransitionBuilderBridge::saved() const {
   QVariantList list;
   for (const CustomTransition& t : model_.transitionStore.transitions.get()) {
-    list.push_back(QVariantMap{{"id", q(t.id.toString())}, {"name", q(t.name)}});
+    list.push_back(QVariantMap{{"id", qText(t.id.toString())}, {"name", qText(t.name)}});
   }
   return list;
 }
@@ -87,7 +87,7 @@ bool TransitionBuilderBridge::open(const QString& id) {
 
 QString TransitionBuilderBridge::addTrack(const QString& sourceID) {
   if (sourceID.isEmpty()) return {};
-  return q(draft_.addTrack(sourceID.toStdString()).toString());
+  return qText(draft_.addTrack(sourceID.toStdString()).toString());
 }
 
 void TransitionBuilderBridge::removeTrack(const QString& trackID) {
@@ -122,7 +122,7 @@ void TransitionBuilderBridge::addStage(const QString& trackID) {
 void TransitionBuilderBridge::removeStage(const QString& trackID, const QString& stageID) {
   editTrack(trackID, [&](BuilderTrack& track) {
     if (track.stages.size() <= 1) return;
-    std::erase_if(track.stages, [&](const BuilderStage& s) { return q(s.id.toString()) == stageID; });
+    std::erase_if(track.stages, [&](const BuilderStage& s) { return qText(s.id.toString()) == stageID; });
   });
 }
 
@@ -136,7 +136,7 @@ void TransitionBuilderBridge::setStage(const QString& trackID, const QString& st
   const double clamped = std::clamp(value, field->min, field->max);
   editTrack(trackID, [&](BuilderTrack& track) {
     for (BuilderStage& stage : track.stages) {
-      if (q(stage.id.toString()) != stageID) continue;
+      if (qText(stage.id.toString()) != stageID) continue;
       if (field->pose) {
         stage.k.*(field->pose) = clamped;
       } else {
@@ -157,7 +157,7 @@ QString TransitionBuilderBridge::save() {
     draft_.editingID = custom.id;
   }
   model_.transitionStore.upsert(custom);
-  return q(custom.id.toString());
+  return qText(custom.id.toString());
 }
 
 }  // namespace tavorin
