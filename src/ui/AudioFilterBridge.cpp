@@ -99,8 +99,8 @@ QHash<int, QByteArray> AudioFilterBridge::roleNames() const {
 
 QVariantMap AudioFilterBridge::gainReduction() const {
   QVariantMap map;
+  const auto& all = model_.audioMixer.gainReduction.get();
   for (const AudioFilterConfig& f : filters_) {
-    const auto& all = model_.audioMixer.gainReduction.get();
     if (auto it = all.find(f.id.toString()); it != all.end()) map[qText(f.id.toString())] = it->second;
   }
   return map;

@@ -2,6 +2,7 @@
 
 #include <QUrl>
 #include <cmath>
+#include <utility>
 
 #include "app/AppModel.h"
 
@@ -30,7 +31,11 @@ RecordingBridge::RecordingBridge(AppModel& model, QObject* parent) : QObject(par
   subscriptions_.push_back(model.recordingsFolderPath.subscribe(changedNow));
   // The folder of a recording that ends is the last recording.
   subscriptions_.push_back(recording.currentFolder.subscribe([this](const auto& folder) {
-    if (folder) lastRecording_ = QString::fromStdString(folder->string());
+    if (folder) {
+      recordingFolder_ = QString::fromStdString(folder->string());
+    } else if (!recordingFolder_.isEmpty()) {
+      lastRecording_ = std::exchange(recordingFolder_, QString());
+    }
     Q_EMIT changed();
   }));
   clock_.setInterval(250);

@@ -50,6 +50,7 @@ class RecordingBridge : public QObject {
 
  private:
   AppModel& model_;
+  QString recordingFolder_;  // while a recording runs
   QString lastRecording_;
   QTimer clock_;
   std::vector<Subscription> subscriptions_;

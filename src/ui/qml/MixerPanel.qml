@@ -61,7 +61,12 @@ Rectangle {
         stepSize: 0.5
         Layout.fillHeight: true
         // A double click goes back to unity gain.
-        TapHandler { onDoubleTapped: parent.moved(parent.value = 0) }
+        TapHandler {
+            onDoubleTapped: {
+                parent.value = 0
+                parent.moved()
+            }
+        }
     }
 
     RowLayout {
