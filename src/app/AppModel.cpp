@@ -81,6 +81,7 @@ AppModel::AppModel(AppEnvironment environment)
       savedAudioInputIDs(preferences_.getStringList(prefkey::audioInputIDs).value_or(std::vector<std::string>{})),
       savedProgramOutputUID(preferences_.getString(prefkey::programOutputUID)),
       canvasSize(readCanvasSize(preferences_)),
+      frameRate(validFrameRate(preferences_.getInt(prefkey::frameRate))),
       showOnboarding(false),
       recordingsFolderPath(preferences_.getString(prefkey::recordingsFolder).value_or("")),
       encoders(probeHardwareEncoders(),
@@ -94,6 +95,7 @@ AppModel::AppModel(AppEnvironment environment)
       recorder(encoders),
       recording(queue_, recorder, audioMixer, preferences_,
                 {.canvasPixels = [this] { return pixelSize(canvasSize.get()); },
+                 .frameRate = [this] { return frameRate.get(); },
                  .recordingsRoot = [this] { return currentRecordingsRoot(); },
                  .clipsFolder = [this] { return showFolder_.library(ShowFolder::Library::clips); },
                  .log = [this](std::string line) { appendLog(std::move(line)); },
@@ -290,7 +292,8 @@ void AppModel::bindEngine() {
   if (encoders.hardware().vaapiH264 || encoders.hardware().vaapiHevc) bindHardwareEncoding();
   // Headless, the encoders are the only consumers: with none open the clock rests.
   encoderConsumers_ = std::make_unique<EncoderConsumers>(encoders, *engine, queue_);
-  engine->start();
+  engine->start(frameRate.get());
+  subscriptions_.push_back(frameRate.subscribe([this](int fps) { engine->setRefreshRate(fps); }));
   auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
     auto [horizontal, vertical] = thumbnailScenes(layouts);
     engine->setAuxScenes(std::move(horizontal), std::move(vertical));

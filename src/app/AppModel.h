@@ -23,6 +23,7 @@
 #include "base/Uuid.h"
 #include "compositor/CompositorEngine.h"
 #include "model/CanvasSize.h"
+#include "model/FrameRate.h"
 #include "model/MixerScene.h"
 #include "model/SessionState.h"
 #include "model/TransitionKind.h"
@@ -124,6 +125,10 @@ class AppModel {
   // The main canvas's resolution, kept in "Tavorin.canvasSize". A recording
   // running at the old size is closed first, and the log says why it ended.
   void setCanvasSize(CanvasSize size);
+  // Program's frame rate, kept in "Tavorin.frameRate": the frame clock never
+  // ticks faster and recordings are written at it. A recording at the old rate
+  // is closed first, as for the canvas size; rates not offered are ignored.
+  void setFrameRate(int fps);
   // The first-launch guide is done (or skipped): it does not come back.
   void finishOnboarding();
   void restartAudio() { audioMixer.restartAudio(); }
@@ -186,6 +191,7 @@ class AppModel {
   std::vector<std::string> savedAudioInputIDs;
   std::optional<std::string> savedProgramOutputUID;
   Published<CanvasSize> canvasSize;
+  Published<int> frameRate;
   Published<bool> showOnboarding;
   Published<std::string> recordingsFolderPath;
   // Every encoder the recorder and the streams run; outputs at one encoding share one.

@@ -117,4 +117,12 @@ void AppModel::setCanvasSize(CanvasSize size) {
   canvasSize = size;
 }
 
+void AppModel::setFrameRate(int fps) {
+  if (validFrameRate(fps) != fps) return;
+  preferences_.setInt(prefkey::frameRate, fps);
+  if (fps == frameRate.get()) return;
+  recording.endBecause("Recording ended: the frame rate changed to " + std::to_string(fps) + " fps.");
+  frameRate = fps;
+}
+
 }  // namespace tavorin

@@ -20,8 +20,6 @@ namespace tavorin {
 
 namespace {
 
-constexpr int kRecordingFrameRate = 30;
-
 // The stored raw value ("High (HEVC)"), or the case name that older versions
 // wrote ("hevcHigh"); anything else keeps the first case.
 ProgramRecorder::Quality readRecordQuality(const Preferences& preferences) {
@@ -84,7 +82,7 @@ RecordingController::~RecordingController() {
 bool RecordingController::startRecorder(const std::filesystem::path& file, ProgramRecorder::Quality quality,
                                         bool withAudio, std::string* error) {
   const Size pixels = wiring_.canvasPixels();
-  return recorder_.start(file, kRecordingFrameRate, static_cast<int>(pixels.width), static_cast<int>(pixels.height),
+  return recorder_.start(file, wiring_.frameRate(), static_cast<int>(pixels.width), static_cast<int>(pixels.height),
                          quality, withAudio, error);
 }
 

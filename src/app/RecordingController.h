@@ -28,6 +28,8 @@ class RecordingController {
   // What it asks of the rest of the show.
   struct Wiring {
     std::function<Size()> canvasPixels;
+    // Program's frame rate, which recordings are written at.
+    std::function<int()> frameRate;
     // The folder recordings go to now.
     std::function<std::filesystem::path()> recordingsRoot;
     std::function<std::filesystem::path()> clipsFolder;

@@ -90,6 +90,13 @@ void CompositorEngine::start(double refreshRate) {
   clock_->start([this] { context_.makeCurrent(); }, [this] { context_.releaseCurrent(); });
 }
 
+void CompositorEngine::setRefreshRate(double refreshRate) {
+  if (!(refreshRate > 0)) return;
+  std::lock_guard hold(consumersLock_);
+  refreshRate_ = refreshRate;
+  applyDemand();
+}
+
 void CompositorEngine::stop() {
   if (clock_) clock_->stop();
 }

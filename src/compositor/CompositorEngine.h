@@ -54,6 +54,9 @@ class CompositorEngine {
   // does nothing. It ticks as fast as the consumers need, and rests while
   // there are none.
   void start(double refreshRate = 60.0);
+  // Any thread: the display's (or the show's) rate changes; the clock never
+  // ticks faster than it from the next refresh on. Not above zero: ignored.
+  void setRefreshRate(double refreshRate);
   // Stops the clock; for quit and tests (the show itself never stops it).
   void stop();
 

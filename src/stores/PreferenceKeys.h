@@ -35,6 +35,8 @@ inline constexpr std::string_view recordAudioIDs = "Tavorin.recordAudioIDs";
 inline constexpr std::string_view deckLayoutsMigrated = "Tavorin.deckLayoutsMigrated";
 inline constexpr std::string_view embeddedVerticalMigrated = "Tavorin.embeddedVerticalMigrated";
 
+inline constexpr std::string_view frameRate = "Tavorin.frameRate";  // integer, one of the Program frame rates
+
 inline constexpr std::string_view editCanvas = "Tavorin.editCanvas";  // "horizontal" or "vertical"
 inline constexpr std::string_view layoutSyncH = "Tavorin.layoutSyncH";  // Boolean, true when unset
 inline constexpr std::string_view layoutSyncV = "Tavorin.layoutSyncV";  // Boolean, true when unset

@@ -7,6 +7,7 @@ namespace tavorin {
 SettingsBridge::SettingsBridge(AppModel& model, QObject* parent) : QObject(parent), model_(model) {
   auto changedNow = [this](const auto&) { Q_EMIT changed(); };
   subscriptions_.push_back(model.canvasSize.subscribe(changedNow));
+  subscriptions_.push_back(model.frameRate.subscribe(changedNow));
   subscriptions_.push_back(model.showOnboarding.subscribe(changedNow));
 }
 
@@ -20,6 +21,16 @@ QStringList SettingsBridge::canvasSizes() const {
 }
 
 int SettingsBridge::canvasSize() const { return static_cast<int>(model_.canvasSize.get()); }
+
+QVariantList SettingsBridge::frameRates() const {
+  QVariantList rates;
+  for (int fps : kFrameRates) rates << fps;
+  return rates;
+}
+
+int SettingsBridge::frameRate() const { return model_.frameRate.get(); }
+
+void SettingsBridge::setFrameRate(int fps) { model_.setFrameRate(fps); }
 
 bool SettingsBridge::showOnboarding() const { return model_.showOnboarding.get(); }
 

@@ -97,35 +97,54 @@ TEST_F(AppModelRecordingTest, StatsTickCountsRecordedSecondsWithoutThePauses) {
   EXPECT_EQ(published, (std::vector<int>{0, 1, 2, 3, 4, 5, -1})) << "a figure is published only when it changes";
 }
 
-TEST_F(AppModelRecordingTest, CanvasChangeClosesTheRecordingFirstAndSaysWhy) {
+// A change of what Program is (its size or its rate) closes the file opened
+// before it, which then plays whole at what it was opened with.
+TEST_F(AppModelRecordingTest, PictureChangesCloseTheRecordingFirstAndSayWhy) {
   std::vector<std::filesystem::path> revealed;
   auto model = makeModel(show / "Recordings", [&](const std::filesystem::path& item) { revealed.push_back(item); });
-  model->startRecording();
-  ASSERT_TRUE(model->recording.isRecording.get());
-  const auto folder = *model->recording.currentFolder.get();
-  feedProgram(*model);
-
-  model->setCanvasSize(CanvasSize::qhd1440);
+  struct Change {
+    std::function<void()> apply;
+    std::string_view key, stored;
+    std::string ended;
+  };
+  const Change changes[] = {
+      {[&] { model->setCanvasSize(CanvasSize::qhd1440); }, prefkey::canvasSize, "\"qhd1440\"",
+       "Recording ended: the canvas changed to 2560×1440."},
+      {[&] { model->setFrameRate(25); }, prefkey::frameRate, "25", "Recording ended: the frame rate changed to 25 fps."},
+  };
+  for (const Change& change : changes) {
+    SCOPED_TRACE(change.ended);
+    model->startRecording();
+    ASSERT_TRUE(model->recording.isRecording.get());
+    const auto folder = *model->recording.currentFolder.get();
+    const double width = pixelSize(model->canvasSize.get()).width;
+    feedProgram(*model);
+    change.apply();
+    EXPECT_EQ(Preferences(show / "preferences.json").getJSON(change.key).value_or(Json()).dump(), change.stored);
+    runUntil([&] { return !model->recording.isRecording.get(); });
+    ASSERT_FALSE(model->recording.isRecording.get());
+    const auto& log = model->log.get();
+    ASSERT_GE(log.size(), 2u);
+    EXPECT_EQ(log[log.size() - 2], "Recording saved: " + folder.filename().string());
+    EXPECT_EQ(log.back(), change.ended);
+    EXPECT_EQ(revealed.back(), folder) << "the saved recording is shown in the file manager";
+    const auto info = testing::probe(folder / "program.mov");
+    const auto* video = testing::streamOf(info, "video");
+    ASSERT_NE(video, nullptr);
+    EXPECT_EQ((*video)["width"], width) << "the file keeps the size it was opened at";
+  }
   EXPECT_EQ(model->canvasSize.get(), CanvasSize::qhd1440);
-  EXPECT_EQ(Preferences(show / "preferences.json").getString(prefkey::canvasSize), "qhd1440");
-  runUntil([&] { return !model->recording.isRecording.get(); });
-  ASSERT_FALSE(model->recording.isRecording.get());
-  const auto& log = model->log.get();
-  ASSERT_GE(log.size(), 2u);
-  EXPECT_EQ(log[log.size() - 2], "Recording saved: " + folder.filename().string());
-  EXPECT_EQ(log.back(), "Recording ended: the canvas changed to 2560×1440.");
-  EXPECT_EQ(revealed, std::vector<std::filesystem::path>{folder}) << "the saved recording is shown in the file manager";
-  const auto info = testing::probe(folder / "program.mov");
-  const auto* video = testing::streamOf(info, "video");
-  ASSERT_NE(video, nullptr);
-  EXPECT_EQ((*video)["width"], 1920) << "the file keeps the size it was opened at";
+  EXPECT_EQ(model->frameRate.get(), 25);
+  model->setFrameRate(27);
+  EXPECT_EQ(model->frameRate.get(), 25) << "a rate not on offer is ignored";
 
   // A recording that yields no file is not shown anywhere.
   model->startRecording();
+  EXPECT_EQ(model->encoders.videoRates().at(std::string(ProgramRecorder::kCanvas)), 25);
   model->stopRecording();
   runUntil([&] { return !model->recording.isRecording.get(); });
   EXPECT_EQ(model->log->back(), "Recording failed to finalize.");
-  EXPECT_EQ(revealed.size(), 1u);
+  EXPECT_EQ(revealed.size(), 2u);
 }
 
 // Quitting never waits longer than its bound for outputs that cannot close:

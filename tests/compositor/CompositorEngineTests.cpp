@@ -141,6 +141,7 @@ TEST_F(EngineTest, OnlyConsumedCanvasesAreDrawnAndTheClockTicksForTheFastest) {
     std::vector<Need> needs;
     std::vector<Canvas> drawn;
     double rate;
+    double refresh = 60;
   } table[] = {
       {"nothing consumed: the clock rests", {}, {}, 0},
       {"a 30 fps recording", {{Canvas::program, 30}}, {Canvas::program}, 30},
@@ -153,6 +154,11 @@ TEST_F(EngineTest, OnlyConsumedCanvasesAreDrawnAndTheClockTicksForTheFastest) {
        {Canvas::program, Canvas::preview},
        60},
       {"no faster than the display", {{Canvas::studio, 120}}, {Canvas::studio}, 60},
+      {"a show at 25 fps: its monitors and streams no faster",
+       {{Canvas::preview, kMonitor}, {Canvas::program, 30}},
+       {Canvas::program, Canvas::preview},
+       25,
+       25},
       {"a rate below one counts as one", {{Canvas::verticalPreview, 0}}, {Canvas::verticalPreview}, 1},
       {"a removed consumer no longer counts",
        {{Canvas::program, 60, true}, {Canvas::program, 30}, {Canvas::preview, 60, true}},
@@ -167,6 +173,7 @@ TEST_F(EngineTest, OnlyConsumedCanvasesAreDrawnAndTheClockTicksForTheFastest) {
   double now = 1.0;
   for (const auto& row : table) {
     SCOPED_TRACE(row.what);
+    engine.setRefreshRate(row.refresh);
     for (auto id : previous) engine.removeConsumer(id);
     previous.clear();
     for (const Need& need : row.needs) {
@@ -185,7 +192,7 @@ TEST_F(EngineTest, OnlyConsumedCanvasesAreDrawnAndTheClockTicksForTheFastest) {
       EXPECT_EQ(engine.newestFrame(canvas) != nullptr, drawn) << "canvas " << i;
     }
   }
-  EXPECT_EQ(programFrames.size(), 4u) << "Program's sink hears only the ticks that drew it";
+  EXPECT_EQ(programFrames.size(), 5u) << "Program's sink hears only the ticks that drew it";
 }
 
 TEST_F(EngineTest, ThumbnailsOnEverySixthTick) {

@@ -3,7 +3,7 @@ import QtQuick.Controls
 import QtQuick.Dialogs
 import QtQuick.Layouts
 
-// The show's settings: canvas size, where Program's sound plays, where recordings go.
+// The show's settings: canvas size and frame rate, where Program's sound plays, where recordings go.
 Dialog {
     id: root
     property Theme theme: Theme {}
@@ -26,9 +26,23 @@ Dialog {
             currentIndex: settings.canvasSize
             onActivated: (index) => settings.setCanvasSize(index)
         }
+        Label { text: "Frame rate"; color: theme.dim }
+        ComboBox {
+            objectName: "frameRatePicker"
+            Layout.fillWidth: true
+            model: settings.frameRates
+            displayText: settings.frameRate + " fps"
+            currentIndex: settings.frameRates.indexOf(settings.frameRate)
+            delegate: ItemDelegate {
+                required property var modelData
+                width: ListView.view.width
+                text: modelData + " fps"
+            }
+            onActivated: (index) => settings.setFrameRate(settings.frameRates[index])
+        }
         Label {
             Layout.columnSpan: 2
-            text: "A recording running at the old size is closed first."
+            text: "A recording running at the old size or rate is closed first."
             color: theme.dim
             font.pixelSize: 11
         }
