@@ -10,7 +10,7 @@
 namespace tavorin {
 
 // Where monitors get their pictures, without knowing the engine: a canvas is
-// "preview", "program", or a scene's id for its thumbnail, or "source:" and a
+// "preview", "program", "studio", or a scene's id for its thumbnail, or "source:" and a
 // source's id.
 struct MonitorFeed {
   // The newest picture of a thumbnail or source; null before there is one.

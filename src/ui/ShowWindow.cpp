@@ -18,6 +18,8 @@ constexpr std::string_view kSourcePrefix = "source:";
 std::optional<Canvas> canvasNamed(const std::string& name) {
   if (name == "program") return Canvas::program;
   if (name == "preview") return Canvas::preview;
+  // The private stage where transitions are rehearsed.
+  if (name == "studio") return Canvas::studio;
   return std::nullopt;
 }
 

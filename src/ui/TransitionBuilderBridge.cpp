@@ -33,11 +33,16 @@ constexpr StageField kFields[] = {
 }  // namespace
 
 TransitionBuilderBridge::TransitionBuilderBridge(AppModel& model, QObject* parent) : QObject(parent), model_(model) {
-  auto changedNow = [this](const auto&) { Q_EMIT changed(); };
+  // An edit while scrubbing shows at once on the studio canvas.
+  auto changedNow = [this](const auto&) {
+    applyScrub();
+    Q_EMIT changed();
+  };
   subscriptions_.push_back(draft_.tracks.subscribe(changedNow));
   subscriptions_.push_back(draft_.name.subscribe(changedNow));
   subscriptions_.push_back(draft_.cutPoint.subscribe(changedNow));
   subscriptions_.push_back(draft_.editingID.subscribe(changedNow));
+  subscriptions_.push_back(draft_.holdStageID.subscribe(changedNow));
   subscriptions_.push_back(model.transitionStore.transitions.subscribe([this](const auto&) { Q_EMIT savedChanged(); }));
   startNew();
 }
@@ -54,6 +59,7 @@ QVariantList TransitionBuilderBridge::tracks() const {
     for (const BuilderStage& stage : track.stages) {
       QVariantMap map{{"id", qText(stage.id.toString())}};
       for (const StageField& f : kFields) map[f.key] = f.pose ? stage.k.*(f.pose) : stage.*(f.timing);
+      map["holdsHere"] = draft_.holdTrackID.get() == track.id && draft_.holdStageID.get() == stage.id;
       stages.push_back(map);
     }
     list.push_back(QVariantMap{{"id", qText(track.id.toString())},
@@ -144,6 +150,47 @@ void TransitionBuilderBridge::setStage(const QString& trackID, const QString& st
       }
     }
   });
+}
+
+void TransitionBuilderBridge::toggleHoldStage(const QString& trackID, const QString& stageID) {
+  const auto track = Uuid::parse(trackID.toStdString());
+  const auto stage = Uuid::parse(stageID.toStdString());
+  if (!track || !stage) return;
+  if (draft_.holdTrackID.get() == track && draft_.holdStageID.get() == stage) {
+    draft_.holdTrackID = std::nullopt;
+    draft_.holdStageID = std::nullopt;
+    return;
+  }
+  for (const BuilderTrack& t : draft_.tracks.get()) {
+    for (const BuilderStage& s : t.stages) {
+      if (t.id != *track || s.id != *stage) continue;
+      draft_.holdTrackID = *track;
+      draft_.holdStageID = *stage;
+    }
+  }
+}
+
+void TransitionBuilderBridge::scrub(double progress) {
+  scrub_ = std::clamp(progress, 0.0, 1.0);
+  applyScrub();
+  Q_EMIT scrubChanged();
+}
+
+void TransitionBuilderBridge::endScrub() {
+  if (!scrub_) return;
+  scrub_.reset();
+  model_.studioSwitcher.scrub(std::nullopt, 0);
+  Q_EMIT scrubChanged();
+}
+
+void TransitionBuilderBridge::applyScrub() {
+  if (!scrub_) return;
+  model_.studioSwitcher.scrub(draft_.compile("Scrub", &model_.switcher), static_cast<float>(*scrub_));
+}
+
+void TransitionBuilderBridge::audition() {
+  if (draft_.tracks->empty()) return;
+  model_.studioSwitcher.playOverProgram(draft_.compile("Preview", &model_.switcher));
 }
 
 QString TransitionBuilderBridge::save() {

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QVariantList>
+#include <optional>
 #include <vector>
 
 #include "base/Published.h"
@@ -20,7 +21,9 @@ class TransitionBuilderBridge : public QObject {
   Q_PROPERTY(double cutPoint READ cutPoint WRITE setCutPoint NOTIFY changed)
   Q_PROPERTY(double duration READ duration NOTIFY changed)
   Q_PROPERTY(bool editing READ editing NOTIFY changed)
-  // {id, sourceID, sourceName, stages: [{id, hold, toNext, scale, posX, posY, rotationDeg, yawDeg, pitchDeg, opacity}]}
+  // Where the studio canvas shows the draft, 0…1 of its length; below zero while it does not.
+  Q_PROPERTY(double scrubPosition READ scrubPosition NOTIFY scrubChanged)
+  // {id, sourceID, sourceName, stages: [{id, hold, toNext, scale, posX, posY, rotationDeg, yawDeg, pitchDeg, opacity, holdsHere}]}
   Q_PROPERTY(QVariantList tracks READ tracks NOTIFY changed)
   // {id, name} of each saved transition, to open for editing.
   Q_PROPERTY(QVariantList saved READ saved NOTIFY savedChanged)
@@ -36,6 +39,7 @@ class TransitionBuilderBridge : public QObject {
   bool editing() const { return draft_.editingID.get().has_value(); }
   QVariantList tracks() const;
   QVariantList saved() const;
+  double scrubPosition() const { return scrub_.value_or(-1); }
 
   // A new, empty transition.
   Q_INVOKABLE void startNew();
@@ -50,19 +54,34 @@ class TransitionBuilderBridge : public QObject {
   Q_INVOKABLE void removeStage(const QString& trackID, const QString& stageID);
   // `key` is one of the stage fields listed for `tracks`; seconds and poses are clamped to sense.
   Q_INVOKABLE void setStage(const QString& trackID, const QString& stageID, const QString& key, double value);
+  // A fired run of the transition waits at this stage's start until fired
+  // again; the stage that holds already lets go. Nothing for unknown ids.
+  Q_INVOKABLE void toggleHoldStage(const QString& trackID, const QString& stageID);
   // Compiles and stores the transition; returns its id, empty when it has no track.
   Q_INVOKABLE QString save();
+
+  // The studio canvas shows the draft alone at `progress` (0…1), and follows
+  // its edits until `endScrub`, which gives the canvas back to its Preview.
+  Q_INVOKABLE void scrub(double progress);
+  Q_INVOKABLE void endScrub();
+  // Plays the draft once on the studio canvas over Program, which it leaves as it is.
+  Q_INVOKABLE void audition();
 
  Q_SIGNALS:
   void changed();
   void savedChanged();
+  void scrubChanged();
 
  private:
   template <class Fn>
   void editTrack(const QString& trackID, Fn&& fn);
 
+  // Shows the current draft at the scrub position on the studio canvas.
+  void applyScrub();
+
   AppModel& model_;
   TransitionDraft draft_;
+  std::optional<double> scrub_;
   std::vector<Subscription> subscriptions_;
 };
 

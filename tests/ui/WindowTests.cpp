@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSignalSpy>
 #include <QTest>
 #include <QUrl>
 #include <chrono>
@@ -129,7 +130,15 @@ class Window : public ::testing::Test {
     };
     QQuickItem* found = nullptr;
     pumpUntil([&] { return (found = search(window_->window()->contentItem())) != nullptr; }, 5);
+    settle();
     return found;
+  }
+  // Lays out what changed by drawing a frame (polish runs first), so that an
+  // item just made or moved is clicked where it is shown.
+  void settle() {
+    QSignalSpy swapped(window_->window(), &QQuickWindow::frameSwapped);
+    window_->window()->update();
+    swapped.wait(1000);
   }
   // A shown control whose text is `text` (a dialog's standard buttons have no names).
   QQuickItem* labelled(const QString& text) {
@@ -422,9 +431,30 @@ TEST_F(Window, ATransitionBuiltAndSavedPlaysAsATake) {
   builder.setStage(track["id"].toString(), stages.back().toMap()["id"].toString(), "hold", 0.3);
   builder.setStage(track["id"].toString(), stages.back().toMap()["id"].toString(), "opacity", 7);
   EXPECT_EQ(builder.tracks()[0].toMap()["stages"].toList().back().toMap()["opacity"].toDouble(), 1) << "kept to sense";
+
+  // Scrubbed, the studio monitor shows the draft alone at that point, and follows its edits.
+  QQuickItem* studio = item("builderStudioPicture");
+  ASSERT_TRUE(studio);
+  const auto lit = [&](QPointF at) { return pumpUntil([&] { return shown(centre(studio, at)).lightness() > 60; }, 5); };
+  builder.scrub(0);
+  EXPECT_TRUE(lit({0.5, 0.5})) << "the first pose: small, in the middle";
+  EXPECT_TRUE(shows(centre(studio, {0.9, 0.9}), Qt::black));
+  builder.setStage(track["id"].toString(), stages.front().toMap()["id"].toString(), "posX", 0.2);
+  EXPECT_TRUE(lit({0.2, 0.5}));
+  EXPECT_TRUE(shows(centre(studio), Qt::black));
+  // Played on the studio canvas, it leaves the show's switcher alone.
+  builder.audition();
+  EXPECT_TRUE(model().studioSwitcher.isTransitioning.get());
+  EXPECT_FALSE(model().switcher.isTransitioning.get());
+  EXPECT_EQ(model().switcher.programScene->id, redID_);
+
+  builder.toggleHoldStage(track["id"].toString(), stages.back().toMap()["id"].toString());
   QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("builderSave")));
   ASSERT_EQ(model().transitionStore.transitions->size(), 1u);
   EXPECT_EQ(model().transitionStore.transitions->front().name, "Zoom through");
+  EXPECT_TRUE(model().transitionStore.transitions->front().holdPoint) << "a fired run waits at the marked stage";
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(labelled("Close")));
+  EXPECT_TRUE(pumpUntil([&] { return builder.scrubPosition() < 0; })) << "the studio canvas is given back";
   EXPECT_TRUE(std::filesystem::exists(model().transitionStore.fileURL()));
   builder.save();
   EXPECT_EQ(model().transitionStore.transitions->size(), 1u) << "saving again replaces it";

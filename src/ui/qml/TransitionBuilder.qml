@@ -4,8 +4,9 @@ import QtQuick.Layouts
 
 // The custom transition builder: tracks of a source each, moving through
 // stages (a pose, how long it holds, how long the travel to the next takes),
-// the point where the picture underneath changes, and the name. Saved, it is
-// offered by the switcher at once.
+// the point where the picture underneath changes, the stage a fired run holds
+// at, and the name. Scrubbed and played on the studio canvas while it is
+// built; saved, it is offered by the switcher at once.
 Dialog {
     id: root
     property Theme theme: Theme {}
@@ -15,6 +16,8 @@ Dialog {
     width: Math.min(860, parent ? parent.width - 40 : 860)
     height: Math.min(560, parent ? parent.height - 40 : 560)
     standardButtons: Dialog.Close
+    // The studio canvas goes back to its own Preview once the builder is closed.
+    onClosed: builder.endScrub()
 
     readonly property var fields: [
         {key: "hold", label: "Hold s", step: 0.05}, {key: "toNext", label: "Travel s", step: 0.05},
@@ -60,15 +63,65 @@ Dialog {
             }
         }
         RowLayout {
-            Label { text: "Add a track of"; color: theme.dim }
-            ComboBox {
-                id: sourcePicker
-                Layout.preferredWidth: 220
-                textRole: "name"
-                valueRole: "sourceID"
-                model: sources
+            spacing: theme.gap
+            MonitorView {
+                objectName: "builderStudio"
+                canvas: "studio"
+                label: "STUDIO"
+                tally: theme.raised
+                Layout.preferredWidth: 288
+                Layout.preferredHeight: 162
             }
-            Button { objectName: "builderAddTrack"; text: "+ Track"; onClicked: builder.addTrack(sourcePicker.currentValue) }
+            ColumnLayout {
+                Layout.fillWidth: true
+                RowLayout {
+                    Label { text: "Add a track of"; color: theme.dim }
+                    ComboBox {
+                        id: sourcePicker
+                        Layout.preferredWidth: 220
+                        textRole: "name"
+                        valueRole: "sourceID"
+                        model: sources
+                    }
+                    Button { objectName: "builderAddTrack"; text: "+ Track"; onClicked: builder.addTrack(sourcePicker.currentValue) }
+                }
+                RowLayout {
+                    Label { text: "Scrub"; color: theme.dim }
+                    Slider {
+                        objectName: "builderScrub"
+                        Layout.fillWidth: true
+                        from: 0; to: 1
+                        enabled: builder.tracks.length > 0
+                        value: Math.max(0, builder.scrubPosition)
+                        onMoved: builder.scrub(value)
+                    }
+                    Label {
+                        text: builder.scrubPosition < 0 ? "—" : (builder.scrubPosition * builder.duration).toFixed(2) + " s"
+                        color: theme.dim
+                        Layout.preferredWidth: 50
+                    }
+                }
+                RowLayout {
+                    Button {
+                        objectName: "builderPlay"
+                        text: "▶ Play on studio"
+                        enabled: builder.tracks.length > 0
+                        ToolTip.visible: hovered
+                        ToolTip.text: "Play the transition once over Program on the studio canvas"
+                        onClicked: builder.audition()
+                    }
+                    Button {
+                        text: "Stop scrubbing"
+                        enabled: builder.scrubPosition >= 0
+                        onClicked: builder.endScrub()
+                    }
+                }
+                Label {
+                    text: "A stage marked ⏸ is where a fired run waits until it is fired again."
+                    color: theme.dim
+                    font.pixelSize: 11
+                }
+            }
         }
         ListView {
             Layout.fillWidth: true
@@ -122,6 +175,14 @@ Dialog {
                                     validator: DoubleValidator {}
                                     onEditingFinished: builder.setStage(track.modelData.id, stage.modelData.id, modelData.key, parseFloat(text))
                                 }
+                            }
+                            ToolButton {
+                                text: "⏸"
+                                checkable: true
+                                checked: stage.modelData.holdsHere
+                                ToolTip.visible: hovered
+                                ToolTip.text: "A fired run holds at this stage until it is fired again"
+                                onClicked: builder.toggleHoldStage(track.modelData.id, stage.modelData.id)
                             }
                             ToolButton {
                                 text: "×"
