@@ -11,7 +11,7 @@ Dialog {
     modal: false
     anchors.centerIn: Overlay.overlay
     width: 420
-    height: Math.min(560, parent ? parent.height - 40 : 560)
+    height: Math.min(560, Overlay.overlay ? Overlay.overlay.height - 40 : 560)
     standardButtons: Dialog.Close
     onClosed: audioFilters.channel = ""
 

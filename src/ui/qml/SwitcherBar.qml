@@ -38,7 +38,7 @@ Rectangle {
         }
         ComboBox {
             objectName: "transitionPicker"
-            Layout.preferredWidth: 170
+            Layout.preferredWidth: 150
             model: switcher.transitionChoices
             textRole: "name"
             currentIndex: switcher.transitionIndex
@@ -48,6 +48,7 @@ Rectangle {
         }
         SpinBox {
             objectName: "durationBox"
+            Layout.preferredWidth: 130
             from: 0; to: 10000; stepSize: 100
             editable: true
             value: Math.round(switcher.duration * 1000)
@@ -73,11 +74,20 @@ Rectangle {
             onClicked: transitionBuilder.open()
         }
         TransitionBuilder { id: transitionBuilder; theme: root.theme }
-        Item { Layout.fillWidth: true }
-        Repeater {
+        // The fire buttons take the room left and scroll when there are many,
+        // so BLACK and BRB stay in reach.
+        ListView {
+            objectName: "fireButtons"
+            Layout.fillWidth: true
+            Layout.preferredHeight: takeButton.implicitHeight
+            orientation: ListView.Horizontal
+            layoutDirection: Qt.RightToLeft
+            spacing: theme.gap
+            clip: true
             model: switcher.customTransitions
-            Button {
+            delegate: Button {
                 required property var modelData
+                height: ListView.view.height
                 text: modelData.name
                 palette.button: modelData.fired ? theme.pending : theme.raised
                 ToolTip.visible: hovered

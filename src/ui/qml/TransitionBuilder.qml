@@ -13,8 +13,8 @@ Dialog {
     title: (builder.editing ? "Edit transition" : "New transition") + " — " + builder.duration.toFixed(2) + " s"
     modal: true
     anchors.centerIn: Overlay.overlay
-    width: Math.min(860, parent ? parent.width - 40 : 860)
-    height: Math.min(560, parent ? parent.height - 40 : 560)
+    width: Math.min(860, Overlay.overlay ? Overlay.overlay.width - 40 : 860)
+    height: Math.min(600, Overlay.overlay ? Overlay.overlay.height - 40 : 600)
     standardButtons: Dialog.Close
     // The studio canvas goes back to its own Preview once the builder is closed.
     onClosed: builder.endScrub()
@@ -117,7 +117,7 @@ Dialog {
                     }
                 }
                 Label {
-                    text: "A stage marked ⏸ is where a fired run waits until it is fired again."
+                    text: "A stage marked Hold is where a fired run waits until it is fired again."
                     color: theme.dim
                     font.pixelSize: 11
                 }
@@ -177,7 +177,7 @@ Dialog {
                                 }
                             }
                             ToolButton {
-                                text: "⏸"
+                                text: "Hold"
                                 checkable: true
                                 checked: stage.modelData.holdsHere
                                 ToolTip.visible: hovered
