@@ -43,6 +43,7 @@ void CameraSource::start(StartDone done) {
     queue_.post([weak, generation, error, done] {
       if (auto self = weak.lock(); self && (*self)->generation_ == generation) {
         (*self)->starting_ = false;
+        (*self)->lastError_ = error;
         (*self)->setRunning(!error);
       }
       done(error);

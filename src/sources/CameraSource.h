@@ -39,6 +39,8 @@ class CameraSource : public BaseSource {
   // The same camera found again, perhaps at another node: the next start opens it there.
   void setDevice(CameraDevice device) { device_ = std::move(device); }
   bool isStarting() const { return starting_; }
+  // Why the last start failed; nothing once one succeeded.
+  const std::optional<std::string>& lastError() const { return lastError_; }
 
  private:
   // Main thread: the capture ended by itself (the camera was unplugged).
@@ -52,6 +54,7 @@ class CameraSource : public BaseSource {
   std::function<void(std::string)> log_;
   CaptureQuality quality_;
   bool starting_ = false;
+  std::optional<std::string> lastError_;
   // Raised by every start and stop, so a completion of an earlier one changes nothing.
   std::uint64_t generation_ = 0;
   // Only ever touched on the queue's thread.

@@ -55,8 +55,9 @@ std::optional<ScreenTarget> findAgain(const ScreenTarget& target, const ScreenTa
 }
 
 ScreenCaptureSource::ScreenCaptureSource(ScreenTarget target, ScreenCaptureBackend& backend, MainQueue& queue,
-                                         std::function<void(std::string)> log, CaptureQuality quality)
-    : BaseSource(idFor(target), nameFor(target),
+                                         std::function<void(std::string)> log, CaptureQuality quality,
+                                         std::string id)
+    : BaseSource(id.empty() ? idFor(target) : std::move(id), nameFor(target),
                  target.kind == ScreenTarget::Kind::display  ? SourceKind::display
                  : target.kind == ScreenTarget::Kind::window ? SourceKind::window
                                                               : SourceKind::application),

@@ -27,9 +27,12 @@ class ScreenCaptureSource : public BaseSource {
   // "Display DP-1"; a window's title, else its application's name, else "Window"; the application's name.
   static std::string nameFor(const ScreenTarget& target);
 
-  // `log` takes a line for the show's log, on the main thread.
+  // `log` takes a line for the show's log, on the main thread. `id`, when
+  // given, is the one the show stored: a window found again by its title has
+  // a new window id, and the scenes still name the old source.
   ScreenCaptureSource(ScreenTarget target, ScreenCaptureBackend& backend, MainQueue& queue,
-                      std::function<void(std::string)> log, CaptureQuality quality = CaptureQuality::hd1080);
+                      std::function<void(std::string)> log, CaptureQuality quality = CaptureQuality::hd1080,
+                      std::string id = {});
   ~ScreenCaptureSource() override;
 
   void start(StartDone done) override;
