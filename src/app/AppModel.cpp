@@ -81,6 +81,7 @@ AppModel::AppModel(AppEnvironment environment)
       capture({.queue = queue_,
                .lifecycle = sourceLifecycle,
                .store = sourcesStore,
+               .frameSlots = frameSlots,
                .preferences = preferences_,
                .log = [this](std::string line) { appendLog(std::move(line)); },
                .restoreSources = [this] { restoreSources(); }},

@@ -25,7 +25,7 @@ const DisplayTarget* findDisplay(const ScreenTargets& targets, std::optional<std
 }
 
 // An application is captured on its stored display while that is there, else on the first.
-std::optional<ScreenTarget> applicationTarget(const ScreenTargets& targets, const std::string& appID,
+std::optional<ScreenTarget> applicationOn(const ScreenTargets& targets, const std::string& appID,
                                               std::optional<std::uint32_t> displayID) {
   if (targets.displays.empty()) return std::nullopt;
   for (const ApplicationTarget& app : targets.applications) {
@@ -59,6 +59,7 @@ CaptureDevices::CaptureDevices(Wiring wiring, CameraDirectory* cameras, ScreenCa
 }
 
 CaptureDevices::~CaptureDevices() {
+  stopPreview();
   if (directory_) directory_->onChanged = nullptr;
 }
 
@@ -162,7 +163,7 @@ std::shared_ptr<BaseSource> CaptureDevices::makeScreen(const SavedSource& saved)
       }
       break;
     case SavedSource::Kind::application:
-      if (saved.appBundleID) target = applicationTarget(targets, *saved.appBundleID, saved.displayID);
+      if (saved.appBundleID) target = applicationOn(targets, *saved.appBundleID, saved.displayID);
       break;
     default: break;
   }
@@ -198,40 +199,100 @@ std::optional<std::string> CaptureDevices::addScreen(const ScreenTarget& target,
   return saved.id;
 }
 
-std::optional<std::string> CaptureDevices::addDisplay(std::uint32_t displayID) {
+std::optional<ScreenTarget> CaptureDevices::displayTarget(std::uint32_t displayID) const {
   const DisplayTarget* display = findDisplay(screenTargets.get(), displayID);
   if (!display) return std::nullopt;
   ScreenTarget target;
   target.display = *display;
-  SavedSource saved;
-  saved.kind = SavedSource::Kind::display;
-  saved.displayID = displayID;
-  return addScreen(target, saved);
+  return target;
 }
 
-std::optional<std::string> CaptureDevices::addWindow(std::uint32_t windowID) {
+std::optional<ScreenTarget> CaptureDevices::windowTarget(std::uint32_t windowID) const {
   for (const WindowTarget& window : screenTargets->windows) {
     if (window.id != windowID) continue;
     ScreenTarget target;
     target.kind = ScreenTarget::Kind::window;
     target.window = window;
-    SavedSource saved;
-    saved.kind = SavedSource::Kind::window;
-    saved.windowTitle = window.title;
-    saved.windowOwnerBundleID = window.appID;
-    return addScreen(target, saved);
+    return target;
   }
   return std::nullopt;
 }
 
+std::optional<ScreenTarget> CaptureDevices::applicationTarget(const std::string& appID) const {
+  return applicationOn(screenTargets.get(), appID, std::nullopt);
+}
+
+std::optional<std::string> CaptureDevices::addDisplay(std::uint32_t displayID) {
+  const auto target = displayTarget(displayID);
+  if (!target) return std::nullopt;
+  SavedSource saved;
+  saved.kind = SavedSource::Kind::display;
+  saved.displayID = displayID;
+  return addScreen(*target, saved);
+}
+
+std::optional<std::string> CaptureDevices::addWindow(std::uint32_t windowID) {
+  const auto target = windowTarget(windowID);
+  if (!target) return std::nullopt;
+  SavedSource saved;
+  saved.kind = SavedSource::Kind::window;
+  saved.windowTitle = target->window.title;
+  saved.windowOwnerBundleID = target->window.appID;
+  return addScreen(*target, saved);
+}
+
 std::optional<std::string> CaptureDevices::addApplication(const std::string& appID) {
-  const auto target = applicationTarget(screenTargets.get(), appID, std::nullopt);
+  const auto target = applicationTarget(appID);
   if (!target) return std::nullopt;
   SavedSource saved;
   saved.kind = SavedSource::Kind::application;
   saved.appBundleID = appID;
   saved.displayID = target->display.id;
   return addScreen(*target, saved);
+}
+
+std::optional<std::string> CaptureDevices::previewCamera(const std::string& uniqueID) {
+  const CameraDevice* device = findCamera(cameras.get(), uniqueID);
+  if (!device) return std::nullopt;
+  // A camera opens once: one already in the show is shown as it is.
+  if (wiring_.lifecycle.find(CameraSource::idFor(*device))) {
+    stopPreview();
+    return CameraSource::idFor(*device);
+  }
+  SavedSource saved;
+  saved.kind = SavedSource::Kind::camera;
+  saved.cameraUniqueID = uniqueID;
+  return showPreview(makeCamera(saved));
+}
+
+std::optional<std::string> CaptureDevices::previewScreen(const ScreenTarget& target) {
+  if (!screens_) return std::nullopt;
+  if (wiring_.lifecycle.find(ScreenCaptureSource::idFor(target))) {
+    stopPreview();
+    return ScreenCaptureSource::idFor(target);
+  }
+  return showPreview(screenSource(target, std::string(kPreviewID)));
+}
+
+std::optional<std::string> CaptureDevices::showPreview(std::shared_ptr<BaseSource> source) {
+  stopPreview();
+  if (!source) return std::nullopt;
+  preview_ = std::move(source);
+  wiring_.frameSlots.set(std::string(kPreviewID), preview_->frameSlot());
+  std::weak_ptr<CaptureDevices*> weak = self_;
+  preview_->start([weak, preview = std::weak_ptr<BaseSource>(preview_)](std::optional<std::string> error) {
+    auto self = weak.lock();
+    if (!self || !error || (*self)->preview_ != preview.lock()) return;
+    (*self)->wiring_.log("Preview failed: " + *error);
+  });
+  return std::string(kPreviewID);
+}
+
+void CaptureDevices::stopPreview() {
+  if (!preview_) return;
+  preview_->stop();
+  wiring_.frameSlots.remove(std::string(kPreviewID));
+  preview_.reset();
 }
 
 void CaptureDevices::setCaptureQuality(const std::string& sourceID, CaptureQuality quality) {

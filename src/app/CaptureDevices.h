@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/FrameSlotMap.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
 #include "base/SerialQueue.h"
@@ -35,6 +36,7 @@ class CaptureDevices {
     MainQueue& queue;
     SourceLifecycle& lifecycle;
     SourcesStore& store;
+    FrameSlotMap& frameSlots;
     Preferences& preferences;
     std::function<void(std::string)> log;
     // Rebuilds stored sources whose device, display or window is back.
@@ -65,6 +67,19 @@ class CaptureDevices {
   std::optional<std::string> addWindow(std::uint32_t windowID);
   std::optional<std::string> addApplication(const std::string& appID);
 
+  // A look at a camera or screen before it is added: captured under
+  // kPreviewID, which monitors show as any source, until stopPreview or the
+  // next preview. Something already in the show is shown as it is: the
+  // returned id is then its own. Nothing when it is not there.
+  static constexpr std::string_view kPreviewID = "preview:capture";
+  std::optional<std::string> previewCamera(const std::string& uniqueID);
+  std::optional<std::string> previewScreen(const ScreenTarget& target);
+  void stopPreview();
+  // The screen target of a display, window or application now listed.
+  std::optional<ScreenTarget> displayTarget(std::uint32_t displayID) const;
+  std::optional<ScreenTarget> windowTarget(std::uint32_t windowID) const;
+  std::optional<ScreenTarget> applicationTarget(const std::string& appID) const;
+
   // Kept in "Tavorin.captureQualities"; a running source takes it at once.
   void setCaptureQuality(const std::string& sourceID, CaptureQuality quality);
   CaptureQuality captureQuality(const std::string& sourceID) const;
@@ -79,6 +94,7 @@ class CaptureDevices {
   std::shared_ptr<BaseSource> makeScreen(const SavedSource& saved);
   std::shared_ptr<BaseSource> screenSource(const ScreenTarget& target, const std::string& id);
   std::optional<std::string> addScreen(const ScreenTarget& target, SavedSource saved);
+  std::optional<std::string> showPreview(std::shared_ptr<BaseSource> source);
   // Cameras that came back are started again; new ones may rebuild stored sources.
   void camerasChanged();
   void enumerateScreens();
@@ -88,6 +104,7 @@ class CaptureDevices {
   ScreenCaptureBackend* screens_;
   std::map<std::string, CaptureQuality> qualities_;
   std::set<std::uint32_t> excluded_;
+  std::shared_ptr<BaseSource> preview_;
   std::shared_ptr<CaptureDevices*> self_ = std::make_shared<CaptureDevices*>(this);
   // Last: enumerations still running finish before the fields above go.
   SerialQueue work_{"Tavorin.Screens"};
