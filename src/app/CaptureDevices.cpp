@@ -1,6 +1,9 @@
 #include "app/CaptureDevices.h"
 
+#include <functional>
 #include <variant>
+
+#include "base/Uuid.h"
 
 #include "sources/CameraSource.h"
 #include "sources/ScreenCaptureSource.h"
@@ -13,6 +16,14 @@ namespace {
 const CameraDevice* findCamera(const std::vector<CameraDevice>& cameras, const std::string& uniqueID) {
   for (const CameraDevice& device : cameras) {
     if (device.uniqueID == uniqueID) return &device;
+  }
+  return nullptr;
+}
+
+// The portal's one entry, on a desktop where the screens are chosen in its dialog.
+const DisplayTarget* findScreenShare(const ScreenTargets& targets) {
+  for (const DisplayTarget& display : targets.displays) {
+    if (display.screenShare) return &display;
   }
   return nullptr;
 }
@@ -139,6 +150,18 @@ std::shared_ptr<BaseSource> CaptureDevices::makeCamera(const SavedSource& saved)
 std::shared_ptr<BaseSource> CaptureDevices::screenSource(const ScreenTarget& target, const std::string& id) {
   auto source = std::make_shared<ScreenCaptureSource>(target, *screens_, wiring_.queue, wiring_.log,
                                                       captureQuality(id), id);
+  if (target.display.screenShare) {
+    std::weak_ptr<CaptureDevices*> weak = self_;
+    source->onScreenShareToken = [weak, id](const std::string& token) {
+      auto self = weak.lock();
+      if (!self) return;
+      for (SavedSource saved : (*self)->wiring_.store.saved.get()) {
+        if (saved.id != id) continue;
+        saved.screenShareToken = token;
+        (*self)->wiring_.store.upsert(saved);
+      }
+    };
+  }
   if (target.kind == ScreenTarget::Kind::display && !excluded_.empty()) source->updateExclusions(excluded_);
   return source;
 }
@@ -149,7 +172,13 @@ std::shared_ptr<BaseSource> CaptureDevices::makeScreen(const SavedSource& saved)
   std::optional<ScreenTarget> target;
   switch (saved.kind) {
     case SavedSource::Kind::display:
-      if (const DisplayTarget* display = findDisplay(targets, saved.displayID)) {
+      if (const DisplayTarget* share = findScreenShare(targets); share && saved.displayID) {
+        // Each share is its own source; its token brings back what the operator chose.
+        target = ScreenTarget{};
+        target->display = *share;
+        target->display.id = *saved.displayID;
+        target->screenShareToken = saved.screenShareToken.value_or("");
+      } else if (const DisplayTarget* display = findDisplay(targets, saved.displayID)) {
         target = ScreenTarget{};
         target->display = *display;
       }
@@ -204,6 +233,8 @@ std::optional<ScreenTarget> CaptureDevices::displayTarget(std::uint32_t displayI
   if (!display) return std::nullopt;
   ScreenTarget target;
   target.display = *display;
+  // A share of its own: another share is another source.
+  if (display->screenShare) target.display.id = static_cast<std::uint32_t>(std::hash<std::string>{}(Uuid::make().toString()));
   return target;
 }
 
@@ -227,7 +258,7 @@ std::optional<std::string> CaptureDevices::addDisplay(std::uint32_t displayID) {
   if (!target) return std::nullopt;
   SavedSource saved;
   saved.kind = SavedSource::Kind::display;
-  saved.displayID = displayID;
+  saved.displayID = target->display.id;
   return addScreen(*target, saved);
 }
 
@@ -266,7 +297,8 @@ std::optional<std::string> CaptureDevices::previewCamera(const std::string& uniq
 }
 
 std::optional<std::string> CaptureDevices::previewScreen(const ScreenTarget& target) {
-  if (!screens_) return std::nullopt;
+  // A share is chosen in the desktop's dialog, which adding opens: asking twice would be one dialog too many.
+  if (!screens_ || target.display.screenShare) return std::nullopt;
   if (wiring_.lifecycle.find(ScreenCaptureSource::idFor(target))) {
     stopPreview();
     return ScreenCaptureSource::idFor(target);

@@ -15,7 +15,8 @@ std::string ScreenCaptureSource::idFor(const ScreenTarget& target) {
 
 std::string ScreenCaptureSource::nameFor(const ScreenTarget& target) {
   switch (target.kind) {
-    case ScreenTarget::Kind::display: return "Display " + target.display.outputName;
+    case ScreenTarget::Kind::display:
+      return target.display.screenShare ? "Screen share" : "Display " + target.display.outputName;
     case ScreenTarget::Kind::window:
       if (!target.window.title.empty()) return target.window.title;
       return target.window.appName.empty() ? "Window" : target.window.appName;
@@ -28,6 +29,8 @@ std::optional<ScreenTarget> findAgain(const ScreenTarget& target, const ScreenTa
   ScreenTarget found = target;
   switch (target.kind) {
     case ScreenTarget::Kind::display:
+      // The desktop's dialog chose it; its token finds it again.
+      if (target.display.screenShare) return target;
       for (const DisplayTarget& d : now.displays) {
         if (d.id == target.display.id) return found.display = d, found;
       }
@@ -108,10 +111,11 @@ void ScreenCaptureSource::start(StartDone done) {
               done = std::move(done)] {
     auto error = openCapture(target, limits, generation);
     if (!error && !excluded.empty()) capture_->setExcludedWindows(excluded);
-    queue_.post([weak, generation, error, done] {
+    const std::string token = error ? std::string() : capture_->screenShareToken();
+    queue_.post([weak, generation, error, token, done] {
       if (auto self = weak.lock(); self && (*self)->generation_ == generation) {
         (*self)->starting_ = false;
-        (*self)->setRunning(!error);
+        if (!error) (*self)->began(token);
       }
       done(error);
     });
@@ -145,7 +149,8 @@ void ScreenCaptureSource::restart() {
     }
     auto error = openCapture(refreshed, limits, generation);
     if (!error && !excluded.empty()) capture_->setExcludedWindows(excluded);
-    queue_.post([weak, generation, refreshed, error] {
+    const std::string token = error ? std::string() : capture_->screenShareToken();
+    queue_.post([weak, generation, refreshed, error, token] {
       auto self = weak.lock();
       if (!self || (*self)->generation_ != generation) return;
       ScreenCaptureSource& source = **self;
@@ -155,10 +160,17 @@ void ScreenCaptureSource::restart() {
         source.log_("ScreenCaptureSource '" + source.id() + "' restart failed (" + *error + ") — retrying");
         source.scheduleRetry();
       } else {
-        source.setRunning(true);
+        source.began(token);
       }
     });
   });
+}
+
+void ScreenCaptureSource::began(const std::string& screenShareToken) {
+  setRunning(true);
+  if (screenShareToken.empty() || screenShareToken == target_.screenShareToken) return;
+  target_.screenShareToken = screenShareToken;
+  if (onScreenShareToken) onScreenShareToken(screenShareToken);
 }
 
 void ScreenCaptureSource::stopped(std::uint64_t generation, const std::string& why) {

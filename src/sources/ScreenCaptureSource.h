@@ -51,12 +51,16 @@ class ScreenCaptureSource : public BaseSource {
   void updateExclusions(std::set<std::uint32_t> windowIDs);
   const ScreenTarget& target() const { return target_; }
   bool isRestarting() const { return restarting_; }
+  // Main thread: a screen share's new token, to be stored for the next run.
+  std::function<void(const std::string& token)> onScreenShareToken;
   bool isRetryPending() const { return retryTimer_.active(); }
 
  private:
   // Queue thread: starts a capture of `target`; the error in words when it cannot.
   std::optional<std::string> openCapture(const ScreenTarget& target, CaptureLimits limits, std::uint64_t generation);
   void closeCapture();
+  // Main thread, after a start: the capture runs; a share's token is kept.
+  void began(const std::string& screenShareToken);
   // Main thread: the capture stopped by itself.
   void stopped(std::uint64_t generation, const std::string& why);
   // Once, unless one is already pending.

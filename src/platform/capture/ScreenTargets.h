@@ -12,6 +12,9 @@ struct DisplayTarget {
   std::uint32_t id = 0;    // FNV-1a-32 of the RandR output name ("DP-1"): stable across restarts
   std::string outputName;  // "DP-1"; the operator reads "Display DP-1"
   int x = 0, y = 0, width = 0, height = 0;  // on the root window, in pixels
+  // A share the desktop's portal grants (Wayland): the operator picks the
+  // screen or window in the desktop's own dialog, so nothing is listed.
+  bool screenShare = false;
   friend bool operator==(const DisplayTarget&, const DisplayTarget&) = default;
 };
 
@@ -45,6 +48,8 @@ struct ScreenTarget {
   DisplayTarget display;  // for display, and the display an application is captured on
   WindowTarget window;
   ApplicationTarget application;
+  // For a screen share: the portal's token of the share granted before; empty the first time.
+  std::string screenShareToken;
   friend bool operator==(const ScreenTarget&, const ScreenTarget&) = default;
 };
 
