@@ -156,7 +156,7 @@ PixelBufferRef CameraFrameConverter::scale(const ScalerKey& key, const std::uint
   if (!scaler_ || !(key == scalerKey_)) {
     const bool scaled = key.width != key.outWidth || key.height != key.outHeight;
     // Unscaled conversions take swscale's fast paths; scaled ones a bilinear filter.
-    const int flags = (scaled ? SWS_BILINEAR : SWS_POINT) | SWS_ACCURATE_RND;
+    const int flags = scaled ? SWS_BILINEAR : SWS_POINT;
     scaler_.reset(sws_getContext(key.width, key.height, static_cast<AVPixelFormat>(key.format), key.outWidth,
                                  key.outHeight, AV_PIX_FMT_BGRA, flags, nullptr, nullptr, nullptr));
     if (!scaler_) {
