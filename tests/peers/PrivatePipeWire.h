@@ -60,11 +60,12 @@ class PrivatePipeWire {
   // GStreamer `source` (e.g. "videotestsrc pattern=red") in `caps`
   // ("video/x-raw,format=YUY2,width=…"); returns once it is listed.
   std::unique_ptr<CameraNode> startCamera(const std::string& name, const std::string& source, const std::string& caps);
+  // The node's id in the graph, as a portal hands it out.
+  std::optional<std::string> nodeId(const std::string& name);
 
  private:
   ChildProcess& startDaemon(const std::string& program, std::vector<std::string> arguments);
   std::string pwCli(const std::vector<std::string>& arguments, const std::string& what);
-  std::optional<std::string> nodeId(const std::string& name);
   bool waitForNode(const std::string& name, bool present);
   void addNode(const std::string& mediaClass, const std::string& name, const std::string& description);
   void link(const std::string& from, const std::string& to);

@@ -6,7 +6,10 @@
 #include <spa/pod/builder.h>
 #include <spa/utils/result.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <utility>
 
 #include "base/HostTime.h"
 #include "platform/capture/CameraErrors.h"
@@ -82,6 +85,8 @@ struct PipeWireCameraCapture::Events {
   static void stateChanged(void* data, pw_stream_state /*old*/, pw_stream_state state, const char* error) {
     auto* self = static_cast<PipeWireCameraCapture*>(data);
     if (state == PW_STREAM_STATE_ERROR) self->stopped(error && *error ? error : kCameraDisconnected);
+    // A handed node has no registry to watch: the stream let go of it, as it does when the node goes.
+    if (state == PW_STREAM_STATE_UNCONNECTED && self->remoteNode_ != 0) self->stopped("the node is gone");
   }
 
   static void paramChanged(void* data, uint32_t id, const spa_pod* param) {
@@ -142,24 +147,34 @@ struct PipeWireCameraCapture::Events {
 PipeWireCameraCapture::PipeWireCameraCapture(std::string nodeName, LogCallback log)
     : nodeName_(std::move(nodeName)), log_(std::move(log)) {}
 
-PipeWireCameraCapture::~PipeWireCameraCapture() { stop(); }
+PipeWireCameraCapture::PipeWireCameraCapture(int remoteFd, std::uint32_t nodeID, LogCallback log)
+    : nodeName_(std::to_string(nodeID)), log_(std::move(log)), remoteFd_(remoteFd), remoteNode_(nodeID) {}
+
+PipeWireCameraCapture::~PipeWireCameraCapture() {
+  stop();
+  if (remoteFd_ >= 0) close(remoteFd_);
+}
 
 std::optional<std::string> PipeWireCameraCapture::start(CaptureLimits limits, FrameCallback onFrame,
                                                          StoppedCallback onStopped) {
   std::lock_guard control(controlMutex_);
   if (loop_) return std::string("Camera is already streaming.");
+  const bool remote = remoteNode_ != 0;
   try {
-    loop_ = std::make_unique<PipeWireLoop>();
-    nodes_ = std::make_unique<PipeWireCameraNodes>(*loop_, [this] {
-      // Loop thread: our node left the graph.
-      if (watching_ && !nodes_->nodeNamed(nodeName_)) stopped(kCameraDisconnected);
-    });
+    // A handed connection is used once: the loop owns it from here.
+    loop_ = std::make_unique<PipeWireLoop>(std::exchange(remoteFd_, -1));
+    if (!remote) {
+      nodes_ = std::make_unique<PipeWireCameraNodes>(*loop_, [this] {
+        // Loop thread: our node left the graph.
+        if (watching_ && !nodes_->nodeNamed(nodeName_)) stopped(kCameraDisconnected);
+      });
+    }
   } catch (const PipeWireFailure& failure) {
     nodes_.reset();
     loop_.reset();
     return std::string(failure.what());
   }
-  if (!nodes_->waitUntilSynced() || !nodes_->nodeNamed(nodeName_)) {
+  if (!remote && (!nodes_->waitUntilSynced() || !nodes_->nodeNamed(nodeName_))) {
     nodes_.reset();
     loop_.reset();
     return std::string(kCameraDisconnected);
@@ -185,8 +200,9 @@ std::optional<std::string> PipeWireCameraCapture::start(CaptureLimits limits, Fr
   std::string failure;
   loop_->locked([&] {
     pw_properties* props = pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture",
-                                             PW_KEY_MEDIA_ROLE, "Camera", PW_KEY_TARGET_OBJECT, nodeName_.c_str(),
+                                             PW_KEY_MEDIA_ROLE, remote ? "Screen" : "Camera",
                                              PW_KEY_NODE_DONT_RECONNECT, "true", nullptr);
+    if (!remote) pw_properties_set(props, PW_KEY_TARGET_OBJECT, nodeName_.c_str());
     stream_ = pw_stream_new(loop_->core(), "Tavorin camera", props);
     if (!stream_) {
       failure = "Camera could not start: PipeWire refused a stream";
@@ -196,8 +212,9 @@ std::optional<std::string> PipeWireCameraCapture::start(CaptureLimits limits, Fr
     std::uint8_t podBuffer[1024];
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(podBuffer, sizeof podBuffer);
     const spa_pod* params[2] = {buildEnumFormat(builder, false, limits), buildEnumFormat(builder, true, limits)};
+    // A portal's node is named by its id, which its own connection sees.
     const int result = pw_stream_connect(
-        stream_, PW_DIRECTION_INPUT, PW_ID_ANY,
+        stream_, PW_DIRECTION_INPUT, remote ? remoteNode_ : PW_ID_ANY,
         static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS), params, 2);
     if (result < 0) {
       failure = std::string("Camera could not start: ") + spa_strerror(result);

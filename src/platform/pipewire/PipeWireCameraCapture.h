@@ -3,6 +3,7 @@
 #include <spa/utils/hook.h>
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -24,6 +25,9 @@ namespace tavorin {
 class PipeWireCameraCapture final : public CameraCapture {
  public:
   PipeWireCameraCapture(std::string nodeName, LogCallback log);
+  // A node reached through a connection handed to us (a screen share from the
+  // portal): taken by id, with no registry to watch; the stream's end is the node's.
+  PipeWireCameraCapture(int remoteFd, std::uint32_t nodeID, LogCallback log);
   ~PipeWireCameraCapture() override;
 
   std::optional<std::string> start(CaptureLimits limits, FrameCallback onFrame, StoppedCallback onStopped) override;
@@ -41,6 +45,8 @@ class PipeWireCameraCapture final : public CameraCapture {
 
   const std::string nodeName_;
   const LogCallback log_;
+  int remoteFd_ = -1;  // given to the loop at start
+  const std::uint32_t remoteNode_ = 0;
 
   std::mutex controlMutex_;
   std::unique_ptr<PipeWireLoop> loop_;

@@ -1,5 +1,7 @@
 #include "platform/pipewire/PipeWireLoop.h"
 
+#include <unistd.h>
+
 #include <pipewire/pipewire.h>
 
 #include <cerrno>
@@ -37,12 +39,15 @@ class LoopLock {
 
 }  // namespace
 
-PipeWireLoop::PipeWireLoop() {
+PipeWireLoop::PipeWireLoop(int remoteFd) {
   static std::once_flag initialised;
   std::call_once(initialised, [] { pw_init(nullptr, nullptr); });
 
   loop_ = pw_thread_loop_new("Tavorin.PWLoop", nullptr);
-  if (!loop_) throw PipeWireFailure("PipeWire is not running: cannot create a loop thread");
+  if (!loop_) {
+    if (remoteFd >= 0) close(remoteFd);
+    throw PipeWireFailure("PipeWire is not running: cannot create a loop thread");
+  }
   context_ = pw_context_new(pw_thread_loop_get_loop(loop_), nullptr, 0);
   if (!context_) {
     const std::string reason = std::strerror(errno);
@@ -57,7 +62,8 @@ PipeWireLoop::PipeWireLoop() {
   std::string failure;
   {
     LoopLock lock(loop_);
-    core_ = pw_context_connect(context_, nullptr, 0);
+    core_ = remoteFd >= 0 ? pw_context_connect_fd(context_, remoteFd, nullptr, 0)
+                          : pw_context_connect(context_, nullptr, 0);
     if (!core_) {
       failure = "no daemon answers at " + socketDescription() + " (" + std::strerror(errno) + ")";
     } else {

@@ -21,7 +21,9 @@ namespace tavorin {
 class PipeWireLoop {
  public:
   // Throws PipeWireFailure("PipeWire is not running: …") when no daemon answers.
-  PipeWireLoop();
+  // `remoteFd`, when given, is a connection handed to us (the screen-share
+  // portal's, which shows only what the operator shared); it is ours to close.
+  explicit PipeWireLoop(int remoteFd = -1);
   ~PipeWireLoop();
   PipeWireLoop(const PipeWireLoop&) = delete;
   PipeWireLoop& operator=(const PipeWireLoop&) = delete;
