@@ -96,6 +96,27 @@ TEST_F(CaptureDevicesTest, StoredCapturesComeBackWithTheirIDsWhenTheirDevicesDo)
   settle([&] { return camera->isRunning(); });
 }
 
+// A Wayland desktop lists one "screen share"; what the operator chose in its
+// dialog comes back at the next run through the token the portal granted.
+TEST_F(CaptureDevicesTest, AScreenShareKeepsItsTokenForTheNextRun) {
+  screens.targets = {};
+  screens.targets.displays = {{7, "Screen or window (choose…)", 0, 0, 0, 0, true}};
+  screens.grantToken = "granted-1";
+  std::string id;
+  {
+    auto model = makeModel();
+    settle([&] { return !model->capture.screenTargets->displays.empty(); });
+    id = model->capture.addDisplay(7).value_or("");
+    ASSERT_NE(id, "display:7") << "each share is a source of its own";
+    settle([&] { return model->sourcesStore.saved->front().screenShareToken == "granted-1"; });
+    EXPECT_EQ(model->sourceLifecycle.find(id)->displayName(), "Screen share");
+    EXPECT_TRUE(screens.started.back().screenShareToken.empty()) << "the first time the dialog asks";
+  }
+  auto model = makeModel();
+  settle([&] { return model->sourceLifecycle.find(id) && model->sourceLifecycle.find(id)->isRunning(); });
+  EXPECT_EQ(screens.started.back().screenShareToken, "granted-1");
+}
+
 TEST_F(CaptureDevicesTest, WarningsNameWhatCannotCapture) {
   cameras.list = {kDeskCamera};
   cameras.failure = std::string(CaptureDevices::kCameraDenied);

@@ -41,6 +41,7 @@ class FakeScreenBackend : public ScreenCaptureBackend {
       owner_.excluded = std::move(ids);
     }
     std::pair<int, int> nativeSize() const override { return {1920, 1080}; }
+    std::string screenShareToken() const override { return owner_.grantToken; }
 
    private:
     FakeScreenBackend& owner_;
@@ -56,6 +57,7 @@ class FakeScreenBackend : public ScreenCaptureBackend {
   std::mutex lock;
   ScreenTargets targets;
   std::optional<std::string> problem;  // the display cannot be read
+  std::string grantToken;              // what a screen share's portal grants
   bool failStarts = false;
   std::vector<ScreenTarget> started;
   FakeCapture live;
