@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tavorin {
@@ -37,6 +38,25 @@ struct ScreenTargets {
   std::vector<ApplicationTarget> applications;
   friend bool operator==(const ScreenTargets&, const ScreenTargets&) = default;
 };
+
+// A display's id from its output name: FNV-1a, 32 bits, so the same monitor
+// keeps its id across restarts and backends.
+constexpr std::uint32_t displayIDFor(std::string_view outputName) {
+  std::uint32_t hash = 2166136261u;
+  for (const char c : outputName) {
+    hash ^= static_cast<std::uint8_t>(c);
+    hash *= 16777619u;
+  }
+  return hash;
+}
+
+// What the operator reads for a window: its title, else its application's
+// name, else "Window".
+inline std::string windowLabel(const WindowTarget& window) {
+  if (!window.title.empty()) return window.title;
+  if (!window.appName.empty()) return window.appName;
+  return "Window";
+}
 
 // What one screen source captures.
 struct ScreenTarget {
