@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace tavorin {
 namespace {
 
@@ -33,8 +37,16 @@ void copyPixels(const ImageView& source, AlphaMode mode, const ImageView& target
       std::memcpy(out, in, static_cast<std::size_t>(width) * 4);
       continue;
     }
-    // The compiler turns this into a vector OR: as cheap as the copy itself.
-    for (int x = 0; x < width; ++x) out[x] = in[x] | kOpaque;
+    int x = 0;
+#if defined(__SSE2__)
+    // Four pixels an instruction, so forcing alpha costs about what copying does.
+    const __m128i opaque = _mm_set1_epi32(static_cast<int>(kOpaque));
+    for (; x + 4 <= width; x += 4) {
+      const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_or_si128(pixels, opaque));
+    }
+#endif
+    for (; x < width; ++x) out[x] = in[x] | kOpaque;
   }
 }
 
