@@ -43,7 +43,7 @@ class BenchXServer {
     if (pid_ == 0) {
       dup2(fds[1], 3);
       const std::string screen = std::to_string(kWidth) + "x" + std::to_string(kHeight) + "x24";
-      execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", screen.c_str(), "-nolisten", "tcp", nullptr);
+      execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", screen.c_str(), "-noreset", "-nolisten", "tcp", nullptr);
       _exit(127);
     }
     close(fds[1]);

@@ -11,8 +11,9 @@ PrivateXServer::PrivateXServer(int width, int height) {
   const auto numberFile = dir_ / "display";
   const std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
   // -displayfd: the server picks a free number and writes it to standard output when ready.
+  // -noreset: a server resets when its last client leaves and refuses connections meanwhile.
   process_ = std::make_unique<ChildProcess>(
-      std::vector<std::string>{findProgram("Xvfb", "xvfb"), "-displayfd", "1", "-screen", "0", screen, "-br",
+      std::vector<std::string>{findProgram("Xvfb", "xvfb"), "-displayfd", "1", "-screen", "0", screen, "-br", "-noreset",
                                "-nolisten", "tcp"},
       dir_ / "xvfb.log", SpawnOptions{numberFile, false});
   std::string number;
