@@ -2,6 +2,8 @@
 
 #include <X11/extensions/Xfixes.h>
 
+#include <algorithm>
+
 namespace tavorin {
 
 void PointerImage::refreshShape(Display* display) {
@@ -28,9 +30,21 @@ bool PointerImage::refreshPosition(Display* display) {
       XQueryPointer(display, DefaultRootWindow(display), &root, &child, &x, &y, &windowX, &windowY, &mask) != 0;
   const bool moved = onScreen != onScreen_ || x != x_ || y != y_;
   onScreen_ = onScreen;
+  previousX_ = x_;
+  previousY_ = y_;
   x_ = x;
   y_ = y;
   return moved;
+}
+
+bool PointerImage::touches(int originX, int originY, int width, int height) const {
+  // Without a picture of the cursor yet, a generous box stands in for it.
+  const int w = std::max(width_, 64), h = std::max(height_, 64);
+  const auto covers = [&](int x, int y) {
+    const int left = x - hotX_, top = y - hotY_;
+    return left < originX + width && left + w > originX && top < originY + height && top + h > originY;
+  };
+  return covers(previousX_, previousY_) || covers(x_, y_);
 }
 
 void PointerImage::drawOver(const ImageView& picture, int originX, int originY) {

@@ -151,8 +151,13 @@ void X11ScreenCapture::run() {
       why = "The connection to the X display was lost.";
       break;
     }
-    // Moving the pointer damages nothing; only asking tells.
-    if (pointer_.refreshPosition(display)) changed = true;
+    // Moving the pointer damages nothing; only asking tells. Moves elsewhere
+    // on the root change nothing in this picture.
+    if (pointer_.refreshPosition(display)) {
+      const auto [originX, originY] = picture_->origin();
+      const auto [width, height] = nativeSize();
+      changed |= width == 0 || pointer_.touches(originX, originY, width, height);
+    }
     const double now = hostTimeNow();
     if (changed && now >= nextFrame) {
       if (publishFrame()) changed = false;
