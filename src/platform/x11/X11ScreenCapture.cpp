@@ -172,6 +172,10 @@ void X11ScreenCapture::run() {
       [[maybe_unused]] const auto read = ::read(wakeFD_, &count, sizeof count);
     }
   }
+  // Torn down here: after a broken connection Xlib keeps the display locked
+  // to this thread, so no other thread may touch it again.
+  picture_.reset();
+  connection_.reset();
   if (why && !stopping_) onStopped_(*why);
 }
 

@@ -15,6 +15,8 @@ class PrivateXServer {
   PrivateXServer(int width, int height);
   ~PrivateXServer();
   const std::string& name() const { return name_; }
+  // Ends the server under its clients' feet.
+  void kill() { process_->stop(); }
 
  private:
   TempDir dir_;

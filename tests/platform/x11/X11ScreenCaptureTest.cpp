@@ -128,6 +128,16 @@ TEST_F(X11ScreenCaptureTest, ApplicationWindowsAreComposedOnATransparentCanvas) 
   }));
 }
 
+TEST(X11ScreenCaptureConnection, ServerGoingAwayStopsTheCaptureNotTheProcess) {
+  testing::PrivateXServer server(640, 480);
+  testing::CapturedFrames frames;
+  auto capture = X11ScreenBackend().makeCapture();
+  ASSERT_FALSE(capture->start(displayTarget(), {}, frames.onFrame(), frames.onStopped()));
+  ASSERT_TRUE(waitFor([&] { return frames.count() >= 1; }));
+  server.kill();
+  EXPECT_TRUE(waitFor([&] { return frames.stopped().has_value(); }));
+}
+
 TEST(X11ScreenCaptureScaling, A4KScreenComesAtTheLimits) {
   testing::PrivateXServer server(3840, 2160);
   testing::TestClient client;
