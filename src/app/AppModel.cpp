@@ -78,6 +78,14 @@ AppModel::AppModel(AppEnvironment environment)
       verticalTakePending(false),
       sourcesStore(showFolder_),
       sessionStore(showFolder_),
+      capture({.queue = queue_,
+               .lifecycle = sourceLifecycle,
+               .store = sourcesStore,
+               .frameSlots = frameSlots,
+               .preferences = preferences_,
+               .log = [this](std::string line) { appendLog(std::move(line)); },
+               .restoreSources = [this] { restoreSources(); }},
+              environment.cameraDirectory, environment.screenCapture),
       savedAudioInputIDs(preferences_.getStringList(prefkey::audioInputIDs).value_or(std::vector<std::string>{})),
       savedProgramOutputUID(preferences_.getString(prefkey::programOutputUID)),
       canvasSize(readCanvasSize(preferences_)),
@@ -157,9 +165,11 @@ void AppModel::start() {
   subscribeSourceUse();
   sourceLifecycle.start();
   startStatsTick();
+  capture.registerKinds(sourceFactory);
   std::weak_ptr<AppModel*> weakSelf = self_;
+  // The stored sources come back once the cameras and screens are known.
   queue_.post([weakSelf] {
-    if (auto self = weakSelf.lock()) (*self)->restoreSources();
+    if (auto self = weakSelf.lock()) (*self)->capture.refresh();
   });
 }
 
@@ -204,7 +214,7 @@ void AppModel::bindAudioMixer() {
 
 void AppModel::refreshDevices() {
   refreshAudioDevices();
-  restoreSources();
+  capture.refresh();
 }
 
 void AppModel::refreshAudioDevices() {

@@ -11,6 +11,7 @@
 
 #include "app/EncoderConsumers.h"
 #include "app/LayoutWriteBack.h"
+#include "app/CaptureDevices.h"
 #include "app/RecordingController.h"
 #include "app/ScreenshotWriter.h"
 #include "app/SessionKeeper.h"
@@ -61,6 +62,9 @@ struct AppEnvironment {
   GLContext* glContext = nullptr;
   // The machine's audio devices; without them the mixer mixes but nothing plays.
   AudioBackend* audioBackend = nullptr;
+  // The machine's cameras and screens; without them none can be added.
+  CameraDirectory* cameraDirectory = nullptr;
+  ScreenCaptureBackend* screenCapture = nullptr;
   // Where recordings go when the operator's folder is unset or unusable.
   std::filesystem::path recordingsFallback = defaultRecordingsRoot();
   // Stream keys go to the desktop's Secret Service when one answers; without
@@ -188,6 +192,8 @@ class AppModel {
   Published<bool> verticalTakePending;
   SourcesStore sourcesStore;
   SessionStore sessionStore;
+  // Cameras and screens: the lists, their sources, their quality.
+  CaptureDevices capture;
   std::vector<std::string> savedAudioInputIDs;
   std::optional<std::string> savedProgramOutputUID;
   Published<CanvasSize> canvasSize;

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "audio/PipeWireAudioBackend.h"
+#include "platform/camera/SystemCameraDirectory.h"
 #include "platform/gl/GLContext.h"
 #include "platform/gl/GLFailure.h"
 #include "platform/media/MediaLog.h"
@@ -59,6 +60,8 @@ ShowRuntime::ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std
   // Without a PipeWire daemon the show runs silent rather than not at all.
   audio_ = makePipeWireAudioBackend(queue, &audioError_);
   environment.audioBackend = audio_.get();
+  cameras_ = std::make_unique<SystemCameraDirectory>(queue, SystemCameraDirectory::Options{});
+  environment.cameraDirectory = cameras_.get();
   try {
     model_ = std::make_unique<AppModel>(environment);
   } catch (const GLFailure& error) {

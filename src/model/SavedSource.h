@@ -26,6 +26,9 @@ struct SavedSource {
   std::optional<std::string> appBundleID;
   std::optional<std::string> windowTitle;
   std::optional<std::string> windowOwnerBundleID;
+  // A screen shared through the desktop's portal (Wayland): the token that
+  // lets the next run share the same screen or window without asking.
+  std::optional<std::string> screenShareToken;
   std::optional<std::string> filePath;  // image, clip, overlay
   std::optional<std::map<std::string, std::string>> overlayConfig;
   // The shape, text and 3D text designs are kept as written, so that nothing

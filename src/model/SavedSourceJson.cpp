@@ -26,6 +26,7 @@ void to_json(json& j, const SavedSource& v) {
   putOptional(j, "appBundleID", v.appBundleID);
   putOptional(j, "windowTitle", v.windowTitle);
   putOptional(j, "windowOwnerBundleID", v.windowOwnerBundleID);
+  putOptional(j, "screenShareToken", v.screenShareToken);
   putOptional(j, "filePath", v.filePath);
   putOptional(j, "overlayConfig", v.overlayConfig);
   putOptional(j, "shapeConfig", v.shapeConfig);
@@ -49,6 +50,7 @@ void from_json(const json& j, SavedSource& v) {
   optionalKey(j, "appBundleID", v.appBundleID);
   optionalKey(j, "windowTitle", v.windowTitle);
   optionalKey(j, "windowOwnerBundleID", v.windowOwnerBundleID);
+  optionalKey(j, "screenShareToken", v.screenShareToken);
   optionalKey(j, "filePath", v.filePath);
   optionalKey(j, "overlayConfig", v.overlayConfig);
   optionalKey(j, "shapeConfig", v.shapeConfig);

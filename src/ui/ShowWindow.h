@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "ui/AudioFilterBridge.h"
+#include "ui/CaptureBridge.h"
 #include "ui/LayerInspector.h"
 #include "ui/LayerListModel.h"
 #include "ui/LayerShapeEditor.h"
@@ -47,6 +48,7 @@ class ShowWindow {
   StreamingBridge& streams() { return streams_; }
   SettingsBridge& settings() { return settings_; }
   TransitionBuilderBridge& builder() { return builder_; }
+  CaptureBridge& capture() { return capture_; }
   StatusBridge& status() { return status_; }
 
  private:
@@ -67,6 +69,7 @@ class ShowWindow {
   StreamingBridge streams_;
   SettingsBridge settings_;
   TransitionBuilderBridge builder_;
+  CaptureBridge capture_;
   StatusBridge status_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };

@@ -82,6 +82,10 @@ void SourceListModel::rename(int row, const QString& name) {
   model_.renameSource(sources_[static_cast<std::size_t>(row)]->id(), name.trimmed().toStdString());
 }
 
+void SourceListModel::restart(int row) {
+  if (row >= 0 && row < rowCount()) model_.restartSource(sources_[static_cast<std::size_t>(row)]->id());
+}
+
 void SourceListModel::remove(int row) {
   if (row < 0 || row >= rowCount()) return;
   model_.removeSource(sources_[static_cast<std::size_t>(row)]->id());

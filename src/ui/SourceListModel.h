@@ -34,6 +34,8 @@ class SourceListModel : public QAbstractListModel {
   Q_INVOKABLE void addBlack();
   Q_INVOKABLE void rename(int row, const QString& name);
   Q_INVOKABLE void remove(int row);
+  // Stops and starts the source again (a camera that hangs, a window that moved to another screen).
+  Q_INVOKABLE void restart(int row);
   Q_INVOKABLE QString nameOf(const QString& sourceID) const;
 
  Q_SIGNALS:

@@ -282,4 +282,24 @@ std::vector<float> PrivatePipeWire::recordFrom(const std::string& nodeName, doub
   return samples;
 }
 
+std::unique_ptr<CameraNode> PrivatePipeWire::startCamera(const std::string& name, const std::string& source,
+                                                         const std::string& caps) {
+  const std::string log = "camera-" + std::to_string(++cameras_) + ".log";
+  std::vector<std::string> argv{findProgram("gst-launch-1.0", "gstreamer1.0-tools"), "-q"};
+  std::istringstream words(source);
+  for (std::string word; words >> word;) argv.push_back(word);
+  argv.insert(argv.end(), {"!", caps, "!", "pipewiresink", "mode=provide",
+                           "stream-properties=props,media.class=Video/Source,media.role=Camera,node.name=" + name +
+                               ",node.description=" + name});
+  SpawnOptions quiet;
+  quiet.stdoutFile = "/dev/null";
+  auto provider = std::make_unique<ChildProcess>(argv, dir_ / log, quiet);
+  for (int i = 0; i < 100 && !nodeId(name); ++i) {
+    if (!provider->running()) fail("gst-launch exited:" + logTail(dir_ / log));
+    pause(50);
+  }
+  if (!nodeId(name)) fail("camera node " + name + " did not appear:" + logTail(dir_ / log));
+  return std::make_unique<CameraNode>(std::move(provider));
+}
+
 }  // namespace tavorin::testing

@@ -22,6 +22,15 @@ class TonePlayer {
   std::unique_ptr<ChildProcess> player_;
 };
 
+// A camera node GStreamer provides; it leaves the graph when this goes.
+class CameraNode {
+ public:
+  explicit CameraNode(std::unique_ptr<ChildProcess> provider) : provider_(std::move(provider)) {}
+
+ private:
+  std::unique_ptr<ChildProcess> provider_;
+};
+
 // A PipeWire session of the test's own, so tests never touch the user's
 // audio: a session bus, pipewire, wireplumber and pipewire-pulse under a
 // runtime folder of their own. While it lives, this process's environment
@@ -47,6 +56,11 @@ class PrivatePipeWire {
   // interleaved stereo float at 48 kHz.
   std::vector<float> recordFrom(const std::string& nodeName, double seconds, bool captureSink);
 
+  // A live Video/Source node with media.role Camera named `name`, fed by the
+  // GStreamer `source` (e.g. "videotestsrc pattern=red") in `caps`
+  // ("video/x-raw,format=YUY2,width=…"); returns once it is listed.
+  std::unique_ptr<CameraNode> startCamera(const std::string& name, const std::string& source, const std::string& caps);
+
  private:
   ChildProcess& startDaemon(const std::string& program, std::vector<std::string> arguments);
   std::string pwCli(const std::vector<std::string>& arguments, const std::string& what);
@@ -64,6 +78,7 @@ class PrivatePipeWire {
   std::string pwLink_;
   int players_ = 0;
   int recordings_ = 0;
+  int cameras_ = 0;
 };
 
 }  // namespace tavorin::testing

@@ -35,6 +35,8 @@ class ScreenCapture {
   virtual void setExcludedWindows(std::set<std::uint32_t> windowIDs) = 0;
   // The target's own size in pixels, once started.
   virtual std::pair<int, int> nativeSize() const = 0;
+  // A screen share's token once granted, to give back at the next start; empty for other captures.
+  virtual std::string screenShareToken() const { return {}; }
 };
 
 // The machine's screens: what can be captured, and captures of it.

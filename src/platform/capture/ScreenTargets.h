@@ -13,6 +13,9 @@ struct DisplayTarget {
   std::uint32_t id = 0;    // FNV-1a-32 of the RandR output name ("DP-1"): stable across restarts
   std::string outputName;  // "DP-1"; the operator reads "Display DP-1"
   int x = 0, y = 0, width = 0, height = 0;  // on the root window, in pixels
+  // A share the desktop's portal grants (Wayland): the operator picks the
+  // screen or window in the desktop's own dialog, so nothing is listed.
+  bool screenShare = false;
   friend bool operator==(const DisplayTarget&, const DisplayTarget&) = default;
 };
 
@@ -50,14 +53,6 @@ constexpr std::uint32_t displayIDFor(std::string_view outputName) {
   return hash;
 }
 
-// What the operator reads for a window: its title, else its application's
-// name, else "Window".
-inline std::string windowLabel(const WindowTarget& window) {
-  if (!window.title.empty()) return window.title;
-  if (!window.appName.empty()) return window.appName;
-  return "Window";
-}
-
 // What one screen source captures.
 struct ScreenTarget {
   enum class Kind { display, window, application };
@@ -65,6 +60,8 @@ struct ScreenTarget {
   DisplayTarget display;  // for display, and the display an application is captured on
   WindowTarget window;
   ApplicationTarget application;
+  // For a screen share: the portal's token of the share granted before; empty the first time.
+  std::string screenShareToken;
   friend bool operator==(const ScreenTarget&, const ScreenTarget&) = default;
 };
 

@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Dialogs
 import QtQuick.Layouts
+import QtQml.Models
 import Tavorin
 
 // Every source with its picture, kind and state. Drag one onto Preview to add
@@ -18,16 +19,29 @@ Rectangle {
         RowLayout {
             Label { text: "Sources"; color: theme.dim; font.bold: true; Layout.fillWidth: true }
             Button {
-                text: "+ Image"
+                objectName: "addSourceButton"
+                text: "+ Source"
                 ToolTip.visible: hovered
-                ToolTip.text: "Add a picture file"
-                onClicked: fileDialog.open()
+                ToolTip.text: "Add a camera, a screen, a picture or the black still"
+                onClicked: addMenu.popup()
+                Menu {
+                    id: addMenu
+                    MenuItem { objectName: "addCameraItem"; text: "Camera…"; onTriggered: captureDialog.openOn("camera") }
+                    MenuItem { text: "Screen, window or application…"; onTriggered: captureDialog.openOn("display") }
+                    MenuItem { text: "Picture file…"; onTriggered: fileDialog.open() }
+                    MenuItem { text: "Black"; onTriggered: sources.addBlack() }
+                }
             }
-            Button {
-                text: "+ Black"
-                ToolTip.visible: hovered
-                ToolTip.text: "Add the black still"
-                onClicked: sources.addBlack()
+        }
+        Repeater {
+            model: capture.warnings
+            Label {
+                required property string modelData
+                Layout.fillWidth: true
+                text: "⚠ " + modelData
+                wrapMode: Text.Wrap
+                color: theme.pending
+                font.pixelSize: 11
             }
         }
         ListView {
@@ -93,6 +107,25 @@ Rectangle {
                 Menu {
                     id: menu
                     MenuItem { text: "Rename…"; onTriggered: renameDialog.openFor(row.index, row.name) }
+                    MenuItem { text: "Restart"; onTriggered: sources.restart(row.index) }
+                    Menu {
+                        id: qualityMenu
+                        title: "Capture quality"
+                        enabled: capture.quality(row.sourceID) >= 0
+                        Instantiator {
+                            model: capture.qualities
+                            delegate: MenuItem {
+                                required property string modelData
+                                required property int index
+                                text: modelData
+                                checkable: true
+                                checked: capture.quality(row.sourceID) === index
+                                onTriggered: capture.setQuality(row.sourceID, index)
+                            }
+                            onObjectAdded: (index, item) => qualityMenu.insertItem(index, item)
+                            onObjectRemoved: (index, item) => qualityMenu.removeItem(item)
+                        }
+                    }
                     MenuItem { text: "Delete…"; onTriggered: deleteDialog.openFor(row.index, row.name) }
                 }
             }
@@ -107,6 +140,7 @@ Rectangle {
             drop.accept()
         }
     }
+    AddCaptureDialog { id: captureDialog; theme: root.theme }
     FileDialog {
         id: fileDialog
         title: "Add a picture"
