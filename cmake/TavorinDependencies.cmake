@@ -17,10 +17,13 @@ pkg_check_modules(EGL REQUIRED IMPORTED_TARGET egl)
 pkg_check_modules(CAIRO REQUIRED IMPORTED_TARGET cairo)
 pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil libswscale)
 pkg_check_modules(SWRESAMPLE REQUIRED IMPORTED_TARGET libswresample libavutil)
+pkg_check_modules(SWSCALE REQUIRED IMPORTED_TARGET libswscale libavutil)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 pkg_check_modules(FFTW REQUIRED IMPORTED_TARGET fftw3f)
 pkg_check_modules(EBUR128 REQUIRED IMPORTED_TARGET libebur128)
 pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
+# Screen capture on X11: shared-memory reads, damage, the cursor, window pixmaps, monitors.
+pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11 xext xdamage xfixes xcomposite xrandr)
 find_package(OpenSSL REQUIRED)
 find_package(Boost 1.74 REQUIRED)
 # The operator's window; Test for its tests.

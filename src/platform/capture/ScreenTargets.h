@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tavorin {
@@ -40,6 +41,17 @@ struct ScreenTargets {
   std::vector<ApplicationTarget> applications;
   friend bool operator==(const ScreenTargets&, const ScreenTargets&) = default;
 };
+
+// A display's id from its output name: FNV-1a, 32 bits, so the same monitor
+// keeps its id across restarts and backends.
+constexpr std::uint32_t displayIDFor(std::string_view outputName) {
+  std::uint32_t hash = 2166136261u;
+  for (const char c : outputName) {
+    hash ^= static_cast<std::uint8_t>(c);
+    hash *= 16777619u;
+  }
+  return hash;
+}
 
 // What one screen source captures.
 struct ScreenTarget {
