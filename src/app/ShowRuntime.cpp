@@ -2,10 +2,14 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 
 #include "audio/PipeWireAudioBackend.h"
 #include "platform/camera/SystemCameraDirectory.h"
 #include "platform/gl/GLContext.h"
+#include "platform/portal/PortalScreenCapture.h"
+#include "platform/x11/X11ScreenBackend.h"
 #include "platform/gl/GLFailure.h"
 #include "platform/media/MediaLog.h"
 #include "platform/media/PngWriter.h"
@@ -40,6 +44,16 @@ GLContext* processContext(std::string& failure, const GLShareGroup& share = {}, 
   return context;
 }
 
+// A Wayland desktop shows X11 clients only XWayland's own windows and a black
+// root: there the portal's dialog is the way to a screen.
+std::unique_ptr<ScreenCaptureBackend> screenCaptureBackend() {
+  const char* session = std::getenv("XDG_SESSION_TYPE");
+  const bool wayland = (session && std::string_view(session) == "wayland") ||
+                       (std::getenv("WAYLAND_DISPLAY") && !std::getenv("DISPLAY"));
+  if (wayland) return std::make_unique<PortalScreenBackend>();
+  return std::make_unique<X11ScreenBackend>();
+}
+
 }  // namespace
 
 ShowRuntime::ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std::function<void()> quit,
@@ -62,6 +76,8 @@ ShowRuntime::ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std
   environment.audioBackend = audio_.get();
   cameras_ = std::make_unique<SystemCameraDirectory>(queue, SystemCameraDirectory::Options{});
   environment.cameraDirectory = cameras_.get();
+  screens_ = screenCaptureBackend();
+  environment.screenCapture = screens_.get();
   try {
     model_ = std::make_unique<AppModel>(environment);
   } catch (const GLFailure& error) {

@@ -51,6 +51,7 @@ class ShowRuntime {
   std::string shareFailure_;
   std::unique_ptr<AudioBackend> audio_;
   std::unique_ptr<CameraDirectory> cameras_;
+  std::unique_ptr<ScreenCaptureBackend> screens_;
   std::unique_ptr<AppModel> model_;
   std::unique_ptr<DemoShow> demo_;
   std::unique_ptr<SyncTestShow> syncTest_;
