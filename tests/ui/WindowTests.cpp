@@ -15,6 +15,7 @@
 
 #include "app/ShowRuntime.h"
 #include "peers/NginxRtmp.h"
+#include "peers/PrivateXServer.h"
 #include "platform/media/PngWriter.h"
 #include "support/ChildProcess.h"
 #include "support/TempDir.h"
@@ -394,6 +395,31 @@ TEST_F(Window, ADestinationAddedInTheEditorKeepsItsKeySecretAndGoesLiveFromThePa
   QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("liveToggle")));
   EXPECT_TRUE(pumpUntil([&] { return !model().streaming.isAnyActive(); }));
   EXPECT_TRUE(std::filesystem::exists(nginx.recording("live", "secretkey42"))) << "nginx received the stream";
+}
+
+TEST_F(Window, AScreenIsAddedFromTheDialogAfterALiveLook) {
+  testing::PrivateXServer screen(1280, 720);
+  CaptureBridge& capture = window_->capture();
+  capture.refresh();
+  ASSERT_TRUE(pumpUntil([&] { return capture.displays().size() == 1; })) << capture.screenProblem().toStdString();
+  const QString key = capture.displays()[0].toMap()["key"].toString();
+  EXPECT_EQ(capture.displays()[0].toMap()["detail"].toString(), "1280 × 720");
+
+  const QString look = capture.preview("display", key);
+  EXPECT_EQ(look, "source:preview:capture");
+  EXPECT_TRUE(pumpUntil([&] { return model().frameSlots.latestFrame("preview:capture") != nullptr; }))
+      << "a live look before anything is added";
+  EXPECT_EQ(model().sourcesStore.saved->size(), 2u) << "looking adds nothing";
+
+  const QString id = capture.add("display", key, 3);
+  ASSERT_FALSE(id.isEmpty());
+  EXPECT_FALSE(model().frameSlots.contains("preview:capture")) << "the look ends with the dialog's choice";
+  const auto source = model().sourceLifecycle.find(id.toStdString());
+  ASSERT_TRUE(source);
+  EXPECT_TRUE(pumpUntil([&] { return source->isRunning(); }));
+  EXPECT_EQ(capture.quality(id), 3);
+  EXPECT_EQ(model().capture.captureQuality(id.toStdString()), CaptureQuality::hd720);
+  EXPECT_EQ(model().sourcesStore.saved->back().kind, SavedSource::Kind::display);
 }
 
 class FirstLaunch : public Window {

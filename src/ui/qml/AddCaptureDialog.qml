@@ -19,7 +19,7 @@ Dialog {
     modal: true
     anchors.centerIn: Overlay.overlay
     width: Math.min(760, Overlay.overlay ? Overlay.overlay.width - 40 : 760)
-    height: Math.min(440, Overlay.overlay ? Overlay.overlay.height - 40 : 440)
+    height: Math.min(500, Overlay.overlay ? Overlay.overlay.height - 40 : 500)
     standardButtons: Dialog.Cancel
 
     function openOn(kind) {
@@ -94,7 +94,8 @@ Dialog {
                     label: "LIVE LOOK"
                     tally: theme.raised
                     Layout.fillWidth: true
-                    Layout.preferredHeight: width * 9 / 16
+                    Layout.preferredHeight: Math.min(width * 9 / 16, 200)
+                    Layout.minimumHeight: 160
                 }
                 RowLayout {
                     Label { text: "Quality"; color: theme.dim }

@@ -27,7 +27,7 @@ Rectangle {
                 Menu {
                     id: addMenu
                     MenuItem { objectName: "addCameraItem"; text: "Camera…"; onTriggered: captureDialog.openOn("camera") }
-                    MenuItem { text: "Screen, window or application…"; onTriggered: captureDialog.openOn("display") }
+                    MenuItem { text: "Screen or window…"; onTriggered: captureDialog.openOn("display") }
                     MenuItem { text: "Picture file…"; onTriggered: fileDialog.open() }
                     MenuItem { text: "Black"; onTriggered: sources.addBlack() }
                 }

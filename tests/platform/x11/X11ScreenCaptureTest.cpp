@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "platform/x11/CapturedFrames.h"
-#include "platform/x11/PrivateXServer.h"
+#include "peers/PrivateXServer.h"
 #include "platform/x11/TestClient.h"
 #include "platform/x11/X11ScreenBackend.h"
 #include "support/WaitFor.h"

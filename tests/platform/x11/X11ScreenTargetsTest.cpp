@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "platform/x11/PrivateXServer.h"
+#include "peers/PrivateXServer.h"
 #include "platform/x11/TestClient.h"
 #include "platform/x11/X11ScreenBackend.h"
 #include "support/ScopedEnvironment.h"

@@ -1,4 +1,4 @@
-#include "platform/x11/PrivateXServer.h"
+#include "peers/PrivateXServer.h"
 
 #include <cstdlib>
 #include <stdexcept>
