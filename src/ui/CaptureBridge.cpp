@@ -74,6 +74,11 @@ QString CaptureBridge::screenProblem() const {
   return problem ? qText(*problem) : QString();
 }
 
+bool CaptureBridge::screenShareOnly() const {
+  const auto& displays = model_.capture.screenTargets->displays;
+  return !displays.empty() && displays.front().screenShare;
+}
+
 QStringList CaptureBridge::warnings() const {
   QStringList lines;
   for (const std::string& line : model_.capture.permissionWarnings()) lines << qText(line);

@@ -22,6 +22,8 @@ class CaptureBridge : public QObject {
   Q_PROPERTY(QVariantList applications READ applications NOTIFY changed)
   // Why screens cannot be captured here; empty when they can.
   Q_PROPERTY(QString screenProblem READ screenProblem NOTIFY changed)
+  // On a desktop (Wayland) where screens and windows are chosen in its own dialog, nothing else is listed.
+  Q_PROPERTY(bool screenShareOnly READ screenShareOnly NOTIFY changed)
   Q_PROPERTY(QStringList warnings READ warnings NOTIFY changed)
   // "Automatic (up to 4096 × 2304)", … in the order of the capture qualities.
   Q_PROPERTY(QStringList qualities READ qualities CONSTANT)
@@ -35,6 +37,7 @@ class CaptureBridge : public QObject {
   QVariantList windows() const;
   QVariantList applications() const;
   QString screenProblem() const;
+  bool screenShareOnly() const;
   QStringList warnings() const;
   QStringList qualities() const;
 

@@ -52,6 +52,13 @@ Dialog {
             wrapMode: Text.Wrap
             color: theme.pending
         }
+        Label {
+            visible: (root.kind === "window" || root.kind === "application") && capture.screenShareOnly
+            Layout.fillWidth: true
+            text: "On this desktop a window is chosen in the desktop's own screen-share dialog: add “Screen or window (choose…)” under Display. Applications and leaving windows out of a display need an X11 session."
+            wrapMode: Text.Wrap
+            color: theme.dim
+        }
         RowLayout {
             Layout.fillWidth: true
             Layout.fillHeight: true
