@@ -8,6 +8,8 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
+#include "platform/media/PictureConversion.h"
+
 namespace tavorin {
 namespace {
 
@@ -27,18 +29,6 @@ AVPixelFormat avFormatOf(CameraPixelFormat format) {
     case CameraPixelFormat::mjpeg: return AV_PIX_FMT_NONE;
   }
   return AV_PIX_FMT_NONE;
-}
-
-// The JPEG variants mean full range; swscale wants the plain format and the range apart.
-AVPixelFormat withoutJpegRange(AVPixelFormat format, bool& fullRange) {
-  switch (format) {
-    case AV_PIX_FMT_YUVJ420P: fullRange = true; return AV_PIX_FMT_YUV420P;
-    case AV_PIX_FMT_YUVJ422P: fullRange = true; return AV_PIX_FMT_YUV422P;
-    case AV_PIX_FMT_YUVJ444P: fullRange = true; return AV_PIX_FMT_YUV444P;
-    case AV_PIX_FMT_YUVJ440P: fullRange = true; return AV_PIX_FMT_YUV440P;
-    case AV_PIX_FMT_YUVJ411P: fullRange = true; return AV_PIX_FMT_YUV411P;
-    default: return format;
-  }
 }
 
 ColourMatrix matrixFor(ColourMatrix said, int height) {

@@ -11,6 +11,7 @@ extern "C" {
 }
 
 #include "platform/media/FFmpegPointers.h"
+#include "platform/media/PictureConversion.h"
 
 namespace tavorin {
 
@@ -63,31 +64,6 @@ FramePtr decodeFirstFrame(AVFormatContext* format, int streamIndex, AVCodecConte
   }
 }
 
-// The JPEG variants of the YUV formats mean full range; swscale wants the
-// plain format and the range said separately.
-AVPixelFormat withoutJpegRange(AVPixelFormat format, bool& fullRange) {
-  switch (format) {
-    case AV_PIX_FMT_YUVJ420P: fullRange = true; return AV_PIX_FMT_YUV420P;
-    case AV_PIX_FMT_YUVJ422P: fullRange = true; return AV_PIX_FMT_YUV422P;
-    case AV_PIX_FMT_YUVJ444P: fullRange = true; return AV_PIX_FMT_YUV444P;
-    case AV_PIX_FMT_YUVJ440P: fullRange = true; return AV_PIX_FMT_YUV440P;
-    case AV_PIX_FMT_YUVJ411P: fullRange = true; return AV_PIX_FMT_YUV411P;
-    default: return format;
-  }
-}
-
-void describeSourceColours(SwsContext* scaler, const AVFrame& frame, AVPixelFormat format, bool fullRange) {
-  const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(format);
-  const bool yuv = desc && !(desc->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) && desc->nb_components >= 3;
-  if (!yuv) return;
-  int colorspace = SWS_CS_DEFAULT;
-  if (frame.colorspace == AVCOL_SPC_BT709) colorspace = SWS_CS_ITU709;
-  if (frame.colorspace == AVCOL_SPC_BT2020_NCL || frame.colorspace == AVCOL_SPC_BT2020_CL) colorspace = SWS_CS_BT2020;
-  const int sourceRange = fullRange || frame.color_range == AVCOL_RANGE_JPEG ? 1 : 0;
-  sws_setColorspaceDetails(scaler, sws_getCoefficients(colorspace), sourceRange, sws_getCoefficients(SWS_CS_DEFAULT),
-                           1, 0, 1 << 16, 1 << 16);
-}
-
 bool convertToBGRA(const AVFrame& frame, PixelBuffer& out) {
   bool fullRange = false;
   const auto format = withoutJpegRange(static_cast<AVPixelFormat>(frame.format), fullRange);
@@ -95,28 +71,10 @@ bool convertToBGRA(const AVFrame& frame, PixelBuffer& out) {
                                   SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr,
                                   nullptr, nullptr));
   if (!scaler) return false;
-  describeSourceColours(scaler.get(), frame, format, fullRange);
+  describeSourceColours(scaler.get(), format, frame.colorspace, fullRange || frame.color_range == AVCOL_RANGE_JPEG);
   std::uint8_t* planes[4] = {out.data(), nullptr, nullptr, nullptr};
   const int strides[4] = {static_cast<int>(out.bytesPerRow()), 0, 0, 0};
   return sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) == out.height();
-}
-
-inline std::uint8_t multiplyBy255ths(unsigned value, unsigned alpha) {
-  const unsigned t = value * alpha + 128;
-  return static_cast<std::uint8_t>((t + (t >> 8)) >> 8);
-}
-
-void premultiply(PixelBuffer& buffer) {
-  for (int y = 0; y < buffer.height(); ++y) {
-    std::uint8_t* px = buffer.row(y);
-    for (int x = 0; x < buffer.width(); ++x, px += 4) {
-      const unsigned alpha = px[3];
-      if (alpha == 255) continue;
-      px[0] = multiplyBy255ths(px[0], alpha);
-      px[1] = multiplyBy255ths(px[1], alpha);
-      px[2] = multiplyBy255ths(px[2], alpha);
-    }
-  }
 }
 
 // Scaled premultiplied colour must not exceed its alpha: a bicubic kernel can
