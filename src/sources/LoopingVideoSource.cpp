@@ -159,7 +159,11 @@ std::string LoopingVideoSource::lastError() const {
 
 bool LoopingVideoSource::decoderIdle() const {
   std::lock_guard guard(lock_);
-  return idle_;
+  return idle_ && !decoderHasWork();
+}
+
+bool LoopingVideoSource::decoderHasWork() const {
+  return closing_ || (decoderOpen_ && generation_ != decoderGeneration_) || (!stalled_ && !parked_ && needsMore());
 }
 
 double LoopingVideoSource::itemTimeAt(double now) const { return anchorItem_ + (now - anchorHost_) * rate_; }
@@ -202,17 +206,17 @@ void LoopingVideoSource::decodeLoop() {
       if ((*self)->onSoundFound) (*self)->onSoundFound();
     });
   }
-  std::uint64_t seen = 0;
   std::uint64_t lap = 0;
   double trimStart = 0;
   std::optional<double> trimEnd;
   bool lapHadPicture = false;
   double lastEnd = 0;
-  // A lap that yielded no picture would turn back for ever: the decoder waits for a seek instead.
-  bool stalled = !decoder;
   {
     std::lock_guard guard(lock_);
+    decoderOpen_ = decoder != nullptr;
     decoderHasSound_ = decoder && decoder->hasSound();
+    // A file that can't be read, or a lap that yielded no picture and would turn back for ever, waits for a seek.
+    stalled_ = !decoder;
     if (!decoder) error_ = error;
   }
   for (;;) {
@@ -220,11 +224,12 @@ void LoopingVideoSource::decodeLoop() {
     {
       std::unique_lock guard(lock_);
       idle_ = true;
-      wake_.wait(guard, [&] { return closing_ || (decoder && generation_ != seen) || (!stalled && !parked_ && needsMore()); });
+      wake_.wait(guard, [this] { return decoderHasWork(); });
       idle_ = false;
       if (closing_) return;
-      if (generation_ != seen) {
-        seen = generation_;
+      if (generation_ != decoderGeneration_) {
+        decoderGeneration_ = generation_;
+        stalled_ = false;
         seekTo = seekTarget_;
         lap = 0;
       }
@@ -235,7 +240,6 @@ void LoopingVideoSource::decodeLoop() {
       decoder->seek(*seekTo);
       lapHadPicture = false;
       lastEnd = *seekTo;
-      stalled = false;
       continue;
     }
     ClipPicture picture;
@@ -245,7 +249,7 @@ void LoopingVideoSource::decodeLoop() {
     std::optional<double> lapEnd;
     {
       std::lock_guard guard(lock_);
-      if (generation_ != seen) continue;
+      if (generation_ != decoderGeneration_) continue;
       if (step == ClipDecoder::Step::picture) {
         if (trimEnd && picture.pts >= *trimEnd - kSameTime) {
           lapEnd = *trimEnd;
@@ -265,7 +269,7 @@ void LoopingVideoSource::decodeLoop() {
       }
       if (lapEnd) {
         if (!lapHadPicture) {
-          stalled = true;
+          stalled_ = true;
           if (error_.empty()) error_ = "no picture to play in " + fileURL_.string();
           continue;
         }

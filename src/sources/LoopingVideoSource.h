@@ -101,6 +101,8 @@ class LoopingVideoSource : public BaseSource {
   void decodeLoop();
   // Under lock_: the decode thread should decode more.
   bool needsMore() const;
+  // Under lock_: the decode thread has something to do.
+  bool decoderHasWork() const;
   // Under lock_: the clock's item time at host time `now`, not yet wrapped.
   double itemTimeAt(double now) const;
   // Under lock_: every queue emptied and the clock and the decoder sent to `seconds`.
@@ -145,7 +147,11 @@ class LoopingVideoSource : public BaseSource {
   std::deque<QueuedSound> sounds_;
   bool parked_ = true;
   bool closing_ = false;
+  // The decode thread waits for work; with its generation, whether it could open the file, and a lap that showed nothing.
   bool idle_ = false;
+  std::uint64_t decoderGeneration_ = 0;
+  bool decoderOpen_ = false;
+  bool stalled_ = false;
   std::string error_;
   std::atomic<std::uint64_t> decodedPictures_{0};
   std::atomic<std::shared_ptr<const SoundSink>> soundSink_;
