@@ -166,6 +166,7 @@ void AppModel::start() {
   sourceLifecycle.start();
   startStatsTick();
   capture.registerKinds(sourceFactory);
+  sourceFactory.registerKind(SavedSource::Kind::clip, [this](const SavedSource& saved) { return makeClipSource(saved); });
   std::weak_ptr<AppModel*> weakSelf = self_;
   // The stored sources come back once the cameras and screens are known.
   queue_.post([weakSelf] {
@@ -373,6 +374,8 @@ std::filesystem::path AppModel::currentRecordingsRoot() const {
 }
 
 void AppModel::removeSource(const std::string& id) {
+  // A clip's sound goes with it; other ids have no channel of that name.
+  if (findClip(id)) audioMixer.removeChannel(id);
   sourceLifecycle.removeSource(id);
   sourcesStore.remove(id);
   mediaNames.modify([&](std::map<std::string, std::string>& names) { names.erase(id); });

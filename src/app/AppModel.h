@@ -31,6 +31,7 @@
 #include "outputs/ProgramRecorder.h"
 #include "platform/media/SharedEncoders.h"
 #include "platform/secrets/SecretStore.h"
+#include "sources/LoopingVideoSource.h"
 #include "sources/SourceFactory.h"
 #include "sources/SourceLifecycle.h"
 #include "stores/LayoutStore.h"
@@ -142,6 +143,14 @@ class AppModel {
   // A picture file joins the show as a still, kept in the image library; its
   // source id, or nothing when the file is missing or unreadable (logged).
   std::optional<std::string> addImageSource(const std::filesystem::path& file);
+  // A video file joins the show as a looping clip, kept in the clips library;
+  // its source id, or nothing when the file can't be played (logged).
+  std::optional<std::string> addClipSource(const std::filesystem::path& file);
+  // A clip's transport and trim; ids that are no clip change nothing.
+  void setClipTrim(const std::string& id, double start, std::optional<double> end);
+  void playClip(const std::string& id);
+  void pauseClip(const std::string& id);
+  void seekClip(const std::string& id, double seconds);
   // The black still ("still:black"), made and stored when missing; its id.
   std::string addBlackSource();
   // The operator's name for a source, kept in mediaNames and the store; a blank name changes nothing.
@@ -245,6 +254,9 @@ class AppModel {
   void refreshDevices();
   // A finished loop capture joins the show's sources as a clip.
   void addLoopClip(const std::filesystem::path& file);
+  // Clips rebuilt from the store: the trim applied and written back, the sound on a mixer channel.
+  std::shared_ptr<BaseSource> makeClipSource(const SavedSource& saved);
+  LoopingVideoSource* findClip(const std::string& id) const;
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
   std::function<void(float)> makePoseUpdate(const CustomTransition& custom);
   void bindEngine();

@@ -235,6 +235,8 @@ TEST_F(AppModelRecordingTest, LoopCaptureRecordsAClipAndAddsItToTheShow) {
   EXPECT_EQ(std::filesystem::path(*clip.filePath).parent_path(), show / "Clips");
   EXPECT_EQ(clip.name.rfind("loop-", 0), 0u);
   EXPECT_EQ(model->log->back(), "Loop saved to Media as “" + clip.name + "”");
+  ASSERT_TRUE(model->sourceLifecycle.find(clip.id)) << "the loop plays as a clip in the show";
+  EXPECT_EQ(model->sourceLifecycle.find(clip.id)->kind(), SourceKind::clip);
   const auto info = testing::probe(std::filesystem::path(*clip.filePath));
   ASSERT_NE(testing::streamOf(info, "video"), nullptr);
   EXPECT_EQ(testing::streamOf(info, "audio"), nullptr) << "loops have no sound";
