@@ -1,0 +1,59 @@
+#include "platform/media/ClipRangeCopy.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "support/ChildProcess.h"
+#include "support/Ffprobe.h"
+#include "support/TempDir.h"
+
+namespace tavorin {
+namespace {
+
+// Each picture shows its own number in binary: seven vertical stripes, white for a set bit.
+const std::string kCounter =
+    "color=black:s=320x240:r=30:d=4,format=yuv420p,geq=lum='255*mod(floor(N/pow(2,floor(X*7/W))),2)':cb=128:cr=128";
+
+TEST(ClipRangeCopyTest, CopiesTheRangeWithoutReencodingAndStartsAtTheInPoint) {
+  testing::TempDir dir;
+  const std::string ffmpeg = testing::findProgram("ffmpeg", "ffmpeg");
+  const auto source = dir / "counter.mp4";
+  ASSERT_EQ(testing::runProcess({ffmpeg, "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i", kCounter, "-f", "lavfi",
+                                 "-i", "sine=duration=4", "-c:v", "libx264", "-g", "30", "-bf", "0", "-c:a", "aac",
+                                 source},
+                                dir / "ffmpeg.log"),
+            0);
+  const auto cut = dir / "cut.mov";
+  ASSERT_EQ(copyClipRange(source, cut, 1.5, 2.5), std::nullopt);
+
+  const auto info = testing::probe(cut);
+  ASSERT_NE(testing::streamOf(info, "video"), nullptr);
+  ASSERT_NE(testing::streamOf(info, "audio"), nullptr);
+  EXPECT_EQ((*testing::streamOf(info, "video"))["codec_name"], "h264");
+  EXPECT_NEAR(testing::number(info["format"]["duration"]), 1.0, 1.0 / 30 + 0.03);
+  // The very samples of the source, from the key frame before the in point.
+  const auto original = testing::packetHashes(source, "v");
+  const auto copied = testing::packetHashes(cut, "v");
+  ASSERT_FALSE(copied.empty());
+  EXPECT_NE(std::search(original.begin(), original.end(), copied.begin(), copied.end()), original.end());
+
+  // ffmpeg honours the edit list: the first picture it shows is frame 45.
+  const auto first = testing::outputOf(
+      {ffmpeg, "-v", "error", "-nostdin", "-i", cut, "-frames:v", "1", "-f", "rawvideo", "-pix_fmt", "gray", "-"},
+      dir / "decode.log");
+  ASSERT_TRUE(first && first->size() == 320u * 240u);
+  int number = 0;
+  for (int bit = 0; bit < 7; ++bit) {
+    const int x = static_cast<int>((bit + 0.5) * 320 / 7);
+    if (static_cast<unsigned char>((*first)[120 * 320 + x]) > 128) number |= 1 << bit;
+  }
+  EXPECT_EQ(number, 45);
+
+  EXPECT_NE(copyClipRange(dir / "missing.mp4", dir / "none.mov", 0, 1), std::nullopt);
+  EXPECT_FALSE(std::filesystem::exists(dir / "none.mov"));
+}
+
+}  // namespace
+}  // namespace tavorin
