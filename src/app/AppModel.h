@@ -21,6 +21,7 @@
 #include "audio/AudioMixerEngine.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
+#include "base/SerialQueue.h"
 #include "base/Uuid.h"
 #include "compositor/CompositorEngine.h"
 #include "model/CanvasSize.h"
@@ -151,6 +152,8 @@ class AppModel {
   void playClip(const std::string& id);
   void pauseClip(const std::string& id);
   void seekClip(const std::string& id, double seconds);
+  // The clip's trimmed range copied, not re-encoded, into a new clip of the library; logged as it goes.
+  void exportClipTrim(const std::string& id);
   // The black still ("still:black"), made and stored when missing; its id.
   std::string addBlackSource();
   // The operator's name for a source, kept in mediaNames and the store; a blank name changes nothing.
@@ -290,6 +293,8 @@ class AppModel {
   // Last, so that it goes first: a store's file kept because it could not be read is logged.
   UnreadableFileReport unreadableFiles_{{showFolder_.root(), preferences_.path().parent_path()},
                                        [this](const std::string& line) { appendLog(line); }};
+  // Trim exports copy files off the main thread; last, so queued copies finish while the model still stands.
+  SerialQueue exportQueue_{"Tavorin.Export"};
 };
 
 }  // namespace tavorin

@@ -1,6 +1,9 @@
 // The operator's commands on clips: adding a video file, and its transport and trim.
 #include "app/AppModel.h"
+#include <ctime>
+
 #include "platform/media/ClipDecoder.h"
+#include "platform/media/ClipRangeCopy.h"
 #include "stores/LibraryImport.h"
 
 namespace tavorin {
@@ -59,6 +62,68 @@ void AppModel::pauseClip(const std::string& id) {
 
 void AppModel::seekClip(const std::string& id, double seconds) {
   if (auto* clip = findClip(id)) clip->seek(seconds);
+}
+
+namespace {
+
+// The short local time, as a file name can hold it.
+std::string shortTimeForFileName() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  char text[32] = {};
+  std::strftime(text, sizeof text, "%R", &local);
+  std::string name = text;
+  for (char& c : name) {
+    if (c == ':' || c == '/') c = '-';
+  }
+  return name;
+}
+
+}  // namespace
+
+void AppModel::exportClipTrim(const std::string& id) {
+  auto* clip = findClip(id);
+  if (!clip) return;
+  std::string error;
+  const auto decoder = ClipDecoder::open(clip->fileURL(), error);
+  if (!decoder) {
+    appendLog("Trim export failed: can't read the clip.");
+    return;
+  }
+  const double start = clip->trimStart();
+  const double end = clip->trimEnd().value_or(decoder->duration());
+  if (end <= start) {
+    appendLog("Trim export: the range is empty.");
+    return;
+  }
+  // Named after the clip as the operator knows it: the library's copy carries a UUID before the name.
+  const std::filesystem::path output = showFolder_.library(ShowFolder::Library::generated) /
+                                       (clip->displayName() + " trim " + shortTimeForFileName() + ".mov");
+  appendLog("Exporting trimmed clip…");
+  std::weak_ptr<AppModel*> weakSelf = self_;
+  exportQueue_.post([weakSelf, &mainQueue = queue_, input = clip->fileURL(), output, start, end] {
+    std::error_code ignored;
+    std::filesystem::create_directories(output.parent_path(), ignored);
+    auto failure = copyClipRange(input, output, start, end);
+    mainQueue.post([weakSelf, output, failure] {
+      auto self = weakSelf.lock();
+      if (!self) return;
+      AppModel& model = **self;
+      if (failure) {
+        model.appendLog("Trim export failed: " + *failure);
+        return;
+      }
+      SavedSource saved;
+      saved.kind = SavedSource::Kind::clip;
+      saved.name = output.stem().string();
+      saved.filePath = output.string();
+      saved.id = LoopingVideoSource::idFor(output);
+      model.sourcesStore.upsert(saved);
+      if (auto source = model.sourceFactory.make(saved)) model.addSource(std::move(source));
+      model.appendLog("Trimmed clip saved to the media library: " + output.filename().string());
+    });
+  });
 }
 
 }  // namespace tavorin

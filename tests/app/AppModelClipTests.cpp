@@ -42,6 +42,18 @@ TEST(AppModelClipTest, OperatorAddsAClipTrimsItAndItComesBackWithItsSound) {
     EXPECT_EQ(model.sourcesStore.saved->back().trimStart, 0.5);
     EXPECT_EQ(model.sourcesStore.saved->back().trimEnd, 1.5);
 
+    model.exportClipTrim(id);
+    EXPECT_EQ(model.log->back(), "Exporting trimmed clip…");
+    ASSERT_TRUE(testing::waitFor([&] {
+      queue.runUntilIdle();
+      return model.log->back().rfind("Trimmed clip saved to the media library: intro trim ", 0) == 0;
+    })) << model.log->back();
+    EXPECT_EQ(model.sources->size(), 2u);
+    model.setClipTrim(id, 5, std::nullopt);
+    model.exportClipTrim(id);
+    EXPECT_EQ(model.log->back(), "Trim export: the range is empty.");
+    model.setClipTrim(id, 0.5, 1.5);
+
     // The clip's sound joins the mixer once its file is open, following the clip onto Program.
     model.sourceLifecycle.startSource(model.sourceLifecycle.find(id), false);
     const auto channel = [&]() -> std::optional<ChannelInfo> {
