@@ -154,6 +154,8 @@ class AppModel {
   void seekClip(const std::string& id, double seconds);
   // The clip's trimmed range copied, not re-encoded, into a new clip of the library; logged as it goes.
   void exportClipTrim(const std::string& id);
+  // The clip with that id, for its editor; null for other ids.
+  LoopingVideoSource* findClip(const std::string& id) const;
   // The black still ("still:black"), made and stored when missing; its id.
   std::string addBlackSource();
   // The operator's name for a source, kept in mediaNames and the store; a blank name changes nothing.
@@ -259,7 +261,6 @@ class AppModel {
   void addLoopClip(const std::filesystem::path& file);
   // Clips rebuilt from the store: the trim applied and written back, the sound on a mixer channel.
   std::shared_ptr<BaseSource> makeClipSource(const SavedSource& saved);
-  LoopingVideoSource* findClip(const std::string& id) const;
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
   std::function<void(float)> makePoseUpdate(const CustomTransition& custom);
   void bindEngine();

@@ -197,11 +197,13 @@ void LoopingVideoSource::decodeLoop() {
   nameThisThread("Tavorin.ClipDec");
   std::string error;
   const auto decoder = ClipDecoder::open(fileURL_, error);
-  if (decoder && decoder->hasSound()) {
+  if (decoder) {
     std::weak_ptr<LoopingVideoSource*> weak = self_;
-    queue_.post([weak] {
+    queue_.post([weak, sound = decoder->hasSound(), duration = decoder->duration()] {
       auto self = weak.lock();
       if (!self) return;
+      (*self)->duration_ = duration;
+      if (!sound) return;
       (*self)->hasSound_ = true;
       if ((*self)->onSoundFound) (*self)->onSoundFound();
     });

@@ -72,6 +72,8 @@ class LoopingVideoSource : public BaseSource {
   // Main thread, called once the file is open when it has sound.
   std::function<void()> onSoundFound;
   bool hasSound() const { return hasSound_; }
+  // Main thread: the file's length in seconds once it is open; 0 before.
+  double duration() const { return duration_; }
   // Any thread; the sink is called on the pump's thread.
   void setSoundSink(SoundSink sink);
 
@@ -116,6 +118,7 @@ class LoopingVideoSource : public BaseSource {
   const std::filesystem::path fileURL_;
   MainQueue& queue_;
   const Options options_;
+  double duration_ = 0;
   double trimStart_ = 0;
   std::optional<double> trimEnd_;
   bool hasSound_ = false;

@@ -5,6 +5,7 @@
 
 #include "ui/AudioFilterBridge.h"
 #include "ui/CaptureBridge.h"
+#include "ui/ClipBridge.h"
 #include "ui/LayerInspector.h"
 #include "ui/LayerListModel.h"
 #include "ui/LayerShapeEditor.h"
@@ -49,6 +50,7 @@ class ShowWindow {
   SettingsBridge& settings() { return settings_; }
   TransitionBuilderBridge& builder() { return builder_; }
   CaptureBridge& capture() { return capture_; }
+  ClipBridge& clips() { return clips_; }
   StatusBridge& status() { return status_; }
 
  private:
@@ -70,6 +72,7 @@ class ShowWindow {
   SettingsBridge settings_;
   TransitionBuilderBridge builder_;
   CaptureBridge capture_;
+  ClipBridge clips_;
   StatusBridge status_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };

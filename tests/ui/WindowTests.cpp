@@ -422,6 +422,39 @@ TEST_F(Window, AScreenIsAddedFromTheDialogAfterALiveLook) {
   EXPECT_EQ(model().sourcesStore.saved->back().kind, SavedSource::Kind::display);
 }
 
+TEST_F(Window, AClipIsAddedTrimmedAndItsRangeExportedFromItsEditor) {
+  const auto file = dir_ / "countdown.mp4";
+  ASSERT_EQ(testing::runProcess({testing::findProgram("ffmpeg", "ffmpeg"), "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
+                                 "testsrc2=rate=30:duration=3:size=320x180", "-g", "30", "-pix_fmt", "yuv420p",
+                                 file.string()},
+                                dir_ / "ffmpeg.log"),
+            0);
+  ClipBridge& clips = window_->clips();
+  const QString id = clips.add(QUrl::fromLocalFile(QString::fromStdString(file.string())).toString());
+  ASSERT_FALSE(id.isEmpty());
+  clips.setClip(id);
+  ASSERT_TRUE(pumpUntil([&] { return clips.duration() > 2.9; }));
+  EXPECT_TRUE(pumpUntil([&] { return clips.playing(); })) << "a clip plays as it is added";
+  clips.pause();
+  EXPECT_FALSE(clips.playing());
+
+  clips.setTrim(1.0, 2.0);
+  EXPECT_DOUBLE_EQ(clips.trimEnd(), 2.0);
+  const auto stored = [&] {
+    for (const SavedSource& saved : model().sourcesStore.saved.get()) {
+      if (saved.id == id.toStdString()) return std::pair(saved.trimStart.value_or(-1), saved.trimEnd.value_or(-1));
+    }
+    return std::pair(-1.0, -1.0);
+  };
+  EXPECT_TRUE(pumpUntil([&] { return stored() == std::pair(1.0, 2.0); }));
+  clips.setTrim(1.0, clips.duration());
+  EXPECT_TRUE(pumpUntil([&] { return stored().second == -1; })) << "an out point at the end is none";
+
+  const std::size_t before = model().sources->size();
+  clips.exportTrim();
+  EXPECT_TRUE(pumpUntil([&] { return model().sources->size() == before + 1; }, 20)) << "the trimmed range is a clip of its own";
+}
+
 class FirstLaunch : public Window {
  protected:
   bool runsGuide() const override { return true; }

@@ -6,7 +6,7 @@ import QtQml.Models
 import Tavorin
 
 // Every source with its picture, kind and state. Drag one onto Preview to add
-// a layer; drop picture files here to add them.
+// a layer; drop picture and video files here to add them.
 Rectangle {
     id: root
     property Theme theme: Theme {}
@@ -28,6 +28,7 @@ Rectangle {
                     id: addMenu
                     MenuItem { objectName: "addCameraItem"; text: "Camera…"; onTriggered: captureDialog.openOn("camera") }
                     MenuItem { text: "Screen or window…"; onTriggered: captureDialog.openOn("display") }
+                    MenuItem { text: "Media file…"; onTriggered: clipDialog.open() }
                     MenuItem { text: "Picture file…"; onTriggered: fileDialog.open() }
                     MenuItem { text: "Black"; onTriggered: sources.addBlack() }
                 }
@@ -108,6 +109,12 @@ Rectangle {
                     id: menu
                     MenuItem { text: "Rename…"; onTriggered: renameDialog.openFor(row.index, row.name) }
                     MenuItem { text: "Restart"; onTriggered: sources.restart(row.index) }
+                    MenuItem {
+                        text: "Edit clip…"
+                        enabled: clips.isClip(row.sourceID)
+                        height: enabled ? implicitHeight : 0
+                        onTriggered: clipEditor.edit(row.sourceID)
+                    }
                     Menu {
                         id: qualityMenu
                         title: "Capture quality"
@@ -136,11 +143,25 @@ Rectangle {
         anchors.fill: parent
         onDropped: (drop) => {
             if (!drop.hasUrls) return
-            for (const url of drop.urls) sources.addImage(url)
+            // Moving pictures become clips; anything else is tried as a still.
+            for (const url of drop.urls) {
+                if (/\.(mov|mp4|m4v|mkv|webm|avi|mxf|mts|ts)$/i.test(url.toString())) clips.add(url)
+                else sources.addImage(url)
+            }
             drop.accept()
         }
     }
     AddCaptureDialog { id: captureDialog; theme: root.theme }
+    ClipEditor { id: clipEditor; theme: root.theme }
+    FileDialog {
+        id: clipDialog
+        title: "Add a media file"
+        nameFilters: ["Video (*.mov *.mp4 *.m4v *.mkv *.webm *.avi *.mxf *.mts *.ts)", "All files (*)"]
+        onAccepted: {
+            const id = clips.add(selectedFile)
+            if (id !== "") clipEditor.edit(id)
+        }
+    }
     FileDialog {
         id: fileDialog
         title: "Add a picture"
