@@ -6,6 +6,7 @@
 // offsets over the whole run.
 //
 //   AVSyncHarness [MINUTES]
+//   AVSyncHarness --clip [MINUTES]  (a 7 s clip with a flash and a click on each second, looping on Program)
 //   AVSyncHarness --file MOVIE    (measures a recording made elsewhere)
 #include <algorithm>
 #include <cmath>
@@ -55,6 +56,46 @@ void report(const char* name, const std::vector<Pair>& list) {
   std::printf("  drift: %+.2f ms per hour\n", slope(list) * 3600 * 1000);
 }
 
+// The recording's program.mov under `folder`; empty when there is none.
+std::filesystem::path programMovie(const std::filesystem::path& folder) {
+  std::filesystem::path movie;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.path().filename() == "program.mov") movie = entry.path();
+  }
+  return movie;
+}
+
+// A clip's own sound against its own pictures, through the clip source, the
+// mixer and the recorder: 7 s that loop, a white frame and a 1 kHz click on
+// every whole second of the file.
+int measureClip(double minutes) {
+  testing::TempDir show;
+  const auto clip = show.path() / "flash-click.mp4";
+  const auto log = show.path() / "stderr.txt";
+  const auto made = testing::runProcess(
+      {testing::findProgram("ffmpeg", "ffmpeg"), "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
+       "color=c=black:s=640x360:r=30:d=7,drawbox=x=0:y=0:w=iw:h=ih:color=white:t=fill:enable='lt(mod(t,1),0.03)'",
+       "-f", "lavfi", "-i", "aevalsrc='0.5*sin(2*PI*1000*t)*lt(mod(t,1),0.05)':s=48000:d=7", "-c:v", "libx264",
+       "-g", "30", "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest", clip.string()},
+      log);
+  if (made != std::optional<int>(0)) {
+    std::fprintf(stderr, "the clip could not be made: %s\n", testing::readFile(log).c_str());
+    return 1;
+  }
+  const auto recordings = show.path() / "recordings";
+  const auto status = testing::runProcess(
+      {TAVORIN_EXECUTABLE, "--headless", "--show-dir", show.path().string(), "--clip", clip.string(), "--seconds",
+       std::to_string(minutes * 60), "--record", "--recordings-dir", recordings.string()},
+      log, minutes * 60 + 120);
+  if (status != std::optional<int>(0)) {
+    std::fprintf(stderr, "the show did not run: %s\n", testing::readFile(log).c_str());
+    return 1;
+  }
+  std::printf("a looping clip for %.1f min; offset = flash - click onset in ms (one frame = 33.3 ms)\n", minutes);
+  report("recording", testing::flashBeepOffsets(programMovie(recordings)));
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -62,6 +103,7 @@ int main(int argc, char** argv) {
     report(argv[2], testing::flashBeepOffsets(argv[2]));
     return 0;
   }
+  if (argc > 1 && std::string(argv[1]) == "--clip") return measureClip(argc > 2 ? std::max(0.1, std::atof(argv[2])) : 1);
   const double minutes = argc > 1 ? std::max(0.1, std::atof(argv[1])) : 1;
   testing::NginxRtmp nginx;
   testing::TempDir show;
@@ -76,10 +118,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "the show did not run: %s\n", testing::readFile(log).c_str());
     return 1;
   }
-  std::filesystem::path movie;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(recordings)) {
-    if (entry.path().filename() == "program.mov") movie = entry.path();
-  }
+  const std::filesystem::path movie = programMovie(recordings);
   std::printf("sync test for %.1f min; offset = flash - beep onset in ms (EBU R37: -60 .. +40)\n", minutes);
   report("recording", testing::flashBeepOffsets(movie));
   report("stream", testing::flashBeepOffsets(nginx.recording("live", "sync")));

@@ -45,6 +45,10 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
       options.demo = true;
     } else if (arg == "--sync-test") {
       options.syncTest = true;
+    } else if (arg == "--clip") {
+      std::string file;
+      if (!needValue(file) || file.empty()) return {std::nullopt, "--clip needs a media file"};
+      options.clip = std::filesystem::path(file);
     } else if (arg == "--take-every") {
       std::string text;
       if (!needValue(text)) return {std::nullopt, "--take-every needs a number"};
@@ -71,13 +75,15 @@ LaunchOptionsResult parseLaunchOptions(const std::vector<std::string>& args) {
       return {std::nullopt, "unknown argument \"" + arg + "\""};
     }
   }
-  if (options.demo && options.syncTest) return {std::nullopt, "--demo and --sync-test each take over Program; pick one"};
+  if (int(options.demo) + int(options.syncTest) + int(options.clip.has_value()) > 1) {
+    return {std::nullopt, "--demo, --sync-test and --clip each take over Program; pick one"};
+  }
   if (options.status && !options.headless) return {std::nullopt, "--status goes with --headless; the window shows it"};
   return {options, {}};
 }
 
 std::string usageText() {
-  return "usage: tavorin [--headless] [--show-dir DIR] [--seconds N] [--demo [--take-every S] | --sync-test]\n"
+  return "usage: tavorin [--headless] [--show-dir DIR] [--seconds N] [--demo [--take-every S] | --sync-test | --clip FILE]\n"
          "               [--snapshot FILE.png] [--record] [--recordings-dir DIR] [--stream URL]... [--status]\n"
          "  --headless          run the show without a window (without it, the window opens)\n"
          "  --show-dir DIR      use DIR as the show folder (and for preferences.json)\n"
@@ -85,6 +91,7 @@ std::string usageText() {
          "  --demo              build a demo show and take through its scenes\n"
          "  --take-every S      seconds between the demo's takes (default 4)\n"
          "  --sync-test         put a flash and a beep on every second on Program, to line up A/V sync\n"
+         "  --clip FILE         loop a media file on Program with its sound on air\n"
          "  --snapshot FILE     write the newest Program frame as a PNG on quit\n"
          "  --record            record Program from launch and finish the file on quit\n"
          "  --recordings-dir DIR  record under DIR instead of the recordings folder\n"

@@ -14,6 +14,8 @@ struct LaunchOptions {
   std::optional<double> seconds;                 // quit cleanly after this long
   bool demo = false;                             // build the demo show and take through it
   double takeEvery = 4.0;                        // seconds between the demo's takes
+  // A media file looping on Program with its sound on air (a show's intro loop, or a sync check of clips).
+  std::optional<std::filesystem::path> clip;
   bool syncTest = false;  // the sync-test picture and beep on Program, to line up a chain and measure A/V sync
   std::optional<std::filesystem::path> snapshot;  // PNG of the newest Program frame, written on quit
   bool record = false;                            // record Program from launch to quit

@@ -1,11 +1,13 @@
 #include "app/ShowRuntime.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
 #include "audio/PipeWireAudioBackend.h"
+#include "app/OnProgram.h"
 #include "platform/camera/SystemCameraDirectory.h"
 #include "platform/gl/GLContext.h"
 #include "platform/portal/PortalScreenCapture.h"
@@ -13,6 +15,7 @@
 #include "platform/gl/GLFailure.h"
 #include "platform/media/MediaLog.h"
 #include "platform/media/PngWriter.h"
+#include "sources/LoopingVideoSource.h"
 #include "stores/Preferences.h"
 #include "stores/ShowFolder.h"
 
@@ -102,8 +105,27 @@ void ShowRuntime::start(std::function<void(const std::string&)> echoLog) {
     model.showOnboarding = false;
   }
   if (options_.syncTest) syncTest_ = std::make_unique<SyncTestShow>(model);
+  std::optional<std::string> clipID;
+  if (options_.clip) {
+    clipID = model.addClipSource(*options_.clip);
+    if (clipID) takeOverProgram(model, *clipID, options_.clip->stem().string());
+  }
   if (options_.recordingsDir) model.recordingsFolderPath = options_.recordingsDir->string();
-  if (options_.record) model.startRecording();
+  if (options_.record && clipID) {
+    // A recording's sound track is decided as it starts: wait for the clip to
+    // be open and its sound on the mixer (or a few seconds), so it is in it.
+    auto waited = std::make_shared<int>(0);
+    clipWait_ = queue_.every(0.1, [this, id = *clipID, waited] {
+      const auto* clip = model_->findClip(id);
+      const auto& channels = model_->audioMixer.channels.get();
+      const bool onMixer = std::any_of(channels.begin(), channels.end(), [&](const ChannelInfo& c) { return c.id == id; });
+      if (clip && (clip->duration() <= 0 || (clip->hasSound() && !onMixer)) && ++*waited < 30) return;
+      clipWait_.cancel();
+      model_->startRecording();
+    });
+  } else if (options_.record) {
+    model.startRecording();
+  }
   for (const auto& url : options_.streamURLs) model.goLive(url);
   // A show without a window restarts its audio the way daemons reload; with one it is the same command.
   queue_.onSignal(SIGUSR1, [this] {

@@ -56,6 +56,7 @@ class ShowRuntime {
   std::unique_ptr<DemoShow> demo_;
   std::unique_ptr<SyncTestShow> syncTest_;
   TimerHandle stopTimer_;
+  TimerHandle clipWait_;
 };
 
 }  // namespace tavorin

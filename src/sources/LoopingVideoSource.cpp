@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <limits>
 
 #include "base/ThreadName.h"
 
@@ -15,6 +16,8 @@ constexpr std::size_t kPicturesAhead = 4;
 constexpr std::size_t kPicturesAheadForSound = 8;
 constexpr double kShortestRange = 0.1;
 constexpr auto kPumpInterval = std::chrono::microseconds(33'333);
+// Past a picture's due time when the pump wakes for it, so it is surely due.
+constexpr double kDueSlack = 0.0005;
 // Times closer than this are the same instant: pts in files are rounded to their time base.
 constexpr double kSameTime = 1e-6;
 
@@ -287,10 +290,11 @@ void LoopingVideoSource::decodeLoop() {
   }
 }
 
-void LoopingVideoSource::pump() {
+double LoopingVideoSource::pump() {
   const double now = options_.hostClock();
   PixelBufferRef shown;
   double shownAt = now;
+  double nextDue = std::numeric_limits<double>::infinity();
   due_.clear();
   {
     std::lock_guard guard(lock_);
@@ -318,6 +322,13 @@ void LoopingVideoSource::pump() {
         ++lap_;
         continue;
       }
+      if (rate_ > 0 && !pictures_.empty() && pictures_.front().lap == lap_) {
+        nextDue = hostTimeOf(pictures_.front().picture.pts);
+      } else if (rate_ > 0 && !pictures_.empty() && !lapEnds_.empty() && lapEnds_.front().lap == lap_ &&
+                 pictures_.front().lap == lap_ + 1) {
+        // The next lap's first picture: due as far past the loop point as it is past the in point.
+        nextDue = hostTimeOf(lapEnds_.front().end) + (pictures_.front().picture.pts - lapEnds_.front().nextStart);
+      }
       break;
     }
   }
@@ -326,13 +337,14 @@ void LoopingVideoSource::pump() {
     shown->setHostTime(shownAt);
     publish(std::move(shown));
   }
-  if (due_.empty()) return;
+  if (due_.empty()) return nextDue;
   const auto sink = soundSink_.load();
   if (sink && *sink) {
     for (DueSound& due : due_) (*sink)(due.sound.block, due.hostTime);
   }
   // Freed here on the pump's thread, never in the sink.
   due_.clear();
+  return nextDue;
 }
 
 void LoopingVideoSource::startPump() {
@@ -360,10 +372,19 @@ void LoopingVideoSource::pumpLoop() {
   std::unique_lock guard(pumpLock_);
   while (pumping_) {
     guard.unlock();
-    pump();
+    const double nextDue = pump();
     guard.lock();
-    next = std::max(next + kPumpInterval, std::chrono::steady_clock::now());
-    pumpWake_.wait_until(guard, next, [this] { return !pumping_; });
+    const auto now = std::chrono::steady_clock::now();
+    next = std::max(next + kPumpInterval, now);
+    // A picture goes out when it is due, not up to a pump period later: the
+    // frame clock shows it at its next tick, in step with its sound.
+    const double untilDue = nextDue - options_.hostClock();
+    auto wakeAt = next;
+    if (untilDue < std::chrono::duration<double>(kPumpInterval).count()) {
+      wakeAt = now + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                         std::chrono::duration<double>(std::max(untilDue, 0.0) + kDueSlack));
+    }
+    pumpWake_.wait_until(guard, wakeAt, [this] { return !pumping_; });
   }
 }
 

@@ -81,7 +81,8 @@ class LoopingVideoSource : public BaseSource {
   std::string lastError() const;
 
   // One tick of the pump: what the timer runs; tests call it themselves.
-  void pump();
+  // Returns the host time the next queued picture is due at; infinity when none is queued or the clip is paused.
+  double pump();
   // For tests and benchmarks: the decode thread has all it needs for now.
   bool decoderIdle() const;
   std::uint64_t decodedPictures() const { return decodedPictures_.load(); }
