@@ -72,7 +72,9 @@ TEST(HeadlessDemo, BadDemoFlagsAreUsageErrors) {
   TempDir show;
   const auto log = show.path() / "stderr.txt";
   const std::pair<std::vector<std::string>, std::string> cases[] = {{{"--demo", "--take-every", "0"}, "--take-every"},
-                                                                    {{"--demo", "--sync-test"}, "pick one"}};
+                                                                    {{"--demo", "--sync-test"}, "pick one"},
+                                                                    {{"--sync-test", "--clip", "a.mov"}, "pick one"},
+                                                                    {{"--clip"}, "--clip needs a media file"}};
   for (const auto& [flags, named] : cases) {
     std::vector<std::string> argv = {TAVORIN_EXECUTABLE, "--headless"};
     argv.insert(argv.end(), flags.begin(), flags.end());
