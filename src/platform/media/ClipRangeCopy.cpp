@@ -72,8 +72,12 @@ std::optional<std::string> copy(const std::filesystem::path& input, const std::f
     if (!skip && index == videoIndex && !keyTime) keyTime = seconds(packet->pts);
     const double pts = skip ? 0 : seconds(packet->pts);
     if (!skip && packet->dts != AV_NOPTS_VALUE && seconds(packet->dts) >= end) ended[index] = true;
-    // Sound starts with the pictures the file keeps; nothing at or past the out point.
-    const bool keep = !skip && keyTime && pts < end && (index == videoIndex || pts >= *keyTime);
+    // Pictures are cut in decode order: a reference decoded before the out
+    // point stays even when it shows after it, or the pictures that lean on
+    // it would break. Sound starts with the pictures the file keeps and
+    // stops at the out point.
+    const double decodedAt = skip || packet->dts == AV_NOPTS_VALUE ? pts : seconds(packet->dts);
+    const bool keep = !skip && keyTime && (index == videoIndex ? decodedAt < end : pts < end && pts >= *keyTime);
     if (keep) {
       // Times run from the in point: what lies before it is negative and the edit list hides it.
       const auto shift = static_cast<std::int64_t>(std::llround((start + origin) / tb));
