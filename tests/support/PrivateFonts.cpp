@@ -10,7 +10,6 @@ void PrivateFonts::SetUp() {
 <!DOCTYPE fontconfig SYSTEM "urn:fontconfig:fonts.dtd">
 <fontconfig>
   <dir>/usr/share/fonts/truetype/dejavu</dir>
-  
   <dir>/usr/share/fonts/truetype/lohit-devanagari</dir>
   <cachedir>)" + (folder_ / "cache").string() + R"(</cachedir>
   <alias><family>sans-serif</family><prefer><family>DejaVu Sans</family></prefer></alias>
