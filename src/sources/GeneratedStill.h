@@ -9,6 +9,7 @@
 
 #include "base/HostTime.h"
 #include "base/Published.h"
+#include "base/PublishedView.h"
 #include "base/SerialQueue.h"
 #include "sources/BaseSource.h"
 
@@ -23,18 +24,21 @@ namespace tavorin {
 // had (the previous frame then stays); called only on the source's queue.
 template <class Config, class Painter>
 class GeneratedStill : public BaseSource {
+  // Declared first: the view below shows it.
+  Published<Config> config_;
+
  public:
   // The design; main thread. Observers hear of every apply.
-  Published<Config> config;
+  PublishedView<Config> config{config_};
   // Told after every apply, on the caller's thread: the owner saves the design.
   std::function<void(const Config&)> onConfigChange;
 
   // The one way to change the design: stores it, has it drawn, then tells
   // onConfigChange. Main thread; returns without waiting for the drawing.
   void apply(Config next) {
-    config = std::move(next);
+    config_ = std::move(next);
     requestDrawing();
-    if (onConfigChange) onConfigChange(config.get());
+    if (onConfigChange) onConfigChange(config_.get());
   }
 
   void start(StartDone done) override {
@@ -52,7 +56,9 @@ class GeneratedStill : public BaseSource {
   // The first picture is published before the constructor returns, so a
   // layer added at once is fitted to it.
   GeneratedStill(std::string id, std::string displayName, Config design, std::string queueName)
-      : BaseSource(std::move(id), std::move(displayName), SourceKind::still), config(std::move(design)), queue_(std::move(queueName)) {
+      : BaseSource(std::move(id), std::move(displayName), SourceKind::still),
+        config_(std::move(design)),
+        queue_(std::move(queueName)) {
     requestDrawing();
     queue_.drain();
   }
@@ -60,7 +66,7 @@ class GeneratedStill : public BaseSource {
  private:
   void requestDrawing() {
     const std::uint64_t request = ++requested_;
-    queue_.post([this, request, design = config.get()] {
+    queue_.post([this, request, design = config_.get()] {
       // Edits that come faster than drawings (a slider, typing) draw only the newest design.
       if (request != requested_.load(std::memory_order_relaxed)) return;
       if (PixelBufferRef picture = painter_.draw(design)) {
