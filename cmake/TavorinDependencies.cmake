@@ -15,6 +15,8 @@ endif()
 pkg_check_modules(EPOXY REQUIRED IMPORTED_TARGET epoxy)
 pkg_check_modules(EGL REQUIRED IMPORTED_TARGET egl)
 pkg_check_modules(CAIRO REQUIRED IMPORTED_TARGET cairo)
+# Titles: Pango lays text out over fontconfig and HarfBuzz, Cairo draws it.
+pkg_check_modules(PANGOCAIRO REQUIRED IMPORTED_TARGET pangocairo)
 pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil libswscale)
 pkg_check_modules(SWRESAMPLE REQUIRED IMPORTED_TARGET libswresample libavutil)
 pkg_check_modules(SWSCALE REQUIRED IMPORTED_TARGET libswscale libavutil)

@@ -354,7 +354,11 @@ void AppModel::restoreSources() {
   for (const auto& entry : entries) {
     if (sourceLifecycle.find(entry.id)) continue;
     // A source that can't be built now stays stored and returns when what it needs does.
-    if (auto source = sourceFactory.make(entry)) sourceLifecycle.addSource(std::move(source));
+    auto source = sourceFactory.make(entry);
+    if (!source) continue;
+    saveDesignChanges(*source);
+    if (entry.kind == SavedSource::Kind::text) nameAfterText(*source);
+    sourceLifecycle.addSource(std::move(source));
   }
 }
 

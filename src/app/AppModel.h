@@ -27,7 +27,9 @@
 #include "model/CanvasSize.h"
 #include "model/FrameRate.h"
 #include "model/MixerScene.h"
+#include "model/ShapeConfig.h"
 #include "model/SessionState.h"
+#include "model/TextConfig.h"
 #include "model/TransitionKind.h"
 #include "outputs/ProgramRecorder.h"
 #include "platform/media/SharedEncoders.h"
@@ -158,6 +160,14 @@ class AppModel {
   LoopingVideoSource* findClip(const std::string& id) const;
   // The black still ("still:black"), made and stored when missing; its id.
   std::string addBlackSource();
+  // Titles and shapes join the show and the store; the new source's id. A
+  // title starts with the default design, a shape filled with `color`.
+  std::string addTextSource();
+  std::string addShapeSource(ShapeType shape, RGBAColor color);
+  // A new design for a title or shape of the show (the panels, the deck, the
+  // remote): drawn, then saved. False when the id is no such source.
+  bool setTextConfig(const std::string& id, TextConfig config);
+  bool setShapeConfig(const std::string& id, ShapeConfig config);
   // The operator's name for a source, kept in mediaNames and the store; a blank name changes nothing.
   void renameSource(const std::string& id, const std::string& name);
   // The name the operator knows a source by: mediaNames, else the source's own, else the id.
@@ -267,6 +277,10 @@ class AppModel {
   void bindHardwareEncoding();
   // Rebuilds the stored sources that are not in the show yet, in stored order.
   void restoreSources();
+  // A title or shape saves every new design to the store under its id.
+  void saveDesignChanges(BaseSource& source);
+  // A restored title is known by the start of its text.
+  void nameAfterText(const BaseSource& source);
   void subscribeSelectionExclusivity();
   void restoreStudioMode();
   // Scene and transition changes tell the lifecycle to look again at what is in use.

@@ -1,9 +1,7 @@
 #include "model/SceneJson.h"
 
-#include <charconv>
-#include <cstdlib>
-
 #include "model/JsonDecoding.h"
+#include "model/JsonFloat.h"
 
 namespace tavorin {
 
@@ -14,13 +12,7 @@ namespace {
 
 json numberPair(double a, double b) { return json::array({a, b}); }
 
-// A 32-bit float written as the double of its shortest decimal form, so files
-// read 0.06 rather than 0.05999999865889549.
-json f32(float value) {
-  char buffer[32];
-  auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return std::strtod(std::string(buffer, result.ptr).c_str(), nullptr);
-}
+json f32(float value) { return jsonFloat32(value); }
 
 void decodePair(const json& j, double& a, double& b, const char* what) {
   if (!j.is_array() || j.size() != 2) fail(std::string(what) + " is not a pair of numbers");

@@ -2,9 +2,13 @@
 
 #include <utility>
 
+#include "model/ShapeConfigJson.h"
+#include "model/TextConfigJson.h"
 #include "platform/media/ImageDecoder.h"
+#include "sources/ShapeSource.h"
 #include "sources/StaticSource.h"
 #include "sources/SyncTestSource.h"
+#include "sources/TextSource.h"
 
 namespace tavorin {
 
@@ -23,12 +27,22 @@ std::shared_ptr<BaseSource> makeSyncTest(const SavedSource& saved) {
   return std::make_shared<SyncTestSource>(saved.id, saved.name);
 }
 
+std::shared_ptr<BaseSource> makeSavedText(const SavedSource& saved) {
+  return std::make_shared<TextSource>(saved.id, saved.name, textConfigOrDefaults(saved.textConfig));
+}
+
+std::shared_ptr<BaseSource> makeSavedShape(const SavedSource& saved) {
+  return std::make_shared<ShapeSource>(saved.id, saved.name, shapeConfigOrDefaults(saved.shapeConfig));
+}
+
 }  // namespace
 
 SourceFactory::SourceFactory() {
   registerKind(SavedSource::Kind::image, makeImageSource);
   registerKind(SavedSource::Kind::black, makeSavedBlack);
   registerKind(SavedSource::Kind::syncTest, makeSyncTest);
+  registerKind(SavedSource::Kind::text, makeSavedText);
+  registerKind(SavedSource::Kind::shape, makeSavedShape);
 }
 
 void SourceFactory::registerKind(SavedSource::Kind kind, Builder builder) { builders_[kind] = std::move(builder); }

@@ -10,7 +10,8 @@
 namespace tavorin {
 
 // Rebuilds sources from "sources.json" entries. Each kind of source registers
-// how it is made; images, the black still and the sync test are known from the start.
+// how it is made; images, the black still, titles, shapes and the sync test
+// are known from the start.
 class SourceFactory {
  public:
   // Null when what the entry needs (a file, a device…) is missing.

@@ -53,6 +53,14 @@ void SourcesStore::setOverlayConfig(const std::string& id, std::map<std::string,
   change(id, [&](SavedSource& s) { s.overlayConfig = std::move(config); });
 }
 
+void SourcesStore::setTextConfig(const std::string& id, Json config) {
+  change(id, [&](SavedSource& s) { s.textConfig = std::move(config); });
+}
+
+void SourcesStore::setShapeConfig(const std::string& id, Json config) {
+  change(id, [&](SavedSource& s) { s.shapeConfig = std::move(config); });
+}
+
 void SourcesStore::setTrim(const std::string& id, double start, std::optional<double> end) {
   change(id, [&](SavedSource& s) {
     s.trimStart = start > 0 ? std::optional<double>(start) : std::nullopt;

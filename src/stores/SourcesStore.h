@@ -27,6 +27,9 @@ class SourcesStore {
   // An empty name is ignored.
   void rename(const std::string& id, const std::string& name);
   void setOverlayConfig(const std::string& id, std::map<std::string, std::string> config);
+  // A title's or a shape's design, as its JSON.
+  void setTextConfig(const std::string& id, Json config);
+  void setShapeConfig(const std::string& id, Json config);
   // A start at or before 0 is stored as no start; an absent end clears it.
   void setTrim(const std::string& id, double start, std::optional<double> end);
   // Drops every entry with the id.
