@@ -16,6 +16,7 @@
 #include "ui/SourceListModel.h"
 #include "ui/StreamingBridge.h"
 #include "ui/StatusBridge.h"
+#include "ui/TitleBridge.h"
 #include "ui/SwitcherBridge.h"
 #include "ui/TransitionBuilderBridge.h"
 
@@ -51,6 +52,7 @@ class ShowWindow {
   TransitionBuilderBridge& builder() { return builder_; }
   CaptureBridge& capture() { return capture_; }
   ClipBridge& clips() { return clips_; }
+  TitleBridge& titles() { return titles_; }
   StatusBridge& status() { return status_; }
 
  private:
@@ -73,6 +75,7 @@ class ShowWindow {
   TransitionBuilderBridge builder_;
   CaptureBridge capture_;
   ClipBridge clips_;
+  TitleBridge titles_;
   StatusBridge status_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };

@@ -1,6 +1,8 @@
 #include "ui/SourceListModel.h"
 
 #include "app/AppModel.h"
+#include "sources/ShapeSource.h"
+#include "sources/TextSource.h"
 
 namespace tavorin {
 
@@ -49,7 +51,11 @@ QVariant SourceListModel::data(const QModelIndex& index, int role) const {
     case idRole: return QString::fromStdString(source.id());
     case Qt::DisplayRole:
     case nameRole: return QString::fromStdString(model_.displayName(source.id()));
-    case kindRole: return kindName(source.kind());
+    case kindRole:
+      // Titles and shapes are stills to the show; the operator knows them by what they are.
+      if (dynamic_cast<const TextSource*>(&source)) return "Title";
+      if (dynamic_cast<const ShapeSource*>(&source)) return "Shape";
+      return kindName(source.kind());
     case stateRole:
       if (model_.sourceLifecycle.startingIDs.contains(source.id())) return "starting";
       if (model_.isParked(source.id())) return "parked";

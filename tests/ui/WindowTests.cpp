@@ -455,6 +455,40 @@ TEST_F(Window, AClipIsAddedTrimmedAndItsRangeExportedFromItsEditor) {
   EXPECT_TRUE(pumpUntil([&] { return model().sources->size() == before + 1; }, 20)) << "the trimmed range is a clip of its own";
 }
 
+TEST_F(Window, ATitleIsTypedIntoItsEditorAndDrawnAsItIsTyped) {
+  TitleBridge& titles = window_->titles();
+  QTest::mouseClick(window_->window(), Qt::LeftButton, {}, centre(item("addSourceButton")));
+  QTest::mouseClick(window_->window(), Qt::LeftButton, {}, centre(item("addTitleItem")));
+  ASSERT_EQ(titles.kind(), "text") << "the new title is open in its editor";
+  const std::string id = titles.source().toStdString();
+  const FrameRef before = model().frameSlots.latestFrame(id);
+  ASSERT_TRUE(before);
+
+  QQuickItem* text = item("titleText");
+  ASSERT_TRUE(text);
+  text->setProperty("text", "Welcome");
+  const auto stored = [&] {
+    for (const SavedSource& saved : model().sourcesStore.saved.get()) {
+      if (saved.id == id && saved.textConfig) return saved.textConfig->value("text", "");
+    }
+    return std::string();
+  };
+  EXPECT_EQ(stored(), "Welcome") << "kept as it is typed";
+  EXPECT_TRUE(pumpUntil([&] { return model().frameSlots.latestFrame(id) != before; })) << "and drawn";
+  EXPECT_TRUE(titles.setColor("background.color1", QColor(255, 0, 0)));
+  EXPECT_TRUE(titles.set("fontSize", 80));
+  EXPECT_EQ(titles.design()["fontSize"].toDouble(), 80);
+  EXPECT_FALSE(titles.set("alignment", "diagonal")) << "a value the design cannot take";
+  EXPECT_FALSE(titles.set("nosuchfield", 1));
+  EXPECT_EQ(titles.design()["alignment"].toString(), "center");
+
+  titles.setSource(titles.addShape(5));
+  EXPECT_EQ(titles.kind(), "shape");
+  EXPECT_EQ(titles.design()["shape"].toString(), "star");
+  EXPECT_TRUE(titles.set("fill.style", "radial"));
+  EXPECT_EQ(titles.design()["fill"].toMap()["style"].toString(), "radial");
+}
+
 class FirstLaunch : public Window {
  protected:
   bool runsGuide() const override { return true; }

@@ -22,13 +22,15 @@ Rectangle {
                 objectName: "addSourceButton"
                 text: "+ Source"
                 ToolTip.visible: hovered
-                ToolTip.text: "Add a camera, a screen, a picture or the black still"
+                ToolTip.text: "Add a camera, a screen, a media file, a picture, a title or a shape"
                 onClicked: addMenu.popup()
                 Menu {
                     id: addMenu
                     MenuItem { objectName: "addCameraItem"; text: "Camera…"; onTriggered: captureDialog.openOn("camera") }
                     MenuItem { text: "Screen or window…"; onTriggered: captureDialog.openOn("display") }
                     MenuItem { text: "Media file…"; onTriggered: clipDialog.open() }
+                    MenuItem { objectName: "addTitleItem"; text: "Title"; onTriggered: titleEditor.edit(titles.addText()) }
+                    MenuItem { text: "Shape"; onTriggered: titleEditor.edit(titles.addShape(0)) }
                     MenuItem { text: "Picture file…"; onTriggered: fileDialog.open() }
                     MenuItem { text: "Black"; onTriggered: sources.addBlack() }
                 }
@@ -110,6 +112,12 @@ Rectangle {
                     MenuItem { text: "Rename…"; onTriggered: renameDialog.openFor(row.index, row.name) }
                     MenuItem { text: "Restart"; onTriggered: sources.restart(row.index) }
                     MenuItem {
+                        text: "Edit design…"
+                        enabled: titles.isTitle(row.sourceID)
+                        height: enabled ? implicitHeight : 0
+                        onTriggered: titleEditor.edit(row.sourceID)
+                    }
+                    MenuItem {
                         text: "Edit clip…"
                         enabled: clips.isClip(row.sourceID)
                         height: enabled ? implicitHeight : 0
@@ -153,6 +161,7 @@ Rectangle {
     }
     AddCaptureDialog { id: captureDialog; theme: root.theme }
     ClipEditor { id: clipEditor; theme: root.theme }
+    TitleEditor { id: titleEditor; theme: root.theme }
     FileDialog {
         id: clipDialog
         title: "Add a media file"
