@@ -29,6 +29,7 @@ GridLayout {
             Button {
                 required property string modelData
                 implicitWidth: 56
+                implicitHeight: 28
                 background: Rectangle { color: root.colourOf(root.fill[modelData]); border.color: theme.line; radius: 3 }
                 onClicked: { picker.key = modelData; picker.selectedColor = root.colourOf(root.fill[modelData]); picker.open() }
             }

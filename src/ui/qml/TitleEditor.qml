@@ -54,6 +54,8 @@ Dialog {
                         Layout.fillWidth: true
                         Layout.preferredHeight: 70
                         wrapMode: TextEdit.Wrap
+                        color: theme.text
+                        background: Rectangle { color: theme.raised; border.color: theme.line; radius: 3 }
                         text: root.design.text || ""
                         // Drawn as it is typed; the design's echo of the same text changes nothing here.
                         onTextChanged: if (text !== (root.design.text || "")) titles.set("text", text)
@@ -80,6 +82,7 @@ Dialog {
                     RowLayout {
                         Button {
                             implicitWidth: 56
+                            implicitHeight: 28
                             background: Rectangle { color: root.colourOf(root.design.color); border.color: theme.line; radius: 3 }
                             onClicked: { textColour.selectedColor = root.colourOf(root.design.color); textColour.open() }
                         }
@@ -87,6 +90,7 @@ Dialog {
                             model: ["left", "center", "right"]
                             Button {
                                 required property string modelData
+                                implicitWidth: 64
                                 text: modelData === "left" ? "Left" : modelData === "center" ? "Centre" : "Right"
                                 checkable: true
                                 checked: root.design.alignment === modelData
