@@ -9,11 +9,11 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <regex>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "FFmpegBaseline.h"
 #include "platform/media/CameraFrameConverter.h"
 #include "platform/media/FFmpegPointers.h"
 
@@ -31,23 +31,13 @@ double threadCPUSeconds() {
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-std::string run(const std::string& command) {
-  std::string output;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (!pipe) throw std::runtime_error("cannot run " + command);
-  char chunk[4096];
-  while (std::size_t n = fread(chunk, 1, sizeof chunk, pipe)) output.append(chunk, n);
-  if (pclose(pipe) != 0) throw std::runtime_error(command + " failed:\n" + output);
-  return output;
-}
-
 // The stream, written once per run into a folder of its own, and its JPEGs in memory.
 struct Stream {
   Stream() {
     folder = fs::temp_directory_path() / ("tavorin-camera-bench-" + std::to_string(getpid()));
     fs::create_directories(folder);
     file = folder / "camera.mjpeg";
-    run("ffmpeg -v error -nostdin -y -f lavfi -i testsrc2=size=1920x1080:rate=30 -frames:v " +
+    bench::runCommand("ffmpeg -v error -nostdin -y -f lavfi -i testsrc2=size=1920x1080:rate=30 -frames:v " +
         std::to_string(kFrames) + " -c:v mjpeg -q:v 5 -f mjpeg " + file.string() + " 2>&1");
     AVFormatContext* opened = nullptr;
     if (avformat_open_input(&opened, file.c_str(), nullptr, nullptr) < 0) throw std::runtime_error("cannot read it");
@@ -62,13 +52,7 @@ struct Stream {
 
   // ffmpeg's user seconds per frame to decode the file.
   double ffmpegSecondsPerFrame() const {
-    const std::string output =
-        run("ffmpeg -nostdin -benchmark -i " + file.string() + " -f null - 2>&1");
-    std::smatch match;
-    if (!std::regex_search(output, match, std::regex(R"(utime=([0-9.]+)s)"))) {
-      throw std::runtime_error("no utime in ffmpeg's output:\n" + output);
-    }
-    return std::stod(match[1]) / static_cast<double>(jpegs.size());
+    return bench::ffmpegDecodeSeconds(file) / static_cast<double>(jpegs.size());
   }
 
   fs::path folder;

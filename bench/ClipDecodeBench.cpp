@@ -14,13 +14,13 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <regex>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "FFmpegBaseline.h"
 #include "platform/media/ClipDecoder.h"
 #include "sources/LoopingVideoSource.h"
 
@@ -37,35 +37,18 @@ double userCPUSeconds() {
   return static_cast<double>(usage.ru_utime.tv_sec) + usage.ru_utime.tv_usec * 1e-6;
 }
 
-std::string run(const std::string& command) {
-  std::string output;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (!pipe) throw std::runtime_error("cannot run " + command);
-  char chunk[4096];
-  while (std::size_t n = fread(chunk, 1, sizeof chunk, pipe)) output.append(chunk, n);
-  if (pclose(pipe) != 0) throw std::runtime_error(command + " failed:\n" + output);
-  return output;
-}
-
 struct Clip {
   Clip() {
     folder = fs::temp_directory_path() / ("tavorin-clip-bench-" + std::to_string(getpid()));
     fs::create_directories(folder);
     file = folder / "clip.mp4";
-    run("ffmpeg -v error -nostdin -y -f lavfi -i testsrc2=size=1920x1080:rate=30:duration=" +
+    bench::runCommand("ffmpeg -v error -nostdin -y -f lavfi -i testsrc2=size=1920x1080:rate=30:duration=" +
         std::to_string(static_cast<int>(kSeconds)) + " -c:v libx264 -preset veryfast -g 30 -pix_fmt yuv420p " +
         file.string() + " 2>&1");
   }
   ~Clip() { fs::remove_all(folder); }
 
-  double ffmpegSecondsPerSecond() const {
-    const std::string output = run("ffmpeg -nostdin -benchmark -i " + file.string() + " -f null - 2>&1");
-    std::smatch match;
-    if (!std::regex_search(output, match, std::regex(R"(utime=([0-9.]+)s)"))) {
-      throw std::runtime_error("no utime in ffmpeg's output:\n" + output);
-    }
-    return std::stod(match[1]) / kSeconds;
-  }
+  double ffmpegSecondsPerSecond() const { return bench::ffmpegDecodeSeconds(file) / kSeconds; }
 
   fs::path folder;
   fs::path file;
