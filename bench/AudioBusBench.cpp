@@ -10,6 +10,7 @@
 #include <memory>
 #include <vector>
 
+#include "ProcessCPU.h"
 #include "audio/AudioBus.h"
 #include "audio/AudioLiveFeed.h"
 
@@ -17,12 +18,6 @@ namespace tavorin {
 namespace {
 
 constexpr std::uint32_t kBlock = 480;  // 10 ms at 48 kHz
-
-double threadCPUSeconds() {
-  timespec ts{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
-}
 
 PcmBuffer noise(std::uint32_t frames) {
   PcmBuffer buffer = PcmBuffer::make(2, frames);

@@ -13,6 +13,7 @@
 #include <ctime>
 #include <vector>
 
+#include "ProcessCPU.h"
 #include "audio/dsp/FilterChain.h"
 
 namespace tavorin {
@@ -20,14 +21,6 @@ namespace {
 
 constexpr std::uint32_t kBlock = 480;
 constexpr double kRate = 48000;
-
-// The thread CPU clock is a system call here (about a microsecond), so it is
-// read around runs of many blocks, never around one.
-double threadCPUSeconds() {
-  timespec ts{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
-}
 
 // One second of noise per channel with peaks at -6 dBFS, so that the default
 // compressor works on every sample and the gate stays open; copied block by

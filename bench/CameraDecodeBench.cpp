@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "FFmpegBaseline.h"
+#include "ProcessCPU.h"
 #include "platform/media/CameraFrameConverter.h"
 #include "platform/media/FFmpegPointers.h"
 
@@ -23,13 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kFrames = 300;
-
-double threadCPUSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_THREAD, &usage);
-  auto seconds = [](const timeval& tv) { return static_cast<double>(tv.tv_sec) + tv.tv_usec * 1e-6; };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
 
 // The stream, written once per run into a folder of its own, and its JPEGs in memory.
 struct Stream {

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "FFmpegBaseline.h"
+#include "ProcessCPU.h"
 #include "platform/media/ClipDecoder.h"
 #include "sources/LoopingVideoSource.h"
 
@@ -30,12 +31,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr double kSeconds = 10;
-
-double userCPUSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return static_cast<double>(usage.ru_utime.tv_sec) + usage.ru_utime.tv_usec * 1e-6;
-}
 
 struct Clip {
   Clip() {
@@ -75,9 +70,9 @@ void BM_ClipDecode1080p(benchmark::State& state) {
     }
     ClipPicture picture;
     ClipSound sound;
-    const double began = userCPUSeconds();
+    const double began = processUserSeconds();
     while (decoder->next(picture, sound) != ClipDecoder::Step::end) picture.buffer.reset();
-    cpuSeconds += userCPUSeconds() - began;
+    cpuSeconds += processUserSeconds() - began;
     played += kSeconds;
   }
   const double ours = cpuSeconds / played;

@@ -19,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "ProcessCPU.h"
 #include "platform/x11/ImageView.h"
 #include "platform/x11/X11ScreenBackend.h"
 
@@ -26,12 +27,6 @@ namespace tavorin {
 namespace {
 
 constexpr int kWidth = 1920, kHeight = 1080;
-
-double threadCPUSeconds() {
-  timespec ts{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
-}
 
 // A private Xvfb; $DISPLAY points at it while it lives.
 class BenchXServer {
