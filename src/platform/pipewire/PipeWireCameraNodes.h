@@ -1,8 +1,6 @@
 #pragma once
 
-#include <spa/utils/hook.h>
-
-#include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -10,9 +8,9 @@
 #include <vector>
 
 #include "platform/pipewire/PipeWireLoop.h"
+#include "platform/pipewire/PipeWireRegistryWatch.h"
 #include "platform/pipewire/VideoNodeInfo.h"
 
-struct pw_registry;
 struct spa_dict;
 
 namespace tavorin {
@@ -30,27 +28,17 @@ class PipeWireCameraNodes {
   std::vector<VideoNodeInfo> nodes() const;
   std::optional<VideoNodeInfo> nodeNamed(const std::string& name) const;
   // Waits until everything that existed at construction was announced. Not from the loop thread.
-  bool waitUntilSynced(double timeoutSeconds = 5.0);
+  bool waitUntilSynced(double timeoutSeconds = 5.0) { return watch_.waitUntilSynced(timeoutSeconds); }
 
  private:
-  static void onGlobal(void* data, uint32_t id, uint32_t permissions, const char* type, uint32_t version,
-                       const spa_dict* props);
-  static void onGlobalRemove(void* data, uint32_t id);
-  static void onCoreDone(void* data, uint32_t id, int seq);
+  void added(std::uint32_t id, const char* type, const spa_dict& props);
+  void removed(std::uint32_t id);
 
-  PipeWireLoop& loop_;
   std::function<void()> onChange_;
-
-  // Loop thread only (or under the loop lock).
-  pw_registry* registry_ = nullptr;
-  spa_hook registryListener_{};
-  spa_hook coreListener_{};
-  int pendingSeq_ = -1;
-
   mutable std::mutex mutex_;
-  std::condition_variable syncedChanged_;
-  bool synced_ = false;
   std::vector<VideoNodeInfo> nodes_;
+  // Last: its callbacks use the fields above.
+  PipeWireRegistryWatch watch_;
 };
 
 }  // namespace tavorin

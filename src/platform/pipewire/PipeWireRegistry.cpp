@@ -5,7 +5,6 @@
 #include <spa/utils/json.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 
 namespace tavorin {
@@ -47,37 +46,16 @@ std::optional<std::string> nameInDefaultValue(const char* value) {
 }  // namespace
 
 PipeWireRegistry::PipeWireRegistry(PipeWireLoop& loop, std::function<void()> onChange)
-    : loop_(loop), onChange_(std::move(onChange)) {
-  static const pw_registry_events registryEvents = [] {
-    pw_registry_events e{};
-    e.version = PW_VERSION_REGISTRY_EVENTS;
-    e.global = &PipeWireRegistry::onGlobal;
-    e.global_remove = &PipeWireRegistry::onGlobalRemove;
-    return e;
-  }();
-  static const pw_core_events coreEvents = [] {
-    pw_core_events e{};
-    e.version = PW_VERSION_CORE_EVENTS;
-    e.done = &PipeWireRegistry::onCoreDone;
-    return e;
-  }();
-  loop_.locked([&] {
-    registry_ = pw_core_get_registry(loop_.core(), PW_VERSION_REGISTRY, 0);
-    if (!registry_) return;
-    pw_core_add_listener(loop_.core(), &coreListener_, &coreEvents, this);
-    pw_registry_add_listener(registry_, &registryListener_, &registryEvents, this);
-    pendingSeq_ = pw_core_sync(loop_.core(), PW_ID_CORE, 0);
-  });
-  if (!registry_) throw PipeWireFailure("PipeWire refused a registry");
-}
+    : loop_(loop),
+      onChange_(std::move(onChange)),
+      watch_(
+          loop, [this](std::uint32_t id, const char* type, const spa_dict& props) { added(id, type, props); },
+          [this](std::uint32_t id) { removed(id); }) {}
 
 PipeWireRegistry::~PipeWireRegistry() {
-  loop_.locked([&] {
-    dropMetadata();
-    spa_hook_remove(&registryListener_);
-    spa_hook_remove(&coreListener_);
-    pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry_));
-  });
+  // No registry event may bind the metadata again once it is dropped.
+  watch_.stop();
+  loop_.locked([&] { dropMetadata(); });
 }
 
 std::vector<AudioNodeInfo> PipeWireRegistry::nodes() const {
@@ -102,73 +80,54 @@ std::optional<std::string> PipeWireRegistry::defaultSourceName() const {
   return defaultSource_;
 }
 
-bool PipeWireRegistry::waitUntilSynced(double timeoutSeconds) {
-  std::unique_lock lock(mutex_);
-  return syncedChanged_.wait_for(lock, std::chrono::duration<double>(timeoutSeconds), [&] { return synced_; });
-}
-
-void PipeWireRegistry::onGlobal(void* data, uint32_t id, uint32_t /*permissions*/, const char* type,
-                                uint32_t /*version*/, const spa_dict* props) {
-  auto* self = static_cast<PipeWireRegistry*>(data);
-  if (!type || !props) return;
+void PipeWireRegistry::added(std::uint32_t id, const char* type, const spa_dict& props) {
   if (std::strcmp(type, PW_TYPE_INTERFACE_Metadata) == 0) {
-    const char* name = spa_dict_lookup(props, PW_KEY_METADATA_NAME);
-    if (name && std::strcmp(name, "default") == 0) self->bindDefaultMetadata(id, type);
+    const char* name = spa_dict_lookup(&props, PW_KEY_METADATA_NAME);
+    if (name && std::strcmp(name, "default") == 0) bindDefaultMetadata(id, type);
     return;
   }
   if (std::strcmp(type, PW_TYPE_INTERFACE_Node) != 0) return;
-  const char* mediaClass = spa_dict_lookup(props, PW_KEY_MEDIA_CLASS);
-  const char* name = spa_dict_lookup(props, PW_KEY_NODE_NAME);
+  const char* mediaClass = spa_dict_lookup(&props, PW_KEY_MEDIA_CLASS);
+  const char* name = spa_dict_lookup(&props, PW_KEY_NODE_NAME);
   if (!isAudioDeviceClass(mediaClass) || !name) return;
 
   AudioNodeInfo node;
   node.id = id;
   node.name = name;
   node.mediaClass = mediaClass;
-  const char* description = spa_dict_lookup(props, PW_KEY_NODE_DESCRIPTION);
-  if (!description || !*description) description = spa_dict_lookup(props, PW_KEY_NODE_NICK);
+  const char* description = spa_dict_lookup(&props, PW_KEY_NODE_DESCRIPTION);
+  if (!description || !*description) description = spa_dict_lookup(&props, PW_KEY_NODE_NICK);
   node.description = description && *description ? description : name;
   {
-    std::lock_guard lock(self->mutex_);
-    self->nodes_.push_back(std::move(node));
+    std::lock_guard lock(mutex_);
+    nodes_.push_back(std::move(node));
   }
-  self->notify();
+  notify();
 }
 
-void PipeWireRegistry::onGlobalRemove(void* data, uint32_t id) {
-  auto* self = static_cast<PipeWireRegistry*>(data);
-  if (self->metadata_ && id == self->metadataId_) {
-    self->dropMetadata();
+void PipeWireRegistry::removed(std::uint32_t id) {
+  if (metadata_ && id == metadataId_) {
+    dropMetadata();
     bool hadDefaults = false;
     {
-      std::lock_guard lock(self->mutex_);
-      hadDefaults = self->defaultSink_ || self->defaultSource_;
-      self->defaultSink_.reset();
-      self->defaultSource_.reset();
+      std::lock_guard lock(mutex_);
+      hadDefaults = defaultSink_ || defaultSource_;
+      defaultSink_.reset();
+      defaultSource_.reset();
     }
-    if (hadDefaults) self->notify();
+    if (hadDefaults) notify();
     return;
   }
-  bool removed = false;
+  bool erased = false;
   {
-    std::lock_guard lock(self->mutex_);
-    auto it = std::find_if(self->nodes_.begin(), self->nodes_.end(), [&](const AudioNodeInfo& n) { return n.id == id; });
-    if (it != self->nodes_.end()) {
-      self->nodes_.erase(it);
-      removed = true;
+    std::lock_guard lock(mutex_);
+    auto it = std::find_if(nodes_.begin(), nodes_.end(), [&](const AudioNodeInfo& n) { return n.id == id; });
+    if (it != nodes_.end()) {
+      nodes_.erase(it);
+      erased = true;
     }
   }
-  if (removed) self->notify();
-}
-
-void PipeWireRegistry::onCoreDone(void* data, uint32_t id, int seq) {
-  auto* self = static_cast<PipeWireRegistry*>(data);
-  if (id != PW_ID_CORE || seq != self->pendingSeq_) return;
-  {
-    std::lock_guard lock(self->mutex_);
-    self->synced_ = true;
-  }
-  self->syncedChanged_.notify_all();
+  if (erased) notify();
 }
 
 int PipeWireRegistry::onMetadataProperty(void* data, uint32_t subject, const char* key, const char* /*type*/,
@@ -205,12 +164,12 @@ void PipeWireRegistry::bindDefaultMetadata(uint32_t id, const char* type) {
     return e;
   }();
   dropMetadata();
-  metadata_ = static_cast<pw_metadata*>(pw_registry_bind(registry_, id, type, PW_VERSION_METADATA, 0));
+  metadata_ = static_cast<pw_metadata*>(pw_registry_bind(watch_.registry(), id, type, PW_VERSION_METADATA, 0));
   if (!metadata_) return;
   metadataId_ = id;
   pw_metadata_add_listener(metadata_, &metadataListener_, &metadataEvents, this);
   // The metadata's current entries arrive after the bind: sync again so waitUntilSynced covers them.
-  pendingSeq_ = pw_core_sync(loop_.core(), PW_ID_CORE, 0);
+  watch_.syncAgain();
 }
 
 void PipeWireRegistry::dropMetadata() {

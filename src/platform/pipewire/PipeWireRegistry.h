@@ -2,7 +2,6 @@
 
 #include <spa/utils/hook.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -12,9 +11,9 @@
 
 #include "platform/pipewire/AudioNodeInfo.h"
 #include "platform/pipewire/PipeWireLoop.h"
+#include "platform/pipewire/PipeWireRegistryWatch.h"
 
 struct pw_metadata;
-struct pw_registry;
 struct spa_dict;
 
 namespace tavorin {
@@ -38,13 +37,11 @@ class PipeWireRegistry {
 
   // Waits until the daemon has announced everything that existed at construction,
   // defaults included. False on time-out. Not from the loop thread.
-  bool waitUntilSynced(double timeoutSeconds = 5.0);
+  bool waitUntilSynced(double timeoutSeconds = 5.0) { return watch_.waitUntilSynced(timeoutSeconds); }
 
  private:
-  static void onGlobal(void* data, uint32_t id, uint32_t permissions, const char* type, uint32_t version,
-                       const spa_dict* props);
-  static void onGlobalRemove(void* data, uint32_t id);
-  static void onCoreDone(void* data, uint32_t id, int seq);
+  void added(std::uint32_t id, const char* type, const spa_dict& props);
+  void removed(std::uint32_t id);
   static int onMetadataProperty(void* data, uint32_t subject, const char* key, const char* type, const char* value);
   void bindDefaultMetadata(uint32_t id, const char* type);
   void dropMetadata();
@@ -54,20 +51,16 @@ class PipeWireRegistry {
   std::function<void()> onChange_;
 
   // Loop thread only (or under the loop lock).
-  pw_registry* registry_ = nullptr;
-  spa_hook registryListener_{};
-  spa_hook coreListener_{};
   pw_metadata* metadata_ = nullptr;
   uint32_t metadataId_ = 0;
   spa_hook metadataListener_{};
-  int pendingSeq_ = -1;
 
   mutable std::mutex mutex_;
-  std::condition_variable syncedChanged_;
-  bool synced_ = false;
   std::vector<AudioNodeInfo> nodes_;
   std::optional<std::string> defaultSink_;
   std::optional<std::string> defaultSource_;
+  // Last: its callbacks use the fields above.
+  PipeWireRegistryWatch watch_;
 };
 
 }  // namespace tavorin
