@@ -24,6 +24,9 @@ pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 pkg_check_modules(FFTW REQUIRED IMPORTED_TARGET fftw3f)
 pkg_check_modules(EBUR128 REQUIRED IMPORTED_TARGET libebur128)
 pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
+# The built-in sound effects are written as WAV; names sort by ICU's collation.
+pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-i18n icu-uc)
 # Screen capture on X11: shared-memory reads, damage, the cursor, window pixmaps, monitors.
 pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11 xext xdamage xfixes xcomposite xrandr)
 find_package(OpenSSL REQUIRED)
