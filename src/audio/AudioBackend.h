@@ -26,6 +26,26 @@ struct AudioInputDevice {
   friend bool operator==(const AudioInputDevice&, const AudioInputDevice&) = default;
 };
 
+// An application that plays sound now, by its Linux app id.
+struct AudioApplication {
+  std::string id;
+  std::string name;
+  friend bool operator==(const AudioApplication&, const AudioApplication&) = default;
+};
+
+// Whose sound an application capture hears. Tavorin itself is never heard.
+struct ApplicationAudioFilter {
+  // Set: this application only. Unset: every application but `excludedApps`.
+  std::optional<std::string> onlyApp;
+  std::vector<std::string> excludedApps;
+  friend bool operator==(const ApplicationAudioFilter&, const ApplicationAudioFilter&) = default;
+};
+
+// The node names of the three virtual devices other applications exchange sound with us through.
+inline constexpr const char* kVirtualMicUID = "TavorinAudio_UID";        // "Tavorin Mic": we play, they record
+inline constexpr const char* kVirtualSpeakerUID = "TavorinSpeaker_UID";  // "Tavorin Speaker": they play, we record
+inline constexpr const char* kVirtualSystemUID = "TavorinSystem_UID";    // "Tavorin System": the machine's default output
+
 // Fills `frames` frames of both channels; runs on the device's real-time thread.
 using AudioRender = std::function<void(float* left, float* right, std::uint32_t frames)>;
 // One captured block as the device delivers it, with its presentation time in
@@ -60,15 +80,41 @@ class AudioBackend {
   // 48 kHz stereo playback into `device`, pulling `render`.
   virtual std::unique_ptr<AudioPort> makeOutput(const AudioOutputDevice& device, const std::string& streamName,
                                                 AudioRender render) = 0;
-  // Capture from the input device `deviceID`, or with `machineOutput` from what
-  // the machine plays on its default output.
-  virtual std::unique_ptr<AudioPort> makeCapture(const std::string& deviceID, bool machineOutput,
-                                                 const std::string& streamName, AudioDeliver deliver) = 0;
+  // Capture from the input device `deviceID` (for our own virtual sinks, what is played into them).
+  virtual std::unique_ptr<AudioPort> makeCapture(const std::string& deviceID, const std::string& streamName,
+                                                 AudioDeliver deliver) = 0;
+
+  // Applications playing sound now, ourselves left out.
+  virtual std::vector<AudioApplication> audioApplications() const { return {}; }
+  // What applications play, as `filter` says, kept up to date as their streams come and go.
+  virtual std::unique_ptr<AudioPort> makeApplicationCapture(const ApplicationAudioFilter& /*filter*/,
+                                                            const std::string& /*streamName*/, AudioDeliver /*deliver*/) {
+    return nullptr;
+  }
+  // 48 kHz stereo playback into the virtual source `sourceUID`, which other
+  // applications record as a microphone; kept linked while both exist.
+  virtual std::unique_ptr<AudioPort> makeSourceFeed(const std::string& /*sourceUID*/, const std::string& /*streamName*/,
+                                                    AudioRender /*render*/) {
+    return nullptr;
+  }
+
+  // The three virtual devices: all present, made (replacing any), or taken away.
+  virtual bool virtualDevicesPresent() const { return false; }
+  virtual bool installVirtualDevices(std::string* error) { return unsupported(error); }
+  virtual bool uninstallVirtualDevices(std::string* error) { return unsupported(error); }
+  // Makes `uid` the machine's default output, the way the desktop's own sound settings do.
+  virtual bool setDefaultOutput(const std::string& /*uid*/, std::string* error) { return unsupported(error); }
 
   // Main thread: the device lists changed.
   std::function<void()> onDevicesChanged;
   // Main thread: a running port lost its device or its connection.
   std::function<void()> onStreamInterrupted;
+
+ private:
+  static bool unsupported(std::string* error) {
+    if (error) *error = "the audio service cannot do this";
+    return false;
+  }
 };
 
 }  // namespace tavorin

@@ -122,7 +122,17 @@ bool AudioMixerEngine::addDeviceChannel(const AudioInputDevice& device) {
     audioLog("AudioMixer addInput failed: " + error);
     return false;
   }
-  registerChannel(channel, ChannelInfo{.id = device.id, .name = device.name, .air = true, .icon = "mic"});
+  // Our own virtual sinks carry other applications' sound: a call's voices, the machine's output.
+  ChannelInfo info{.id = device.id, .name = device.name, .air = true, .icon = "mic"};
+  if (device.id == kVirtualSpeakerUID) {
+    info.air = false;
+    info.icon = "phone.bubble";
+  } else if (device.id == kVirtualSystemUID) {
+    info.name = "Computer Audio";
+    info.air = false;
+    info.icon = "macwindow";
+  }
+  registerChannel(channel, std::move(info));
   return true;
 }
 
@@ -140,10 +150,10 @@ std::shared_ptr<AudioTrackProcessor> AudioMixerEngine::addSourceChannel(const st
   return channel;
 }
 
-bool AudioMixerEngine::addSystemChannel(const std::string& id, const std::string& name) {
+bool AudioMixerEngine::addSystemChannel(const std::string& id, const std::string& name, ApplicationAudioFilter filter) {
   if (processors_.contains(id)) return true;
   if (!backend_) return false;
-  auto channel = std::make_shared<SystemAudioChannel>(*backend_, id, name, &log_);
+  auto channel = std::make_shared<SystemAudioChannel>(*backend_, id, name, std::move(filter), &log_);
   std::string error;
   if (!channel->open(&error)) {
     audioLog("AudioMixer addInput failed: " + error);
@@ -151,6 +161,10 @@ bool AudioMixerEngine::addSystemChannel(const std::string& id, const std::string
   }
   registerChannel(channel, ChannelInfo{.id = id, .name = name, .air = true, .icon = "speaker.wave.2"});
   return true;
+}
+
+void AudioMixerEngine::setSystemChannelFilter(const std::string& id, ApplicationAudioFilter filter) {
+  if (auto* channel = dynamic_cast<SystemAudioChannel*>(processor(id).get())) channel->setFilter(std::move(filter));
 }
 
 void AudioMixerEngine::removeChannel(const std::string& id) {
@@ -171,9 +185,9 @@ void AudioMixerEngine::removeChannel(const std::string& id) {
 
 void AudioMixerEngine::rebindInputs(const std::vector<AudioInputDevice>& devices) {
   for (auto& [id, processor] : processors_) {
+    // Applications' sound is never unplugged.
     auto* device = dynamic_cast<DeviceAudioChannel*>(processor.get());
-    // The machine's own output is never unplugged.
-    if (!device || dynamic_cast<SystemAudioChannel*>(device)) continue;
+    if (!device) continue;
     const bool present = std::any_of(devices.begin(), devices.end(), [&](const AudioInputDevice& d) { return d.id == id; });
     const bool offline = offlineChannels->contains(id);
     if (present && offline) {

@@ -83,8 +83,10 @@ class AudioMixerEngine {
   std::shared_ptr<AudioTrackProcessor> addSourceChannel(const std::string& id, const std::string& name,
                                                         const std::string& icon, bool afvDefault,
                                                         std::optional<std::string> videoSourceID);
-  // What the machine plays on its default output.
-  bool addSystemChannel(const std::string& id, const std::string& name);
+  // What applications play ("sysaudio": all but the excluded; "appaudio:" + id: one), never ourselves.
+  bool addSystemChannel(const std::string& id, const std::string& name, ApplicationAudioFilter filter);
+  // Hears anew with another filter; nothing for a channel that is not one of those.
+  void setSystemChannelFilter(const std::string& id, ApplicationAudioFilter filter);
   void removeChannel(const std::string& id);
   void rebindInputs(const std::vector<AudioInputDevice>& devices);
   void restoreInputs(const std::vector<std::string>& savedIDs, const std::vector<AudioInputDevice>& devices);

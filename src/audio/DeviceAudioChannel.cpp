@@ -2,19 +2,12 @@
 
 namespace tavorin {
 
-DeviceAudioChannel::DeviceAudioChannel(AudioBackend& backend, std::string channelID, std::string channelName,
-                                       bool machineOutput, AudioLog* log)
-    : AudioTrackProcessor(std::move(channelID), std::move(channelName), log),
-      backend_(backend),
-      machineOutput_(machineOutput) {}
+CapturedAudioChannel::~CapturedAudioChannel() { stop(); }
 
-DeviceAudioChannel::~DeviceAudioChannel() { stop(); }
-
-bool DeviceAudioChannel::open(std::string* error) {
+bool CapturedAudioChannel::open(std::string* error) {
   stop();
-  auto port = backend_.makeCapture(id, machineOutput_, "Tavorin " + name,
-                                   [this](const PcmFormat& format, const void* const* planes, std::uint32_t frames,
-                                          double pts) { ingest(format, planes, frames, pts); });
+  auto port = makePort(backend_, [this](const PcmFormat& format, const void* const* planes, std::uint32_t frames,
+                                        double pts) { ingest(format, planes, frames, pts); });
   std::string reason;
   if (!port || !port->start(&reason)) {
     if (error) *error = reason.empty() ? "the device cannot be opened" : reason;
@@ -24,10 +17,16 @@ bool DeviceAudioChannel::open(std::string* error) {
   return true;
 }
 
-void DeviceAudioChannel::stop() {
+void CapturedAudioChannel::stop() {
   if (!port_) return;
   port_->stop();
   port_.reset();
+}
+
+void SystemAudioChannel::setFilter(ApplicationAudioFilter filter) {
+  if (filter == filter_) return;
+  filter_ = std::move(filter);
+  if (capturing()) open(nullptr);
 }
 
 }  // namespace tavorin

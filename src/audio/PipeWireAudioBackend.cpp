@@ -94,9 +94,11 @@ class PipeWireAudioBackend final : public AudioBackend {
                                                                 std::move(render));
   }
 
-  std::unique_ptr<AudioPort> makeCapture(const std::string& deviceID, bool machineOutput,
-                                         const std::string& streamName, AudioDeliver deliver) override {
-    const std::string target = machineOutput ? registry_.defaultSinkName().value_or("") : deviceID;
+  std::unique_ptr<AudioPort> makeCapture(const std::string& deviceID, const std::string& streamName,
+                                         AudioDeliver deliver) override {
+    // A sink offered as an input (our own virtual sinks) is heard through its monitor.
+    const auto node = registry_.nodeNamed(deviceID);
+    const bool captureSink = node && node->mediaClass == "Audio/Sink";
     auto onBlock = [deliver = std::move(deliver)](const StreamFormat& format, const void* const* planes,
                                                   std::uint32_t frames, double captured) {
       const auto sampleFormat = pcmFormat(format.format);
@@ -105,8 +107,8 @@ class PipeWireAudioBackend final : public AudioBackend {
       if (std::fabs(captured - hostTimeNow()) > 1.0) captured = -1;
       deliver(PcmFormat{format.sampleRate, format.channels, *sampleFormat}, planes, frames, captured);
     };
-    return std::make_unique<StreamPort<PipeWireCaptureStream>>(queue_, notify_, loop_, streamName, target,
-                                                               machineOutput, std::move(onBlock));
+    return std::make_unique<StreamPort<PipeWireCaptureStream>>(queue_, notify_, loop_, streamName, deviceID,
+                                                               captureSink, std::move(onBlock));
   }
 
  private:
