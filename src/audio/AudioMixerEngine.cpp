@@ -6,6 +6,7 @@
 
 #include "audio/DeviceAudioChannel.h"
 #include "base/Text.h"
+#include "platform/media/AudioFileReader.h"
 
 namespace tavorin {
 
@@ -41,6 +42,10 @@ AudioMixerEngine::AudioMixerEngine(MainQueue& queue, MixerSettings settings, Aud
       if (!suppressingConfigChanges()) scheduleRebuild();
     };
   }
+  // Sound effects have a fader, routing and meter like any channel, and never go away.
+  registerChannel(std::make_shared<AudioTrackProcessor>(kSFXChannelID, "Sound FX", &log_, true),
+                  ChannelInfo{.id = kSFXChannelID, .name = "Sound FX", .level = 0.9f, .removable = false,
+                              .icon = "music.note"});
   meterTimer_ = queue_.every(kMeterInterval, [this] { meterTick(); });
 }
 
@@ -169,7 +174,7 @@ void AudioMixerEngine::setSystemChannelFilter(const std::string& id, Application
 
 void AudioMixerEngine::removeChannel(const std::string& id) {
   auto it = processors_.find(id);
-  if (it == processors_.end()) return;
+  if (it == processors_.end() || id == kSFXChannelID) return;
   std::shared_ptr<AudioTrackProcessor> gone = it->second;
   gone->stop();
   // The buses let go of its feeds before the processor goes.
@@ -229,6 +234,61 @@ void AudioMixerEngine::sortChannels() {
     }
     list = std::move(sorted);
   });
+}
+
+// Sound effects
+
+bool AudioMixerEngine::playSFX(const std::filesystem::path& file, float gain, double fadeIn, double fadeOut) {
+  auto sound = readAudioFile(file);
+  if (!sound || sound->frameLength == 0) return false;
+  if (gain != 1.0f || fadeIn > 0 || fadeOut > 0) {
+    const std::uint32_t n = sound->frameLength;
+    const auto inFrames = static_cast<std::uint32_t>(std::max(0.0, fadeIn) * sound->sampleRate);
+    const auto outFrames = static_cast<std::uint32_t>(std::max(0.0, fadeOut) * sound->sampleRate);
+    for (auto& plane : sound->planes) {
+      for (std::uint32_t i = 0; i < n; ++i) {
+        float g = gain;
+        if (i < inFrames) g = gain * static_cast<float>(i) / static_cast<float>(inFrames);
+        if (n - i <= outFrames) g *= static_cast<float>(n - i) / static_cast<float>(outFrames);
+        plane[i] *= g;
+      }
+    }
+  }
+  auto channel = processor(kSFXChannelID);
+  auto playing = channel ? channel->playClip(*sound) : nullptr;
+  if (!playing) return false;
+  sfxBuffer_ = std::move(playing);
+  sfxStartTime_ = queue_.now();
+  sfxPlaying = true;
+  return true;
+}
+
+void AudioMixerEngine::stopSFX() {
+  if (auto channel = processor(kSFXChannelID)) {
+    channel->stopClip();
+    channel->meterLevel.store(0);
+  }
+  sfxBuffer_.reset();
+  sfxPlaying = false;
+}
+
+void AudioMixerEngine::meterSFX() {
+  if (!sfxBuffer_) return;
+  auto channel = processor(kSFXChannelID);
+  const double position = std::trunc((queue_.now() - sfxStartTime_) * sfxBuffer_->sampleRate);
+  if (!channel || position < 0 || position >= sfxBuffer_->frameLength) {
+    sfxBuffer_.reset();
+    sfxPlaying = false;
+    return;
+  }
+  const auto from = static_cast<std::uint32_t>(position);
+  const std::uint32_t frames = std::min<std::uint32_t>(2048, sfxBuffer_->frameLength - from);
+  double sum = 0;
+  for (const auto& plane : sfxBuffer_->planes) {
+    for (std::uint32_t i = from; i < from + frames; ++i) sum += static_cast<double>(plane[i]) * plane[i];
+  }
+  const double rms = std::sqrt(sum / (static_cast<double>(frames) * static_cast<double>(sfxBuffer_->planes.size())));
+  channel->meterLevel.store(static_cast<float>(std::min(2 * rms, 1.0)));
 }
 
 // Routing
@@ -549,6 +609,7 @@ void AudioMixerEngine::rebindOutputs() {
 // Meters and health
 
 void AudioMixerEngine::meterTick() {
+  meterSFX();
   AudioMeters next;
   const AudioMeters& previous = meters.get();
   auto before = [](const std::map<std::string, float>& map, const std::string& id) {

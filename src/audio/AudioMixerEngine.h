@@ -38,6 +38,8 @@ class AudioMixerEngine {
   using AudioSink = std::function<void(const AudioBlockRef& block)>;
 
   static constexpr double kMeterInterval = 1.0 / 15;
+  // The permanent sound-effects channel.
+  static constexpr const char* kSFXChannelID = "__sfx";
   static constexpr const char* kHeadphonesID = MonitorBuses::kHeadphonesID;
 
   // `backend` may be null (no audio service): channels and routing still work
@@ -67,6 +69,8 @@ class AudioMixerEngine {
   Published<std::vector<AudioChannelHealth>> audioHealth;
   // Each channel's filter stages, in order; kept for channels that are away too.
   Published<std::map<std::string, std::vector<AudioFilterConfig>>> channelFilters;
+  // A sound effect is playing; falls when the meter tick sees its end, or on stopSFX.
+  Published<bool> sfxPlaying{false};
   Published<bool> recordAllAudio{false};
   Published<std::set<std::string>> recordAudioIDs;
 
@@ -91,6 +95,12 @@ class AudioMixerEngine {
   void rebindInputs(const std::vector<AudioInputDevice>& devices);
   void restoreInputs(const std::vector<std::string>& savedIDs, const std::vector<AudioInputDevice>& devices);
   std::shared_ptr<AudioTrackProcessor> processor(const std::string& id) const;
+
+  // Sound effects, through the "Sound FX" channel: the whole file read at once,
+  // scaled by `gain` with linear fades (seconds), replacing what played. A file
+  // that cannot be read plays nothing and says nothing. False then.
+  bool playSFX(const std::filesystem::path& file, float gain, double fadeIn, double fadeOut);
+  void stopSFX();
 
   // Routing.
   void setLevel(const std::string& id, float level);
@@ -201,6 +211,10 @@ class AudioMixerEngine {
   mutable std::mutex sinkLock_;
   LoudnessMeter loudnessMeter_{kCommonChannels, kCommonSampleRate};
   std::shared_ptr<const Sinks> sinks_ = std::make_shared<const Sinks>();
+  // The effect now playing, as the buses play it, and when it started on the media clock.
+  std::shared_ptr<const PcmBuffer> sfxBuffer_;
+  double sfxStartTime_ = 0;
+  void meterSFX();
   TimerHandle meterTimer_;
   TimerHandle rebuildTimer_;
 };

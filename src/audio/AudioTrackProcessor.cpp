@@ -23,8 +23,13 @@ const char* formatName(PcmSampleFormat format) {
 
 }  // namespace
 
-AudioTrackProcessor::AudioTrackProcessor(std::string channelID, std::string channelName, AudioLog* log)
-    : id(std::move(channelID)), name(std::move(channelName)), log_(log) {
+AudioTrackProcessor::AudioTrackProcessor(std::string channelID, std::string channelName, AudioLog* log,
+                                         bool clipChannel)
+    : id(std::move(channelID)),
+      name(std::move(channelName)),
+      isClipChannel(clipChannel),
+      log_(log),
+      programFeed_(std::make_shared<AudioLiveFeed>(clipChannel)) {
   filterChain.prepare(kCommonSampleRate, kCommonChannels);
 }
 
@@ -100,10 +105,38 @@ void AudioTrackProcessor::deliver(PcmBuffer& buffer, double captured) {
   for (const auto& [bus, feed] : monitorFeeds_) feed->ring.write(buffer, captured);
 }
 
+std::shared_ptr<const PcmBuffer> AudioTrackProcessor::playClip(const PcmBuffer& clip) {
+  if (!isClipChannel || clip.frameLength == 0 || clip.planes.empty()) return nullptr;
+  std::optional<PcmBuffer> converted;
+  if (clip.isCommonFormat()) {
+    converted = clip;
+  } else {
+    AudioConverter converter(PcmFormat{clip.sampleRate, clip.channelCount(), PcmSampleFormat::f32Planar});
+    converted = converter.convertWhole(clip);
+  }
+  if (!converted || converted->frameLength == 0) return nullptr;
+  // The whole clip goes through the filters now, in the blocks a live channel would have.
+  for (std::uint32_t at = 0; at < converted->frameLength; at += kProgramBlockFrames) {
+    const std::uint32_t n = std::min(kProgramBlockFrames, converted->frameLength - at);
+    float* planes[kCommonChannels] = {converted->planes[0].data() + at, converted->planes[1].data() + at};
+    filterChain.process(planes, kCommonChannels, n);
+  }
+  auto shared = std::make_shared<const PcmBuffer>(std::move(*converted));
+  programFeed_->clip->play(shared);
+  for (const auto& [bus, feed] : monitorFeeds()) feed->clip->play(shared);
+  return shared;
+}
+
+void AudioTrackProcessor::stopClip() {
+  if (!isClipChannel) return;
+  programFeed_->clip->stop();
+  for (const auto& [bus, feed] : monitorFeeds()) feed->clip->stop();
+}
+
 std::shared_ptr<AudioLiveFeed> AudioTrackProcessor::monitorFeed(const std::string& busID) {
   std::lock_guard guard(feedsLock_);
   auto& feed = monitorFeeds_[busID];
-  if (!feed) feed = std::make_shared<AudioLiveFeed>();
+  if (!feed) feed = std::make_shared<AudioLiveFeed>(isClipChannel);
   return feed;
 }
 

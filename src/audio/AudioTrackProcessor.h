@@ -27,13 +27,15 @@ class AudioTrackProcessor {
   using RecordTap = std::function<void(const PcmBuffer& buffer, double time)>;
   using Feeds = std::map<std::string, std::shared_ptr<AudioLiveFeed>>;
 
-  AudioTrackProcessor(std::string id, std::string name, AudioLog* log = nullptr);
+  // A clip channel plays whole clips through `playClip` rather than a live stream.
+  AudioTrackProcessor(std::string id, std::string name, AudioLog* log = nullptr, bool isClipChannel = false);
   virtual ~AudioTrackProcessor();
   AudioTrackProcessor(const AudioTrackProcessor&) = delete;
   AudioTrackProcessor& operator=(const AudioTrackProcessor&) = delete;
 
   const std::string id;
   const std::string name;
+  const bool isClipChannel;
 
   // Capture control; plain channels fed by a source have nothing to start.
   virtual void start() {}
@@ -48,6 +50,13 @@ class AudioTrackProcessor {
   // Capture thread: a block in the common format, stamped with when its
   // first frame was captured or made (negative: it arrived just now).
   void process(PcmBuffer& buffer, double captured = -1);
+
+  // Main thread, clip channels: brings `clip` to the common format, runs the
+  // channel's filters over it and starts it on every bus at once, stopping
+  // what played. Returns the clip as it plays; null when it cannot be converted.
+  std::shared_ptr<const PcmBuffer> playClip(const PcmBuffer& clip);
+  // Main thread, clip channels: silence on every bus.
+  void stopClip();
 
   const std::shared_ptr<AudioLiveFeed>& programFeed() const { return programFeed_; }
   // Main thread: the feed of a monitor bus, made on first use.
@@ -71,7 +80,7 @@ class AudioTrackProcessor {
   void deliver(PcmBuffer& buffer, double captured);
 
   AudioLog* log_;
-  std::shared_ptr<AudioLiveFeed> programFeed_ = std::make_shared<AudioLiveFeed>();
+  std::shared_ptr<AudioLiveFeed> programFeed_;
   mutable std::mutex feedsLock_;
   Feeds monitorFeeds_;
   std::atomic<std::shared_ptr<const RecordTap>> recordTap_;

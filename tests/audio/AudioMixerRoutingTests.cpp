@@ -9,6 +9,7 @@
 
 #include "audio/AudioMixerEngine.h"
 #include "platform/media/AudioConverter.h"
+#include "support/ChildProcess.h"
 #include "support/ManualMainQueue.h"
 #include "support/ProgramMixProbe.h"
 #include "support/TempDir.h"
@@ -39,6 +40,12 @@ class MixerRouting : public ::testing::Test {
     mixer->onSettingsChanged = [this](const MixerSettings& changed) { settings = changed; };
   }
   void feed(const std::string& id, float value) { mixer->processor(id)->ingest(constant(value)); }
+  ChannelInfo channel(const std::string& id) const {
+    for (const ChannelInfo& c : mixer->channels.get()) {
+      if (c.id == id) return c;
+    }
+    return {};
+  }
 
   testing::TempDir dir;
   testing::ManualMainQueue queue;
@@ -102,10 +109,10 @@ TEST_F(MixerRouting, AudioFollowsVideoOnlyForChannelsWithAVideoSource) {
   mixer->addSourceChannel("ndiaudio:cam", "Cam (NDI)", "network", true, "ndi:cam");
   mixer->addSourceChannel("mic", "Mic", "mic", true, std::nullopt);
   mixer->followProgram({"ndi:cam"});
-  EXPECT_TRUE(mixer->channels.get()[0].air);
+  EXPECT_TRUE(channel("ndiaudio:cam").air);
   mixer->followProgram({"image:bars"});
-  EXPECT_FALSE(mixer->channels.get()[0].air);
-  EXPECT_TRUE(mixer->channels.get()[1].air) << "afv without a video source changes nothing";
+  EXPECT_FALSE(channel("ndiaudio:cam").air);
+  EXPECT_TRUE(channel("mic").air) << "afv without a video source changes nothing";
   feed("ndiaudio:cam", 0.4f);
   feed("mic", 0.1f);
   EXPECT_NEAR(settled(mixer->programBus()), 0.1f, 1e-6);
@@ -133,7 +140,12 @@ TEST_F(MixerRouting, RoutingOrderAndMonitorsSurviveARestartButCuesDoNot) {
   reopen();
   mixer->addSourceChannel("a", "A", "mic", false, std::nullopt);
   mixer->addSourceChannel("b", "B", "mic", false, std::nullopt);
-  EXPECT_EQ(mixer->channels.get(), (std::vector<ChannelInfo>{{.id = "b", .name = "B", .icon = "mic"},
+  EXPECT_EQ(mixer->channels.get(), (std::vector<ChannelInfo>{{.id = AudioMixerEngine::kSFXChannelID,
+                                                              .name = "Sound FX",
+                                                              .level = 0.9f,
+                                                              .removable = false,
+                                                              .icon = "music.note"},
+                                                             {.id = "b", .name = "B", .icon = "mic"},
                                                              {.id = "a", .name = "Host", .level = 1.5f, .icon = "mic"}}));
   EXPECT_EQ(mixer->monitors.get(), kept);
 }
@@ -176,9 +188,47 @@ TEST_F(MixerRouting, MetersFollowTheFaderAndHealthCountsEachFeedsUnderruns) {
   std::vector<float> left(4096), right(4096);
   for (int i = 0; i < 3; ++i) mixer->programBus().render(left.data(), right.data(), 4096);
   for (int i = 0; i < 14; ++i) mixer->meterTick();
-  ASSERT_EQ(mixer->audioHealth->size(), 1u);
-  EXPECT_EQ(mixer->audioHealth.get()[0].underruns, 1);
-  EXPECT_EQ(mixer->audioHealth.get()[0].bufferMS, 8192 * 1000 / 48000) << "the monitor feed still holds all";
+  ASSERT_EQ(mixer->audioHealth->size(), 2u) << "the effects channel and a";
+  EXPECT_EQ(mixer->audioHealth.get()[1].underruns, 1);
+  EXPECT_EQ(mixer->audioHealth.get()[1].bufferMS, 8192 * 1000 / 48000) << "the monitor feed still holds all";
+}
+
+TEST_F(MixerRouting, SoundEffectsPlayOnEveryBusThroughTheirFaderUntilTheyEndOrStop) {
+  // A quarter second of 0.5 at 24 kHz mono: the channel brings it to 48 kHz stereo.
+  const auto file = dir / "half.wav";
+  ASSERT_EQ(testing::runProcess({testing::findProgram("ffmpeg", "ffmpeg"), "-v", "error", "-nostdin", "-y", "-f",
+                                 "lavfi", "-i", "aevalsrc=0.5:s=24000:d=0.25", "-ac", "1", file},
+                                dir / "ffmpeg.log"),
+            0);
+  AudioBus& monitor = *mixer->monitorBus(AudioMixerEngine::kHeadphonesID);
+  const struct {
+    float gain;
+    float heard;  // the file's 0.5, the call's gain, the fader's 0.9
+  } plays[] = {{1.0f, 0.45f}, {0.5f, 0.225f}};
+  for (const auto& play : plays) {
+    ASSERT_TRUE(mixer->playSFX(file, play.gain, 0, 0));
+    EXPECT_TRUE(mixer->sfxPlaying.get());
+    EXPECT_NEAR(settled(mixer->programBus()), play.heard, 2e-3);
+    EXPECT_NEAR(settled(monitor), play.heard, 2e-3);
+    mixer->meterTick();
+    EXPECT_GT(mixer->meters->inputs.at(AudioMixerEngine::kSFXChannelID), 0.5f) << "the meter reads the clip's position";
+  }
+  mixer->stopSFX();
+  EXPECT_FALSE(mixer->sfxPlaying.get());
+  EXPECT_NEAR(settled(mixer->programBus()), 0.0f, 1e-6);
+
+  ASSERT_TRUE(mixer->playSFX(file, 1.0f, 0.1, 0.1));
+  std::vector<float> left(12000), right(12000);
+  mixer->programBus().render(left.data(), right.data(), 12000);
+  EXPECT_NEAR(left[2400], 0.45f * 0.5f, 0.01f) << "halfway into the fade-in";
+  EXPECT_NEAR(left[7200], 0.45f, 0.01f);
+  queue.advance(0.3);
+  mixer->meterTick();
+  EXPECT_FALSE(mixer->sfxPlaying.get()) << "past the clip's end";
+
+  EXPECT_FALSE(mixer->playSFX(dir / "missing.wav", 1.0f, 0, 0));
+  mixer->removeChannel(AudioMixerEngine::kSFXChannelID);
+  EXPECT_EQ(channel(AudioMixerEngine::kSFXChannelID).name, "Sound FX") << "never removed";
 }
 
 TEST(AudioConverterTest, MonoAt44kBecomesStereoAt48kAtTheSameLevel) {

@@ -66,4 +66,20 @@ std::optional<PcmBuffer> AudioConverter::convert(const PcmBuffer& buffer) {
   return convert(planes.data(), buffer.frameLength);
 }
 
+std::optional<PcmBuffer> AudioConverter::convertWhole(const PcmBuffer& buffer) {
+  auto out = convert(buffer);
+  if (!out) return std::nullopt;
+  const int pending = swr_get_out_samples(swr_, 0);
+  if (pending <= 0) return out;
+  std::vector<float> left(static_cast<std::size_t>(pending)), right(static_cast<std::size_t>(pending));
+  std::uint8_t* tail[kCommonChannels] = {reinterpret_cast<std::uint8_t*>(left.data()),
+                                         reinterpret_cast<std::uint8_t*>(right.data())};
+  const int drained = swr_convert(swr_, tail, pending, nullptr, 0);
+  if (drained <= 0) return out;
+  out->planes[0].insert(out->planes[0].end(), left.begin(), left.begin() + drained);
+  out->planes[1].insert(out->planes[1].end(), right.begin(), right.begin() + drained);
+  out->frameLength += static_cast<std::uint32_t>(drained);
+  return out;
+}
+
 }  // namespace tavorin

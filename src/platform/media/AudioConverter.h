@@ -27,6 +27,8 @@ class AudioConverter {
   // Nothing when the block cannot be converted.
   std::optional<PcmBuffer> convert(const void* const* planes, std::uint32_t frames);
   std::optional<PcmBuffer> convert(const PcmBuffer& buffer);
+  // A whole clip: converted, then the resampler's held-back tail drained, so its end is not cut.
+  std::optional<PcmBuffer> convertWhole(const PcmBuffer& buffer);
 
  private:
   PcmFormat input_;
