@@ -56,6 +56,9 @@ AppModel::AppModel(AppEnvironment environment)
       recordingsFallback_(environment.recordingsFallback),
       mixerSettings_(preferences_),
       audioMixer(queue_, mixerSettings_.load(), environment.audioBackend, showFolder_.file("audio.log")),
+      audioDevices(queue_, environment.audioBackend, audioMixer, preferences_,
+                   [this](const std::string& line) { appendLog(line); }),
+      soundEffects(queue_, showFolder_, audioMixer, [this](const std::string& line) { appendLog(line); }),
       switcher(SwitcherEngine::Role::main, queue_),
       verticalSwitcher(SwitcherEngine::Role::vertical, queue_),
       studioSwitcher(SwitcherEngine::Role::studio, queue_),
@@ -220,7 +223,9 @@ void AppModel::refreshDevices() {
 
 void AppModel::refreshAudioDevices() {
   if (!audioBackend_) return;
-  audioMixer.restoreInputs(savedAudioInputIDs, audioBackend_->inputDevices());
+  audioDevices.refresh();
+  audioMixer.restoreInputs(savedAudioInputIDs, audioDevices.inputs.get());
+  audioDevices.restoreApplicationChannels(savedAudioInputIDs);
   if (!audioMixer.programOutput.get() && savedProgramOutputUID) {
     for (const AudioOutputDevice& device : audioBackend_->outputDevices()) {
       if (device.uid == *savedProgramOutputUID) audioMixer.setProgramOutput(device);
@@ -246,8 +251,9 @@ void AppModel::bindCustomTransitions() {
   auto lookup = [this](const Uuid& id) { return transitionStore.find(id); };
   switcher.customTransitionLookup = lookup;
   verticalSwitcher.customTransitionLookup = lookup;
-  // playTransitionSound stays unset: until the mixer has a sound-effects channel
-  // a transition plays without its sounds, and that is no error.
+  for (SwitcherEngine* s : {&switcher, &studioSwitcher}) {
+    s->playTransitionSound = [this](const TransitionSound& sound) { soundEffects.playTransitionSound(sound); };
+  }
   for (SwitcherEngine* s : {&switcher, &verticalSwitcher, &studioSwitcher}) {
     s->prepareTransitionSources = [this](const CustomTransition& custom) {
       for (const auto& track : custom.tracks) {

@@ -11,9 +11,11 @@
 
 #include "app/EncoderConsumers.h"
 #include "app/LayoutWriteBack.h"
+#include "app/AudioDevices.h"
 #include "app/CaptureDevices.h"
 #include "app/RecordingController.h"
 #include "app/ScreenshotWriter.h"
+#include "app/SoundEffects.h"
 #include "app/SessionKeeper.h"
 #include "app/StatsTicker.h"
 #include "app/StatusStats.h"
@@ -188,6 +190,10 @@ class AppModel {
   // Fields, in construction order.
   Published<std::vector<std::string>> log;
   AudioMixerEngine audioMixer;
+  // Device lists, virtual devices, the machine's sound and the application channels.
+  AudioDevices audioDevices;
+  // The sound-effects library and what fires its sounds.
+  SoundEffects soundEffects;
   SwitcherEngine switcher;
   SwitcherEngine verticalSwitcher;
   SwitcherEngine studioSwitcher;

@@ -36,8 +36,8 @@ struct AudioApplication {
 // Whose sound an application capture hears. Tavorin itself is never heard.
 struct ApplicationAudioFilter {
   // Set: this application only. Unset: every application but `excludedApps`.
-  std::optional<std::string> onlyApp;
-  std::vector<std::string> excludedApps;
+  std::optional<std::string> onlyApp{};
+  std::vector<std::string> excludedApps{};
   friend bool operator==(const ApplicationAudioFilter&, const ApplicationAudioFilter&) = default;
 };
 

@@ -35,6 +35,7 @@ AudioMixerEngine::AudioMixerEngine(MainQueue& queue, MixerSettings settings, Aud
     // A new device list is always news; a stream losing its device may be
     // the echo of a rebuild of our own.
     backend_->onDevicesChanged = [this] {
+      refreshMicFeed();
       rebindInputs(backend_->inputDevices());
       if (onDevicesChanged) onDevicesChanged();
     };
@@ -46,6 +47,7 @@ AudioMixerEngine::AudioMixerEngine(MainQueue& queue, MixerSettings settings, Aud
   registerChannel(std::make_shared<AudioTrackProcessor>(kSFXChannelID, "Sound FX", &log_, true),
                   ChannelInfo{.id = kSFXChannelID, .name = "Sound FX", .level = 0.9f, .removable = false,
                               .icon = "music.note"});
+  refreshMicFeed();
   meterTimer_ = queue_.every(kMeterInterval, [this] { meterTick(); });
 }
 
@@ -56,6 +58,7 @@ AudioMixerEngine::~AudioMixerEngine() {
   }
   // Devices stop pulling before the feeds and processors go, and the tap's
   // thread ends before the sinks it calls.
+  if (micPort_) micPort_->stop();
   programBus_.stop();
   programBus_.setTap(nullptr);
   monitorBuses_.stop();
@@ -89,6 +92,33 @@ void AudioMixerEngine::fanOut(const AudioBlockRef& block) {
   if (sinks->ndi) sinks->ndi(block);
   if (sinks->stream) sinks->stream(block);
   if (sinks->replay) sinks->replay(block);
+  if (micFeeding_.load(std::memory_order_acquire) && block->channelCount() >= 2) {
+    micFeed_.ring.write(block->plane(0), block->plane(1), block->frameCount(), block->hostTime());
+  }
+}
+
+void AudioMixerEngine::refreshMicFeed() {
+  const bool wanted = backend_ && backend_->virtualDevicesPresent();
+  if (wanted == (micPort_ != nullptr)) return;
+  if (!wanted) {
+    micFeeding_ = false;
+    micPort_->stop();
+    micPort_.reset();
+    audioLog("Program no longer feeds Tavorin Mic");
+    return;
+  }
+  auto port = backend_->makeSourceFeed(kVirtualMicUID, "Tavorin Mic Feed", [this](float* left, float* right,
+                                                                                 std::uint32_t frames) {
+    micFeed_.render(left, right, frames);
+  });
+  std::string error;
+  if (!port || !port->start(&error)) {
+    audioLog("AudioMixer mic feed failed: " + (error.empty() ? std::string("not available") : error));
+    return;
+  }
+  micPort_ = std::move(port);
+  micFeeding_ = true;
+  audioLog("Program feeds Tavorin Mic");
 }
 
 // Channels

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -155,6 +156,11 @@ class AudioMixerEngine {
   // What the operator reads about the mix, in plain words; main thread.
   std::function<void(const std::string&)> onLog;
 
+  // Program goes to "Tavorin Mic" while the virtual devices exist, for call
+  // applications to record; checked again on every device change.
+  void refreshMicFeed();
+  bool feedingMic() const { return micPort_ != nullptr; }
+
   // For tests and benchmarks: the buses as the devices pull them.
   AudioBus& programBus() { return programBus_; }
   AudioBus* monitorBus(const std::string& id) { return monitorBuses_.bus(id); }
@@ -215,6 +221,10 @@ class AudioMixerEngine {
   std::shared_ptr<const PcmBuffer> sfxBuffer_;
   double sfxStartTime_ = 0;
   void meterSFX();
+  // The Program mix on its way to "Tavorin Mic": written by the tap, read by the mic's stream.
+  AudioLiveFeed micFeed_;
+  std::atomic<bool> micFeeding_{false};
+  std::unique_ptr<AudioPort> micPort_;
   TimerHandle meterTimer_;
   TimerHandle rebuildTimer_;
 };
