@@ -199,7 +199,9 @@ void AppModel::bindAudioMixer() {
   auto channelIDs = std::make_shared<std::vector<std::string>>();
   subscriptions_.push_back(audioMixer.channels.subscribe([this, channelIDs](const std::vector<ChannelInfo>& list) {
     std::vector<std::string> ids;
-    for (const ChannelInfo& c : list) ids.push_back(c.id);
+    for (const ChannelInfo& c : list) {
+      if (c.id != AudioMixerEngine::kSFXChannelID) ids.push_back(c.id);  // always there, nothing to restore
+    }
     if (ids == *channelIDs) return;
     savedAudioInputIDs = inputIDsToKeep(savedAudioInputIDs, *channelIDs, ids);
     *channelIDs = std::move(ids);

@@ -151,13 +151,13 @@ TEST_F(AppModelTest, SelectingOnOneCanvasClearsTheOthers) {
 TEST_F(AppModelTest, TakesSwitchFollowingAudioAndMasterGainIsKept) {
   auto model = makeModel();
   model->audioMixer.addSourceChannel("ndiaudio:cam", "Cam (NDI)", "network", true, "ndi:cam");
-  EXPECT_FALSE(model->audioMixer.channels.get()[0].air) << "the camera is not on Program";
+  EXPECT_FALSE(model->audioMixer.channels.get().back().air) << "the camera is not on Program";
   const Uuid camera = model->editor.addLayer("ndi:cam");
   model->cut(model->switcher);
-  EXPECT_TRUE(model->audioMixer.channels.get()[0].air);
+  EXPECT_TRUE(model->audioMixer.channels.get().back().air);
   model->editor.removeLayer(camera);
   model->cut(model->switcher);
-  EXPECT_FALSE(model->audioMixer.channels.get()[0].air);
+  EXPECT_FALSE(model->audioMixer.channels.get().back().air);
 
   model->audioMixer.setProgramMasterGain(0.5f);
   model.reset();
