@@ -92,9 +92,6 @@ std::vector<float> readFloatWav(const std::filesystem::path& path, int& channels
 // ChildProcess and the environment with `environment_`.
 PrivatePipeWire::PrivatePipeWire() {
   const std::string dbus = findProgram("dbus-daemon", "dbus-daemon");
-  const std::string pipewire = findProgram("pipewire", "pipewire-bin");
-  const std::string wireplumber = findProgram("wireplumber", "wireplumber");
-  const std::string pulse = findProgram("pipewire-pulse", "pipewire-pulse");
   pwCli_ = findProgram("pw-cli", "pipewire-bin");
   pwLink_ = findProgram("pw-link", "pipewire-bin");
 
@@ -115,14 +112,19 @@ PrivatePipeWire::PrivatePipeWire() {
     if (!daemons_.back().second->running()) fail("dbus-daemon did not start:" + logTail(dir_ / "dbus-daemon.log"));
     pause(20);
   }
+  startSession();
+}
+
+void PrivatePipeWire::startSession() {
+  const auto runtime = dir_ / "runtime";
   // Clients that find no socket yet give up, so they start once pipewire answers.
-  auto& server = startDaemon(pipewire, {});
+  auto& server = startDaemon(findProgram("pipewire", "pipewire-bin"), {});
   for (int i = 0; i < 200 && !acceptsConnections(runtime / "pipewire-0"); ++i) {
     if (!server.running()) fail("pipewire exited during start-up:" + logTail(dir_ / "pipewire.log"));
     pause(20);
   }
-  startDaemon(wireplumber, {});
-  startDaemon(pulse, {});
+  startDaemon(findProgram("wireplumber", "wireplumber"), {});
+  startDaemon(findProgram("pipewire-pulse", "pipewire-pulse"), {});
   for (int i = 0; i < 200; ++i) {
     const auto clients = outputOf({pwCli_, "ls", "Client"}, dir_ / "pw-cli.log");
     if (clients && clients->find("\"WirePlumber\"") != std::string::npos) return;
@@ -132,6 +134,23 @@ PrivatePipeWire::PrivatePipeWire() {
     pause(50);
   }
   fail("WirePlumber did not connect to pipewire within 10 s:" + logTail(dir_ / "wireplumber.log"));
+}
+
+void PrivatePipeWire::restart() {
+  // The session bus stays; everything after it goes, newest first.
+  while (daemons_.size() > 1) {
+    daemons_.back().second->stop();
+    daemons_.pop_back();
+  }
+  startSession();
+}
+
+std::string PrivatePipeWire::toolOutput(const std::string& tool, const std::vector<std::string>& arguments) {
+  std::vector<std::string> argv{findProgram(tool, "pipewire-bin")};
+  argv.insert(argv.end(), arguments.begin(), arguments.end());
+  const auto output = outputOf(argv, dir_ / (tool + ".log"));
+  if (!output) fail(tool + " failed:" + logTail(dir_ / (tool + ".log")));
+  return *output;
 }
 
 PrivatePipeWire::~PrivatePipeWire() {
@@ -176,8 +195,8 @@ bool PrivatePipeWire::waitForNode(const std::string& name, bool present) {
   return false;
 }
 
-void PrivatePipeWire::addNode(const std::string& mediaClass, const std::string& name,
-                              const std::string& description) {
+void PrivatePipeWire::addNode(const std::string& mediaClass, const std::string& name, const std::string& description,
+                              const std::string& extraProperties) {
   if (!std::regex_match(name, std::regex("[A-Za-z0-9._-]+"))) {
     fail("node name '" + name + "' must be letters, digits, '.', '_' or '-'");
   }
@@ -185,12 +204,14 @@ void PrivatePipeWire::addNode(const std::string& mediaClass, const std::string& 
   std::string properties = "{ factory.name=support.null-audio-sink node.name=" + name + " media.class=" + mediaClass +
                            " object.linger=true audio.position=[FL FR]";
   if (!description.empty()) properties += " node.description=\"" + description + "\"";
+  if (!extraProperties.empty()) properties += " " + extraProperties;
   pwCli({"create-node", "adapter", properties + " }"}, "create " + name);
   if (!waitForNode(name, true)) fail("node " + name + " did not appear");
 }
 
-void PrivatePipeWire::addSink(const std::string& name, const std::string& description) {
-  addNode("Audio/Sink", name, description);
+void PrivatePipeWire::addSink(const std::string& name, const std::string& description,
+                              const std::string& extraProperties) {
+  addNode("Audio/Sink", name, description, extraProperties);
 }
 
 void PrivatePipeWire::addSource(const std::string& name, const std::string& description) {
@@ -239,16 +260,20 @@ void PrivatePipeWire::link(const std::string& from, const std::string& to) {
   fail("no FL/FR ports to link from " + from + " to " + to);
 }
 
-std::unique_ptr<TonePlayer> PrivatePipeWire::playTone(const std::string& nodeName, double frequency, double seconds,
-                                                      double amplitude) {
-  const int index = ++players_;
-  const auto wav = dir_ / ("tone-" + std::to_string(index) + ".wav");
+std::filesystem::path PrivatePipeWire::writeTone(int player, double frequency, double seconds, double amplitude) {
+  const auto wav = dir_ / ("tone-" + std::to_string(player) + ".wav");
   const auto code = runProcess({findProgram("sox", "sox"), "-n", "-r", "48000", "-c", "2", "-b", "32", "-e",
                                 "floating-point", wav.string(), "synth", std::to_string(seconds), "sine",
                                 std::to_string(frequency), "vol", std::to_string(amplitude)},
                                dir_ / "sox-errors", 20);
   if (code != 0) throw std::runtime_error("sox could not write a tone: " + trimmed(readFile(dir_ / "sox-errors")));
+  return wav;
+}
 
+std::unique_ptr<TonePlayer> PrivatePipeWire::playTone(const std::string& nodeName, double frequency, double seconds,
+                                                      double amplitude) {
+  const int index = ++players_;
+  const auto wav = writeTone(index, frequency, seconds, amplitude);
   // Linked by hand, the same way for sinks and virtual sources.
   const std::string playerName = "tavorin-test-tone-" + std::to_string(index);
   auto player = std::make_unique<ChildProcess>(
@@ -256,7 +281,25 @@ std::unique_ptr<TonePlayer> PrivatePipeWire::playTone(const std::string& nodeNam
                                "{ node.name=" + playerName + " node.autoconnect=false }", wav.string()},
       dir_ / (playerName + ".log"));
   link(playerName, nodeName);
-  return std::make_unique<TonePlayer>(std::move(player));
+  return std::make_unique<TonePlayer>(std::move(player), playerName);
+}
+
+std::unique_ptr<TonePlayer> PrivatePipeWire::playAsApplication(const std::string& properties, double frequency,
+                                                               double seconds, double amplitude) {
+  const int index = ++players_;
+  const auto wav = writeTone(index, frequency, seconds, amplitude);
+  const std::string playerName = "tavorin-test-app-" + std::to_string(index);
+  const std::string log = playerName + ".log";
+  auto player = std::make_unique<ChildProcess>(
+      std::vector<std::string>{findProgram("pw-play", "pipewire-bin"), "-P",
+                               "{ node.name=" + playerName + " " + properties + " }", wav.string()},
+      dir_ / log);
+  for (int i = 0; i < 100 && !nodeId(playerName); ++i) {
+    if (!player->running()) fail("pw-play exited:" + logTail(dir_ / log));
+    pause(50);
+  }
+  if (!nodeId(playerName)) fail("the stream of " + playerName + " did not appear:" + logTail(dir_ / log));
+  return std::make_unique<TonePlayer>(std::move(player), playerName);
 }
 
 std::vector<float> PrivatePipeWire::recordFrom(const std::string& nodeName, double seconds, bool captureSink) {

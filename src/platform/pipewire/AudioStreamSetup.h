@@ -13,6 +13,8 @@ struct AudioStreamSetup {
   std::string streamName;
   // Empty: the default device. Set: that node only, never another in its place.
   std::string targetNodeName;
+  // Set: the stream's own node.name, and it is left unlinked for the caller to link.
+  std::string unlinkedNodeName;
   pw_direction direction = PW_DIRECTION_OUTPUT;  // output: playback; input: capture
   pw_stream_flags flags = PW_STREAM_FLAG_NONE;
   const spa_pod* format = nullptr;  // the one EnumFormat offered

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <pipewire/pipewire.h>
+#include <spa/utils/result.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -48,7 +49,9 @@ PipeWireLoop::PipeWireLoop(int remoteFd) {
     if (remoteFd >= 0) close(remoteFd);
     throw PipeWireFailure("PipeWire is not running: cannot create a loop thread");
   }
-  context_ = pw_context_new(pw_thread_loop_get_loop(loop_), nullptr, 0);
+  // Named on every connection so that other clients, and our own filters, can tell our streams apart.
+  pw_properties* props = pw_properties_new(PW_KEY_APP_ID, applicationID, PW_KEY_APP_NAME, applicationID, nullptr);
+  context_ = pw_context_new(pw_thread_loop_get_loop(loop_), props, 0);
   if (!context_) {
     const std::string reason = std::strerror(errno);
     tearDown();
@@ -77,13 +80,7 @@ PipeWireLoop::PipeWireLoop(int remoteFd) {
       pw_core_add_listener(core_, &coreListener_, &events, this);
       connected_ = true;
       // A socket can exist without a daemon behind it: only an answer proves one is there.
-      handshakeSeq_ = pw_core_sync(core_, PW_ID_CORE, 0);
-      timespec deadline{};
-      pw_thread_loop_get_time(loop_, &deadline, handshakeTimeoutSeconds * SPA_NSEC_PER_SEC);
-      while (!handshakeDone_ && connected_) {
-        if (pw_thread_loop_timed_wait_full(loop_, &deadline) < 0) break;
-      }
-      if (!handshakeDone_) {
+      if (!awaitAnswer(pw_core_sync(core_, PW_ID_CORE, 0), handshakeTimeoutSeconds)) {
         failure = !handshakeError_.empty() ? handshakeError_
                                            : "no answer from " + socketDescription() + " within " +
                                                  std::to_string(handshakeTimeoutSeconds) + " s";
@@ -121,10 +118,29 @@ void PipeWireLoop::locked(const std::function<void()>& fn) {
   fn();
 }
 
+bool PipeWireLoop::roundTrip(double timeoutSeconds) {
+  LoopLock lock(loop_);
+  if (!connected_) return false;
+  return awaitAnswer(pw_core_sync(core_, PW_ID_CORE, 0), timeoutSeconds);
+}
+
+bool PipeWireLoop::awaitAnswer(int seq, double timeoutSeconds) {
+  // Answers come in the order of the questions, so a later one covers this one too.
+  auto answered = [&] {
+    return answeredSeq_ >= 0 && SPA_RESULT_ASYNC_SEQ(answeredSeq_) >= SPA_RESULT_ASYNC_SEQ(seq);
+  };
+  timespec deadline{};
+  pw_thread_loop_get_time(loop_, &deadline, static_cast<int64_t>(timeoutSeconds * SPA_NSEC_PER_SEC));
+  while (!answered() && connected_) {
+    if (pw_thread_loop_timed_wait_full(loop_, &deadline) < 0) break;
+  }
+  return answered();
+}
+
 void PipeWireLoop::onCoreDone(void* data, uint32_t id, int seq) {
   auto* self = static_cast<PipeWireLoop*>(data);
-  if (id != PW_ID_CORE || seq != self->handshakeSeq_) return;
-  self->handshakeDone_ = true;
+  if (id != PW_ID_CORE) return;
+  self->answeredSeq_ = seq;
   pw_thread_loop_signal(self->loop_, false);
 }
 
@@ -133,7 +149,7 @@ void PipeWireLoop::onCoreError(void* data, uint32_t id, int /*seq*/, int res, co
   // Errors about single objects go to their owners; EPIPE on the core means the daemon is gone.
   if (id != PW_ID_CORE || res != -EPIPE) return;
   self->connected_ = false;
-  if (!self->handshakeDone_) self->handshakeError_ = message ? message : std::strerror(-res);
+  if (self->answeredSeq_ < 0) self->handshakeError_ = message ? message : std::strerror(-res);
   pw_thread_loop_signal(self->loop_, false);
 }
 

@@ -87,6 +87,7 @@ bool PipeWirePlaybackStream::start(std::string* error) {
     AudioStreamSetup setup;
     setup.streamName = streamName_;
     setup.targetNodeName = targetNodeName_;
+    setup.unlinkedNodeName = unlinkedNodeName_;
     setup.direction = PW_DIRECTION_OUTPUT;
     setup.flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
                                                PW_STREAM_FLAG_RT_PROCESS);

@@ -31,6 +31,9 @@ class PipeWirePlaybackStream {
   PipeWirePlaybackStream(const PipeWirePlaybackStream&) = delete;
   PipeWirePlaybackStream& operator=(const PipeWirePlaybackStream&) = delete;
 
+  // Before start: the stream is not linked by the session manager but left
+  // under node.name `nodeName` for the caller to link (into a virtual source).
+  void leaveUnlinked(std::string nodeName) { unlinkedNodeName_ = std::move(nodeName); }
   // Connects; false with a message when PipeWire refuses the stream.
   bool start(std::string* error);
   // Disconnects; render is not called after it returns. Not from render itself.
@@ -48,6 +51,7 @@ class PipeWirePlaybackStream {
   const std::string targetNodeName_;
   const Render render_;
   const std::uint32_t quantumFrames_;
+  std::string unlinkedNodeName_;
 
   pw_stream* stream_ = nullptr;
   spa_hook streamListener_{};
