@@ -300,6 +300,8 @@ TEST_F(Window, AMaskDrawnOnPreviewCutsThePictureAndADraggedPinCornerReshapesIt) 
 
 TEST_F(Window, MixerStripsSetTheChannelsLevelAndAirAndTheRoutingIsStored) {
   model().audioMixer.addSourceChannel("tone:test", "Test tone", "waveform", false, std::nullopt);
+  // Before the permanent Sound FX strip, so that its controls are the first found.
+  model().audioMixer.moveChannel("tone:test", AudioMixerEngine::kSFXChannelID);
   QQuickItem* fader = item("fader");
   ASSERT_TRUE(fader);
   auto channel = [&] { return model().audioMixer.channels.get().front(); };
