@@ -139,17 +139,26 @@ void SFXStore::commit(std::vector<SFXItem> list) {
 }
 
 std::optional<SFXItem> SFXStore::importFile(const std::filesystem::path& source) {
+  auto item = copyIn(dir_, source);
+  if (item) addImported(*item);
+  return item;
+}
+
+std::optional<SFXItem> SFXStore::copyIn(const std::filesystem::path& dir, const std::filesystem::path& source) {
   const Uuid id = Uuid::make();
   const std::string extension = source.extension().string();
   SFXItem item{id, source.stem().string(),
                "user-" + id.toString() + "." + (extension.empty() ? "wav" : extension.substr(1)), false,
                SFXCategory::effect};
   std::error_code ec;
-  if (!std::filesystem::copy_file(source, fileURL(item), ec) || ec) return std::nullopt;
+  if (!std::filesystem::copy_file(source, dir / item.fileName, ec) || ec) return std::nullopt;
+  return item;
+}
+
+void SFXStore::addImported(const SFXItem& item) {
   std::vector<SFXItem> list = sounds.get();
   list.push_back(item);
   commit(std::move(list));
-  return item;
 }
 
 void SFXStore::rename(const Uuid& id, const std::string& name) {

@@ -49,6 +49,10 @@ class SFXStore {
   // Copies `source` into the library as a new sound named after the file;
   // nothing when the copy fails. Importing one file twice gives two sounds.
   std::optional<SFXItem> importFile(const std::filesystem::path& source);
+  // importFile in two steps, so that a big file is copied off the main thread:
+  // the copy into the library folder `dir`, on any thread, then the listing.
+  static std::optional<SFXItem> copyIn(const std::filesystem::path& dir, const std::filesystem::path& source);
+  void addImported(const SFXItem& item);
   // A name that is blank once trimmed is refused; any other is kept as typed.
   void rename(const Uuid& id, const std::string& name);
   // Built-in sounds stay. The file goes with the item; failing to delete it is ignored.

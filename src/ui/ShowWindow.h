@@ -3,6 +3,7 @@
 #include <QQmlApplicationEngine>
 #include <memory>
 
+#include "ui/AudioDevicesBridge.h"
 #include "ui/AudioFilterBridge.h"
 #include "ui/CaptureBridge.h"
 #include "ui/ClipBridge.h"
@@ -13,6 +14,7 @@
 #include "ui/RecordingBridge.h"
 #include "ui/SceneListModel.h"
 #include "ui/SettingsBridge.h"
+#include "ui/SoundEffectsBridge.h"
 #include "ui/SourceListModel.h"
 #include "ui/StreamingBridge.h"
 #include "ui/StatusBridge.h"
@@ -54,6 +56,8 @@ class ShowWindow {
   ClipBridge& clips() { return clips_; }
   TitleBridge& titles() { return titles_; }
   StatusBridge& status() { return status_; }
+  SoundEffectsBridge& soundEffects() { return soundEffects_; }
+  AudioDevicesBridge& audioDevices() { return audioDevices_; }
 
  private:
   // The window comes back where the operator left it (in the preferences).
@@ -77,6 +81,8 @@ class ShowWindow {
   ClipBridge clips_;
   TitleBridge titles_;
   StatusBridge status_;
+  SoundEffectsBridge soundEffects_;
+  AudioDevicesBridge audioDevices_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };
 

@@ -1,8 +1,10 @@
 #include "ui/TransitionBuilderBridge.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "app/AppModel.h"
+#include "ui/MixerBridge.h"
 #include "ui/QtText.h"
 
 namespace tavorin {
@@ -30,6 +32,10 @@ constexpr StageField kFields[] = {
     {"opacity", 0, 1, &Keyframe::opacity, nullptr},
 };
 
+constexpr double kMaxSoundSeconds = 60;
+// Up to twice as loud, as the mixer's faders go.
+constexpr double kSoundTopDB = 6;
+
 }  // namespace
 
 TransitionBuilderBridge::TransitionBuilderBridge(AppModel& model, QObject* parent) : QObject(parent), model_(model) {
@@ -43,6 +49,8 @@ TransitionBuilderBridge::TransitionBuilderBridge(AppModel& model, QObject* paren
   subscriptions_.push_back(draft_.cutPoint.subscribe(changedNow));
   subscriptions_.push_back(draft_.editingID.subscribe(changedNow));
   subscriptions_.push_back(draft_.holdStageID.subscribe(changedNow));
+  subscriptions_.push_back(draft_.sounds.subscribe([this](const auto&) { Q_EMIT changed(); }));
+  subscriptions_.push_back(model.soundEffects.store.sounds.subscribe([this](const auto&) { Q_EMIT changed(); }));
   subscriptions_.push_back(model.transitionStore.transitions.subscribe([this](const auto&) { Q_EMIT savedChanged(); }));
   startNew();
 }
@@ -74,6 +82,21 @@ QVariantList TransitionBuilderBridge::saved() const {
   QVariantList list;
   for (const CustomTransition& t : model_.transitionStore.transitions.get()) {
     list.push_back(QVariantMap{{"id", qText(t.id.toString())}, {"name", qText(t.name)}});
+  }
+  return list;
+}
+
+QVariantList TransitionBuilderBridge::sounds() const {
+  QVariantList list;
+  for (const TransitionSound& sound : draft_.sounds.get()) {
+    const auto item = model_.soundEffects.store.find(sound.soundID);
+    list.push_back(QVariantMap{{"id", qText(sound.id.toString())},
+                               {"soundID", qText(sound.soundID.toString())},
+                               {"soundName", item ? qText(item->name) : QString("Missing sound")},
+                               {"delay", sound.delay},
+                               {"gainDB", MixerBridge::toDB(sound.gain)},
+                               {"fadeIn", sound.fadeIn},
+                               {"fadeOut", sound.fadeOut}});
   }
   return list;
 }
@@ -168,6 +191,37 @@ void TransitionBuilderBridge::toggleHoldStage(const QString& trackID, const QStr
       draft_.holdStageID = *stage;
     }
   }
+}
+
+QString TransitionBuilderBridge::addSound(const QString& soundID, double delay) {
+  const auto id = Uuid::parse(soundID.toStdString());
+  if (!id || !model_.soundEffects.store.find(*id)) return {};
+  TransitionSound sound{.soundID = *id, .delay = std::clamp(delay, 0.0, kMaxSoundSeconds)};
+  draft_.sounds.modify([&](std::vector<TransitionSound>& all) {
+    all.push_back(sound);
+    std::stable_sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.delay < b.delay; });
+  });
+  return qText(sound.id.toString());
+}
+
+void TransitionBuilderBridge::removeSound(const QString& id) {
+  draft_.sounds.modify([&](std::vector<TransitionSound>& all) {
+    std::erase_if(all, [&](const TransitionSound& s) { return qText(s.id.toString()) == id; });
+  });
+}
+
+void TransitionBuilderBridge::setSound(const QString& id, const QString& key, double value) {
+  if (!std::isfinite(value)) return;
+  draft_.sounds.modify([&](std::vector<TransitionSound>& all) {
+    for (TransitionSound& sound : all) {
+      if (qText(sound.id.toString()) != id) continue;
+      if (key == "delay") sound.delay = std::clamp(value, 0.0, kMaxSoundSeconds);
+      if (key == "gainDB") sound.gain = MixerBridge::fromDB(std::min(value, kSoundTopDB));
+      if (key == "fadeIn") sound.fadeIn = std::clamp(value, 0.0, kMaxSoundSeconds);
+      if (key == "fadeOut") sound.fadeOut = std::clamp(value, 0.0, kMaxSoundSeconds);
+    }
+    std::stable_sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.delay < b.delay; });
+  });
 }
 
 void TransitionBuilderBridge::scrub(double progress) {

@@ -13,8 +13,9 @@ namespace tavorin {
 class AppModel;
 
 // The custom transition builder over the draft model: tracks of a source each,
-// stages with their pose, hold and travel, the cut point and the name; saved
-// to "transitions.json", where the switcher offers it at once.
+// stages with their pose, hold and travel, the library sounds it fires, the
+// cut point and the name; saved to "transitions.json", where the switcher
+// offers it at once.
 class TransitionBuilderBridge : public QObject {
   Q_OBJECT
   Q_PROPERTY(QString name READ name WRITE setName NOTIFY changed)
@@ -25,6 +26,8 @@ class TransitionBuilderBridge : public QObject {
   Q_PROPERTY(double scrubPosition READ scrubPosition NOTIFY scrubChanged)
   // {id, sourceID, sourceName, stages: [{id, hold, toNext, scale, posX, posY, rotationDeg, yawDeg, pitchDeg, opacity, holdsHere}]}
   Q_PROPERTY(QVariantList tracks READ tracks NOTIFY changed)
+  // {id, soundID, soundName, delay (s), gainDB, fadeIn (s), fadeOut (s)}, by delay.
+  Q_PROPERTY(QVariantList sounds READ sounds NOTIFY changed)
   // {id, name} of each saved transition, to open for editing.
   Q_PROPERTY(QVariantList saved READ saved NOTIFY savedChanged)
 
@@ -39,6 +42,7 @@ class TransitionBuilderBridge : public QObject {
   bool editing() const { return draft_.editingID.get().has_value(); }
   QVariantList tracks() const;
   QVariantList saved() const;
+  QVariantList sounds() const;
   double scrubPosition() const { return scrub_.value_or(-1); }
 
   // A new, empty transition.
@@ -57,6 +61,11 @@ class TransitionBuilderBridge : public QObject {
   // A fired run of the transition waits at this stage's start until fired
   // again; the stage that holds already lets go. Nothing for unknown ids.
   Q_INVOKABLE void toggleHoldStage(const QString& trackID, const QString& stageID);
+  // A library sound played `delay` seconds into the transition; its id, empty for an unknown sound.
+  Q_INVOKABLE QString addSound(const QString& soundID, double delay);
+  Q_INVOKABLE void removeSound(const QString& id);
+  // `key` is "delay", "gainDB", "fadeIn" or "fadeOut"; values are clamped to sense.
+  Q_INVOKABLE void setSound(const QString& id, const QString& key, double value);
   // Compiles and stores the transition; returns its id, empty when it has no track.
   Q_INVOKABLE QString save();
 

@@ -18,6 +18,7 @@
 #include "peers/PrivateXServer.h"
 #include "platform/media/PngWriter.h"
 #include "support/ChildProcess.h"
+#include "support/ScopedEnvironment.h"
 #include "support/TempDir.h"
 #include "ui/SceneGraphShare.h"
 #include "ui/ShowWindow.h"
@@ -300,6 +301,8 @@ TEST_F(Window, AMaskDrawnOnPreviewCutsThePictureAndADraggedPinCornerReshapesIt) 
 
 TEST_F(Window, MixerStripsSetTheChannelsLevelAndAirAndTheRoutingIsStored) {
   model().audioMixer.addSourceChannel("tone:test", "Test tone", "waveform", false, std::nullopt);
+  // Before the permanent Sound FX strip, so that its controls are the first found.
+  model().audioMixer.moveChannel("tone:test", AudioMixerEngine::kSFXChannelID);
   QQuickItem* fader = item("fader");
   ASSERT_TRUE(fader);
   auto channel = [&] { return model().audioMixer.channels.get().front(); };
@@ -592,6 +595,66 @@ TEST_F(Window, LayersGroupHideAsOneAndUngroup) {
   for (const LayerState& layer : model().switcher.previewScene->layers) EXPECT_TRUE(layer.hidden);
   layers.ungroup(group(0));
   EXPECT_TRUE(group(0).isEmpty() && group(1).isEmpty());
+}
+
+// The show without an audio service, whatever the machine runs: the tests
+// neither play into the user's speakers nor change the user's devices.
+class NoAudioService : public Window {
+ protected:
+  void SetUp() override {
+    environment_.set("PIPEWIRE_REMOTE", "tavorin-test-no-such-server");
+    Window::SetUp();
+  }
+  testing::ScopedEnvironment environment_;
+};
+
+TEST_F(NoAudioService, SoundEffectsPlayAndStopFromTheirPanelImportAsideAndRideASavedTransition) {
+  QQuickWindow* window = window_->window();
+  SoundEffectsBridge& effects = window_->soundEffects();
+  ASSERT_TRUE(pumpUntil([&] { return model().soundEffects.store.seeded.get(); }, 30));
+  ASSERT_EQ(effects.rowCount(), 15);
+  const SFXItem ding = model().soundEffects.store.sounds->front();
+  ASSERT_EQ(ding.name, "Ding");
+
+  QQuickItem* play = item("sfxPlay_Ding");
+  ASSERT_TRUE(play);
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(play));
+  EXPECT_TRUE(model().audioMixer.sfxPlaying.get());
+  EXPECT_TRUE(shows(centre(play, {0.15, 0.15}), QColor("#e5484d"))) << "the playing sound's tally";
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("sfxStopAll")));
+  EXPECT_FALSE(model().audioMixer.sfxPlaying.get());
+  EXPECT_FALSE(model().soundEffects.nowPlayingID.get());
+
+  const auto file = dir_ / "Fanfare.wav";
+  std::filesystem::copy_file(model().soundEffects.store.fileURL(ding), file);
+  effects.importFile(QUrl::fromLocalFile(QString::fromStdString(file.string())).toString());
+  ASSERT_TRUE(pumpUntil([&] { return effects.rowCount() == 16 && effects.importing() == 0; }));
+  EXPECT_EQ(effects.data(effects.index(15), SoundEffectsBridge::nameRole).toString(), "Fanfare")
+      << "after the built-ins";
+
+  TransitionBuilderBridge& builder = window_->builder();
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("builderButton")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("builderAddTrack")));
+  item("builderSoundDelay")->setProperty("text", "0.5");
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("builderAddSound")));
+  ASSERT_EQ(builder.sounds().size(), 1);
+  builder.setSound(builder.sounds()[0].toMap()["id"].toString(), "gainDB", -6);
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("builderSave")));
+  ASSERT_EQ(model().transitionStore.transitions->size(), 1u);
+  const std::vector<TransitionSound> saved = model().transitionStore.transitions->front().sounds;
+  ASSERT_EQ(saved.size(), 1u);
+  EXPECT_EQ(saved[0].soundID, ding.id);
+  EXPECT_DOUBLE_EQ(saved[0].delay, 0.5);
+  EXPECT_NEAR(saved[0].gain, 0.501, 1e-3) << "-6 dB";
+}
+
+TEST_F(NoAudioService, InstallingTheAudioDriversSaysWhyItFailed) {
+  QQuickWindow* window = window_->window();
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("addInputButton")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("audioDevicesItem")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("installDriversButton")));
+  ASSERT_FALSE(model().log->empty());
+  EXPECT_TRUE(model().log->back().starts_with("Audio driver install failed: ")) << model().log->back();
 }
 
 TEST(WindowRunner, QuitsThroughTheQuitPathAndSavesTheSession) {

@@ -90,7 +90,14 @@ ApplicationWindow {
                 Layout.fillHeight: true
                 orientation: Qt.Vertical
                 SceneGrid { SplitView.preferredHeight: 172; SplitView.minimumHeight: 80; theme: window.theme }
-                MixerPanel { objectName: "mixerPanel"; SplitView.fillHeight: true; SplitView.minimumHeight: 120; theme: window.theme }
+                // The effects sit beside the mixer: firing one, the operator sees its meter.
+                SplitView {
+                    SplitView.fillHeight: true
+                    SplitView.minimumHeight: 120
+                    orientation: Qt.Horizontal
+                    MixerPanel { objectName: "mixerPanel"; SplitView.fillWidth: true; SplitView.minimumWidth: 400; theme: window.theme }
+                    SoundEffectsPanel { objectName: "soundEffectsPanel"; SplitView.preferredWidth: 290; SplitView.minimumWidth: 160; theme: window.theme }
+                }
             }
         }
     }

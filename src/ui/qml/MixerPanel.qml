@@ -74,6 +74,23 @@ Rectangle {
         anchors.margins: theme.gap
         spacing: theme.gap
 
+        // Outside the strips, so that it stays in reach however many there are.
+        Button {
+            id: addInput
+            objectName: "addInputButton"
+            Layout.alignment: Qt.AlignTop
+            implicitWidth: 46
+            implicitHeight: 44
+            padding: 2
+            text: "+\nInput"
+            font.pixelSize: 11
+            ToolTip.visible: hovered
+            ToolTip.text: "Add a microphone or line in, the computer's sound or one application's"
+            onClicked: {
+                audioDevices.refresh()
+                inputMenu.popup(addInput, 0, addInput.height)
+            }
+        }
         ListView {
             id: strips
             objectName: "mixerStrips"
@@ -334,6 +351,52 @@ Rectangle {
         }
     }
 
+    Menu {
+        id: inputMenu
+        width: 300
+        Instantiator {
+            model: audioDevices.inputs
+            delegate: MenuItem {
+                required property var modelData
+                text: modelData.name
+                enabled: !modelData.added
+                onTriggered: audioDevices.addInput(modelData.id)
+            }
+            onObjectAdded: (index, item) => inputMenu.insertItem(index, item)
+            onObjectRemoved: (index, item) => inputMenu.removeItem(item)
+        }
+        MenuItem { text: "No microphones or line inputs"; enabled: false; visible: audioDevices.inputs.length === 0; height: visible ? implicitHeight : 0 }
+        MenuSeparator {}
+        MenuItem {
+            objectName: "addSystemAudioItem"
+            text: "System Audio"
+            enabled: !audioDevices.systemAudioAdded
+            onTriggered: audioDevices.addSystemAudio()
+        }
+        Menu {
+            id: applicationMenu
+            title: "Application…"
+            Instantiator {
+                model: audioDevices.applications
+                delegate: MenuItem {
+                    required property var modelData
+                    text: modelData.name
+                    enabled: !modelData.added
+                    onTriggered: audioDevices.addApplication(modelData.id)
+                }
+                onObjectAdded: (index, item) => applicationMenu.insertItem(index, item)
+                onObjectRemoved: (index, item) => applicationMenu.removeItem(item)
+            }
+            MenuItem { text: "No application is playing sound"; enabled: false; visible: audioDevices.applications.length === 0; height: visible ? implicitHeight : 0 }
+        }
+        MenuSeparator {}
+        MenuItem {
+            objectName: "audioDevicesItem"
+            text: "Computer audio && virtual devices…"
+            onTriggered: audioDevicesDialog.open()
+        }
+    }
+    AudioDevicesDialog { id: audioDevicesDialog; objectName: "audioDevicesDialog"; theme: root.theme }
     NameDialog {
         id: renameDialog
         title: "Rename channel"

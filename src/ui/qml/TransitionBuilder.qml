@@ -5,8 +5,8 @@ import QtQuick.Layouts
 // The custom transition builder: tracks of a source each, moving through
 // stages (a pose, how long it holds, how long the travel to the next takes),
 // the point where the picture underneath changes, the stage a fired run holds
-// at, and the name. Scrubbed and played on the studio canvas while it is
-// built; saved, it is offered by the switcher at once.
+// at, the library sounds it fires and when, and the name. Scrubbed and played
+// on the studio canvas while it is built; saved, it is offered by the switcher at once.
 Dialog {
     id: root
     property Theme theme: Theme {}
@@ -24,6 +24,9 @@ Dialog {
         {key: "scale", label: "Size", step: 0.05}, {key: "posX", label: "X", step: 0.05}, {key: "posY", label: "Y", step: 0.05},
         {key: "rotationDeg", label: "Turn °", step: 5}, {key: "yawDeg", label: "Yaw °", step: 5},
         {key: "pitchDeg", label: "Pitch °", step: 5}, {key: "opacity", label: "Opacity", step: 0.05}]
+    readonly property var soundFields: [
+        {key: "delay", label: "At s"}, {key: "gainDB", label: "Gain dB"},
+        {key: "fadeIn", label: "Fade in s"}, {key: "fadeOut", label: "Fade out s"}]
 
     ColumnLayout {
         anchors.fill: parent
@@ -189,6 +192,99 @@ Dialog {
                                 enabled: track.modelData.stages.length > 1
                                 onClicked: builder.removeStage(track.modelData.id, stage.modelData.id)
                             }
+                        }
+                    }
+                }
+            }
+        }
+        // Library sounds fired as the transition runs, each at its time.
+        Rectangle {
+            Layout.fillWidth: true
+            Layout.preferredHeight: soundColumn.implicitHeight + 8
+            color: theme.raised
+            radius: 3
+            ColumnLayout {
+                id: soundColumn
+                anchors.fill: parent
+                anchors.margins: 4
+                spacing: 2
+                RowLayout {
+                    Label { text: "Sounds"; color: theme.text; font.bold: true; Layout.fillWidth: true }
+                    ComboBox {
+                        id: soundPicker
+                        objectName: "builderSoundPicker"
+                        Layout.preferredWidth: 180
+                        textRole: "name"
+                        valueRole: "soundID"
+                        model: soundEffects
+                        // The library may still be filling when the builder is made.
+                        onCountChanged: if (currentIndex < 0 && count > 0) currentIndex = 0
+                    }
+                    Label { text: "at"; color: theme.dim }
+                    TextField {
+                        id: soundDelay
+                        objectName: "builderSoundDelay"
+                        Layout.preferredWidth: 60
+                        text: "0.00"
+                        validator: DoubleValidator { bottom: 0 }
+                    }
+                    Label { text: "s"; color: theme.dim }
+                    Button {
+                        objectName: "builderAddSound"
+                        text: "+ Sound"
+                        enabled: soundPicker.currentIndex >= 0
+                        ToolTip.visible: hovered
+                        ToolTip.text: "Play this library sound that many seconds into the transition"
+                        onClicked: builder.addSound(soundPicker.currentValue, parseFloat(soundDelay.text) || 0)
+                    }
+                }
+                RowLayout {
+                    visible: builder.sounds.length > 0
+                    spacing: 2
+                    Label { text: ""; Layout.preferredWidth: 160 }
+                    Repeater {
+                        model: root.soundFields
+                        Label { required property var modelData; text: modelData.label; color: theme.dim; font.pixelSize: 10; Layout.preferredWidth: 78 }
+                    }
+                }
+                ListView {
+                    Layout.fillWidth: true
+                    Layout.preferredHeight: Math.min(count, 3) * 30
+                    clip: true
+                    model: builder.sounds
+                    delegate: RowLayout {
+                        id: sound
+                        required property var modelData
+                        height: 30
+                        spacing: 2
+                        Label { text: sound.modelData.soundName; color: theme.text; elide: Text.ElideRight; Layout.preferredWidth: 160 }
+                        Repeater {
+                            model: root.soundFields
+                            TextField {
+                                required property var modelData
+                                Layout.preferredWidth: 78
+                                implicitHeight: 28
+                                topPadding: 2
+                                bottomPadding: 2
+                                font.pixelSize: 11
+                                text: Number(sound.modelData[modelData.key]).toFixed(modelData.key === "gainDB" ? 1 : 2)
+                                validator: DoubleValidator {}
+                                onEditingFinished: builder.setSound(sound.modelData.id, modelData.key, parseFloat(text))
+                            }
+                        }
+                        ToolButton {
+                            text: "▶"
+                            implicitHeight: 28
+                            ToolTip.visible: hovered
+                            ToolTip.text: "Listen to the sound alone"
+                            onClicked: soundEffects.play(sound.modelData.soundID)
+                        }
+                        ToolButton {
+                            text: "×"
+                            implicitHeight: 28
+                            ToolTip.visible: hovered
+                            ToolTip.text: "Remove the sound from the transition"
+                            onClicked: builder.removeSound(sound.modelData.id)
                         }
                     }
                 }
