@@ -27,29 +27,24 @@ void AudioDevices::refresh() {
 }
 
 void AudioDevices::installDrivers() {
-  std::string error = "there is no audio service";
-  if (!backend_ || !backend_->installVirtualDevices(&error)) {
-    log("Audio driver install failed: " + error);
-    refresh();
-    return;
-  }
-  log("Tavorin Audio install complete.");
-  refresh();
-  mixer_.refreshMicFeed();
-  // The session manager may settle the new nodes a moment later.
-  lateRefresh_ = queue_.after(2.0, [this] { refresh(); });
+  changeDrivers("install", [this](std::string* error) { return backend_->installVirtualDevices(error); });
 }
 
 void AudioDevices::uninstallDrivers() {
+  changeDrivers("uninstall", [this](std::string* error) { return backend_->uninstallVirtualDevices(error); });
+}
+
+void AudioDevices::changeDrivers(const std::string& verb, const std::function<bool(std::string*)>& change) {
   std::string error = "there is no audio service";
-  if (!backend_ || !backend_->uninstallVirtualDevices(&error)) {
-    log("Audio driver uninstall failed: " + error);
+  if (!backend_ || !change(&error)) {
+    log("Audio driver " + verb + " failed: " + error);
     refresh();
     return;
   }
-  log("Tavorin Audio uninstall complete.");
+  log("Tavorin Audio " + verb + " complete.");
   refresh();
   mixer_.refreshMicFeed();
+  // The session manager may settle the nodes a moment later.
   lateRefresh_ = queue_.after(2.0, [this] { refresh(); });
 }
 

@@ -55,6 +55,8 @@ class AudioDevices {
     if (log_) log_(line);
   }
   std::string applicationName(const std::string& appID) const;
+  // Runs an install or uninstall and logs its outcome in the operator's words.
+  void changeDrivers(const std::string& verb, const std::function<bool(std::string*)>& change);
 
   MainQueue& queue_;
   AudioBackend* backend_;
