@@ -72,6 +72,7 @@ AppModel::AppModel(AppEnvironment environment)
           },
           [this](std::string line) { appendLog(std::move(line)); }),
       layoutStore(showFolder_, "layouts.json"),
+      deckStore(showFolder_, preferences_),
       transitionStore(showFolder_),
       editCanvas(readEditCanvas(preferences_)),
       layoutSyncHorizontal(preferences_.boolOr(prefkey::layoutSyncH, true)),
@@ -165,6 +166,7 @@ void AppModel::start() {
   subscribeSelectionExclusivity();
   sessionKeeper_.start();
   restoreStudioMode();
+  startDecks();
   subscribeSourceUse();
   sourceLifecycle.start();
   startStatsTick();

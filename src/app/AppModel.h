@@ -20,6 +20,7 @@
 #include "app/StatsTicker.h"
 #include "app/StatusStats.h"
 #include "app/StreamingController.h"
+#include "app/TileLook.h"
 #include "audio/AudioMixerEngine.h"
 #include "base/MainQueue.h"
 #include "base/Published.h"
@@ -27,6 +28,7 @@
 #include "base/Uuid.h"
 #include "compositor/CompositorEngine.h"
 #include "model/CanvasSize.h"
+#include "model/Deck.h"
 #include "model/FrameRate.h"
 #include "model/MixerScene.h"
 #include "model/ShapeConfig.h"
@@ -39,6 +41,7 @@
 #include "sources/LoopingVideoSource.h"
 #include "sources/SourceFactory.h"
 #include "sources/SourceLifecycle.h"
+#include "stores/DeckStore.h"
 #include "stores/LayoutStore.h"
 #include "stores/MixerSettingsStore.h"
 #include "stores/PreferenceKeys.h"
@@ -213,6 +216,8 @@ class AppModel {
   // The holding card's source, when the operator chose one.
   Published<std::optional<std::string>> muteSourceID;
   LayoutStore layoutStore;
+  // The operator's decks; the active one's scene library is the one open in layoutStore.
+  DeckStore deckStore;
   TransitionStore transitionStore;
   Published<EditCanvas> editCanvas;
   Published<bool> layoutSyncHorizontal;
@@ -254,6 +259,22 @@ class AppModel {
   // The folder that recordings and screenshots go to now.
   std::filesystem::path currentRecordingsRoot() const;
 
+  // The deck. Every press of a tile, on screen, by a hotkey or from the
+  // phone, comes to runTile.
+  void runTile(const DeckTile& tile);
+  void runAction(const DeckAction& action);
+  // The generated title, colour, symbol and tally of an action, and a tile's
+  // look with its own label, colour and symbol over them.
+  TileLook tileSummary(const DeckAction& action) const;
+  TileLook tileLook(const DeckTile& tile) const;
+  // A fader tile's value, 0 to 1 for a channel level of 0 to 2 (0.5 is unity);
+  // nothing for other tiles or a channel that is gone.
+  std::optional<double> tileValue(const DeckTile& tile) const;
+  void setTileValue(const DeckTile& tile, double value);
+  // The two keys that are always there: Ctrl+Alt+Super+M toggles the compact
+  // window (the window sets this), Ctrl+Alt+Super+P the presenter bar.
+  std::function<void()> onToggleMiniMode;
+
   // Streaming.
   void toggleStream(const Uuid& id) { streamingControl.toggle(id); }
   void goLive(const std::string& urlWithKey) { streamingControl.goLive(urlWithKey); }
@@ -292,6 +313,13 @@ class AppModel {
   // Scene and transition changes tell the lifecycle to look again at what is in use.
   void subscribeSourceUse();
   void startStatsTick();
+  // Runs the library migrations, applies the active deck and follows deck switches.
+  void startDecks();
+  // Writes the scenes being edited into the deck being left, then opens the
+  // active deck's scene library.
+  void applyActiveDeck();
+  // The global keys: the two fixed ones, then the active deck's tiles in order.
+  void rebuildHotkeys();
 
   SessionKeeper sessionKeeper_{queue_, switcher, sessionStore};
   LayoutWriteBack layoutWriteBack_{queue_, switcher, layoutStore, LayoutWriteBack::Design::horizontal};

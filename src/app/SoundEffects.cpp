@@ -32,21 +32,21 @@ void SoundEffects::play(const Uuid& id) {
   if (auto item = store.find(id)) play(*item);
 }
 
-void SoundEffects::playTile(const Uuid& id, TileMode mode) {
+void SoundEffects::playTile(const Uuid& id, SoundTileMode mode) {
   const auto item = store.find(id);
   if (!item) return;
   switch (mode) {
-    case TileMode::restart:
+    case SoundTileMode::restart:
       loopingID.reset();
       break;
-    case TileMode::stop:
+    case SoundTileMode::stop:
       if (nowPlayingID.get() == id && mixer_.sfxPlaying.get()) {
         stopAll();
         return;
       }
       loopingID.reset();
       break;
-    case TileMode::loop:
+    case SoundTileMode::loop:
       if (loopingID == id) {
         stopAll();
         return;

@@ -10,6 +10,7 @@
 #include "base/MainQueue.h"
 #include "base/Published.h"
 #include "base/Uuid.h"
+#include "model/Deck.h"
 #include "model/SFXItem.h"
 #include "model/TransitionSound.h"
 #include "stores/SFXStore.h"
@@ -22,8 +23,6 @@ namespace tavorin {
 // their times. They play through the mixer's "Sound FX" channel. Main thread.
 class SoundEffects {
  public:
-  enum class TileMode { restart, stop, loop };
-
   SoundEffects(MainQueue& queue, ShowFolder folder, AudioMixerEngine& mixer, std::function<void(const std::string&)> log);
   SoundEffects(const SoundEffects&) = delete;
   SoundEffects& operator=(const SoundEffects&) = delete;
@@ -38,7 +37,7 @@ class SoundEffects {
   void play(const SFXItem& item);
   void play(const Uuid& id);
   // A pad's or tile's press; an id that is gone does nothing.
-  void playTile(const Uuid& id, TileMode mode);
+  void playTile(const Uuid& id, SoundTileMode mode);
   // Everything stops, a loop included.
   void stopAll();
   // A custom transition's sound, at its delay from now; a sound no longer in the library is skipped.

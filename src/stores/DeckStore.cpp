@@ -21,6 +21,9 @@ Deck emptyDeck(std::string name) {
 DeckStore::DeckStore(ShowFolder folder, Preferences& preferences)
     : preferences_(preferences), fileURL_(folder.file("decks.json")) {
   folder.ensureRoot();
+}
+
+void DeckStore::load() {
   auto list = readJsonFile<std::vector<Deck>>(fileURL_).value_or(std::vector<Deck>{});
   const bool made = list.empty();
   if (made) list.push_back(emptyDeck("Show 1"));

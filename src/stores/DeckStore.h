@@ -15,11 +15,16 @@
 namespace tavorin {
 
 // The operator's decks, kept in "decks.json", and which one is active, kept in
-// the preference "Tavorin.activeDeck". There is always at least one deck and
-// one active deck. Every change saves at once. Main thread only.
+// the preference "Tavorin.activeDeck". Once loaded there is always at least
+// one deck and one active deck. Every change saves at once. Main thread only.
 class DeckStore {
  public:
   DeckStore(ShowFolder folder, Preferences& preferences);
+
+  // Reads the decks and the active one. With none it makes "Show 1", and it
+  // stores the active deck when the preference named none: it may write, so
+  // the app runs it once a file it has to keep aside can be reported.
+  void load();
 
   Published<std::vector<Deck>> decks;
   // Change it through setActiveDeck, which also stores the preference.

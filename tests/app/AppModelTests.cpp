@@ -34,8 +34,9 @@ class AppModelTest : public ::testing::Test {
     return model;
   }
 
-  std::vector<MixerScene> storedLayouts() {
-    return Json::parse(readFile(show / "layouts.json")).get<std::vector<MixerScene>>();
+  // The active deck's scene library as written.
+  std::vector<MixerScene> storedLayouts(const AppModel& model) {
+    return Json::parse(readFile(model.layoutStore.fileURL())).get<std::vector<MixerScene>>();
   }
 
   TempDir show;
@@ -88,15 +89,15 @@ TEST_F(AppModelTest, StructuralEditReachesTheLayoutAtOnceAndOtherEditsAfterTheDe
   ASSERT_EQ(model->switcher.loadedLayoutID.get(), layoutID);
 
   auto layerID = model->editor.addLayer("camera:host");
-  ASSERT_EQ(storedLayouts().front().layers.size(), 1u) << "an added layer is saved before the debounce";
+  ASSERT_EQ(storedLayouts(*model).front().layers.size(), 1u) << "an added layer is saved before the debounce";
 
   LayerState moved = *model->switcher.previewScene->layer(layerID);
   moved.center = {0.2, 0.3};
   model->editor.updateLayer(moved);
-  EXPECT_EQ(storedLayouts().front().layers.front().center, (Point{0.5, 0.5}));
+  EXPECT_EQ(storedLayouts(*model).front().layers.front().center, (Point{0.5, 0.5}));
   queue.advance(0.21);
-  EXPECT_EQ(storedLayouts().front().layers.front().center, (Point{0.2, 0.3}));
-  EXPECT_EQ(storedLayouts().front().name, "Talk");
+  EXPECT_EQ(storedLayouts(*model).front().layers.front().center, (Point{0.2, 0.3}));
+  EXPECT_EQ(storedLayouts(*model).front().name, "Talk");
 }
 
 TEST_F(AppModelTest, QuitWritesPendingLayoutEditAndSession) {
@@ -108,7 +109,7 @@ TEST_F(AppModelTest, QuitWritesPendingLayoutEditAndSession) {
   faded.opacity = 0.25f;
   model->editor.updateLayer(faded);
   model->willTerminate();
-  EXPECT_EQ(storedLayouts().front().layers.front().opacity, 0.25f);
+  EXPECT_EQ(storedLayouts(*model).front().layers.front().opacity, 0.25f);
   EXPECT_TRUE(std::filesystem::exists(show / "session.json"));
 }
 

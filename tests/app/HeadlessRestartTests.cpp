@@ -51,7 +51,7 @@ class HeadlessApp : public ::testing::Test {
   TempDir show;
 };
 
-TEST_F(HeadlessApp, RestartFindsSessionAndLayoutsAgain) {
+TEST_F(HeadlessApp, RestartFindsSessionAndLayoutsAgainInTheFirstDeck) {
   const SessionState session = sampleSession();
   std::vector<MixerScene> layouts{MixerScene::named("Opening"), MixerScene::named("Talk")};
   layouts[1].layers.push_back(LayerState::make("camera:host"));
@@ -64,13 +64,15 @@ TEST_F(HeadlessApp, RestartFindsSessionAndLayoutsAgain) {
     ASSERT_TRUE(written) << "launch " << launch << ": session.json does not decode";
     EXPECT_EQ(*written, session) << "launch " << launch;
   }
-  auto storedLayouts = Json::parse(readFile(show / "layouts.json")).get<std::vector<MixerScene>>();
-  EXPECT_EQ(storedLayouts, layouts);
-  // Without decks the layout migrations would move nothing; were they marked
-  // done, the library would never reach the decks when they come.
+  // The library from before decks is the first deck's, and stays where it was.
+  const auto decks = Json::parse(readFile(show / "decks.json"));
+  ASSERT_EQ(decks.size(), 1u);
+  const auto deckFile = show / ("layouts-" + decks[0]["id"].get<std::string>() + ".json");
+  EXPECT_EQ(Json::parse(readFile(deckFile)).get<std::vector<MixerScene>>(), layouts);
+  EXPECT_EQ(Json::parse(readFile(show / "layouts.json")).get<std::vector<MixerScene>>(), layouts);
   const Preferences prefs(show / "preferences.json");
-  EXPECT_FALSE(prefs.has(prefkey::deckLayoutsMigrated));
-  EXPECT_FALSE(prefs.has(prefkey::embeddedVerticalMigrated));
+  EXPECT_TRUE(prefs.boolOr(prefkey::deckLayoutsMigrated, false));
+  EXPECT_TRUE(prefs.boolOr(prefkey::embeddedVerticalMigrated, false));
 }
 
 TEST_F(HeadlessApp, UnreadableSessionStartsEmptyAndQuitWritesADecodableOne) {

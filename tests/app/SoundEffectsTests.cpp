@@ -68,25 +68,25 @@ TEST_F(SoundEffectsTest, ATransitionSoundStartsAtItsDelayWithinOneBlock) {
 
 TEST_F(SoundEffectsTest, TilesPlayRestartStopAndLoop) {
   const Uuid beep = sound("Beep");  // 0.18 s
-  sounds.playTile(beep, SoundEffects::TileMode::stop);
+  sounds.playTile(beep, SoundTileMode::stop);
   EXPECT_TRUE(mixer.sfxPlaying.get());
   EXPECT_EQ(logged.back(), "Pick a Program output or a monitor output in the audio mixer to hear sound effects.");
-  sounds.playTile(beep, SoundEffects::TileMode::stop);
+  sounds.playTile(beep, SoundTileMode::stop);
   EXPECT_FALSE(mixer.sfxPlaying.get()) << "a second press stops it";
   EXPECT_FALSE(sounds.nowPlayingID.get());
 
-  sounds.playTile(beep, SoundEffects::TileMode::loop);
+  sounds.playTile(beep, SoundTileMode::loop);
   for (int i = 0; i < 20; ++i) queue.advance(0.1);
   EXPECT_TRUE(mixer.sfxPlaying.get()) << "started again each time it ended";
   EXPECT_EQ(sounds.nowPlayingID.get(), beep);
-  sounds.playTile(beep, SoundEffects::TileMode::loop);
+  sounds.playTile(beep, SoundTileMode::loop);
   EXPECT_FALSE(mixer.sfxPlaying.get());
   EXPECT_FALSE(sounds.loopingID);
 
-  sounds.playTile(beep, SoundEffects::TileMode::restart);
+  sounds.playTile(beep, SoundTileMode::restart);
   queue.advance(0.5);
   EXPECT_FALSE(mixer.sfxPlaying.get()) << "played once";
-  sounds.playTile(Uuid::make(), SoundEffects::TileMode::restart);
+  sounds.playTile(Uuid::make(), SoundTileMode::restart);
   EXPECT_FALSE(mixer.sfxPlaying.get());
 }
 

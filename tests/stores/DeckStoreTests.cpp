@@ -13,7 +13,11 @@ using testing::writeFile;
 
 class DeckStoreTests : public ::testing::Test {
  protected:
-  std::unique_ptr<DeckStore> open() { return std::make_unique<DeckStore>(ShowFolder(dir.path()), preferences); }
+  std::unique_ptr<DeckStore> open() {
+    auto store = std::make_unique<DeckStore>(ShowFolder(dir.path()), preferences);
+    store->load();
+    return store;
+  }
   std::vector<std::string> names(const DeckStore& store) {
     std::vector<std::string> list;
     for (const auto& deck : store.decks.get()) list.push_back(deck.name);

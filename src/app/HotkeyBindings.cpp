@@ -1,0 +1,7 @@
+#include "app/AppModel.h"
+
+namespace tavorin {
+
+void AppModel::rebuildHotkeys() {}
+
+}  // namespace tavorin
