@@ -274,6 +274,15 @@ class AppModel {
   // The two keys that are always there: Ctrl+Alt+Super+M toggles the compact
   // window (the window sets this), Ctrl+Alt+Super+P the presenter bar.
   std::function<void()> onToggleMiniMode;
+  // Tiles of the active deck whose key the desktop refused (another program
+  // holds it, or an earlier tile has it): the deck marks them.
+  Published<std::set<Uuid>> refusedHotkeyTiles;
+  // Empty while keys reach us from anywhere; otherwise why they work only
+  // while the window has focus, in the operator's words.
+  Published<std::string> hotkeyNotice;
+  // A key pressed in the window (evdev code, key_modifier bits): runs its
+  // tile when keys are not global, as then nothing else would.
+  void pressHotkeyInWindow(std::uint32_t evdevCode, std::uint32_t modifiers);
 
   // Streaming.
   void toggleStream(const Uuid& id) { streamingControl.toggle(id); }
