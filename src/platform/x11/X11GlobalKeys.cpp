@@ -146,7 +146,8 @@ void X11GlobalKeys::releaseAll() {
 
 GlobalKeyMode X11GlobalKeys::mode() const {
   if (lost_) {
-    return {false, "Global hotkeys stopped: the connection to the X server was lost — keys work while Tavorin has focus."};
+    return {false,
+            "Global hotkeys stopped: the connection to the X server was lost — keys work while Tavorin has focus."};
   }
   return {true, {}};
 }
