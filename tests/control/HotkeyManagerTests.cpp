@@ -42,8 +42,8 @@ bool pumpUntil(const std::function<bool()>& done, double seconds = 5) {
 }
 void settle() { pumpUntil([] { return false; }, 0.2); }
 
-constexpr std::uint32_t kCtrlAltSuperM[] = {46,
-                                           hotkey_modifier::control | hotkey_modifier::option | hotkey_modifier::command};
+constexpr std::uint32_t kCtrlAltSuperM[] = {
+    46, hotkey_modifier::control | hotkey_modifier::option | hotkey_modifier::command};
 
 // The keyboard as the operator would use it, through XTEST on a connection of the test's own.
 class Keyboard {
