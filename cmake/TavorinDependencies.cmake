@@ -8,6 +8,8 @@ pkg_check_modules(UUID REQUIRED IMPORTED_TARGET uuid)
 if(TAVORIN_BUILD_TESTS)
   find_package(GTest REQUIRED)
   include(GoogleTest)
+  # The hotkey tests press keys through XTEST.
+  pkg_check_modules(XTST REQUIRED IMPORTED_TARGET xtst)
 endif()
 if(TAVORIN_BUILD_BENCH)
   find_package(benchmark REQUIRED)

@@ -12,6 +12,8 @@ namespace {
 
 // Stored codes name positions on the keyboard, so each maps to the key in the
 // same place on a PC keyboard (Help sits where Insert is, keypad Clear where Num Lock is).
+// The keysyms are what the standard Linux keymaps give each key: F13–F20 type
+// XF86 keysyms there, so a desktop looking for "F13" would find no key.
 constexpr auto kKeys = std::to_array<HotkeyKey>({
     {0, KEY_A, "A", "a", true},
     {1, KEY_S, "S", "s", true},
@@ -66,7 +68,7 @@ constexpr auto kKeys = std::to_array<HotkeyKey>({
     {50, KEY_GRAVE, "`", "grave", true},
     {51, KEY_BACKSPACE, "Backspace", "BackSpace", false},
     {53, KEY_ESC, "Esc", "Escape", false},
-    {64, KEY_F17, "F17", "F17", false},
+    {64, KEY_F17, "F17", "XF86Launch8", false},
     {65, KEY_KPDOT, "Num.", "KP_Decimal", false},
     {67, KEY_KPASTERISK, "Num*", "KP_Multiply", false},
     {69, KEY_KPPLUS, "Num+", "KP_Add", false},
@@ -77,7 +79,7 @@ constexpr auto kKeys = std::to_array<HotkeyKey>({
     {75, KEY_KPSLASH, "Num/", "KP_Divide", false},
     {76, KEY_KPENTER, "Num Enter", "KP_Enter", false},
     {78, KEY_KPMINUS, "Num-", "KP_Subtract", false},
-    {79, KEY_F18, "F18", "F18", false},
+    {79, KEY_F18, "F18", "XF86Launch9", false},
     {80, KEY_F19, "F19", "F19", false},
     {81, KEY_KPEQUAL, "Num=", "KP_Equal", false},
     {82, KEY_KP0, "Num0", "KP_0", false},
@@ -88,7 +90,7 @@ constexpr auto kKeys = std::to_array<HotkeyKey>({
     {87, KEY_KP5, "Num5", "KP_5", false},
     {88, KEY_KP6, "Num6", "KP_6", false},
     {89, KEY_KP7, "Num7", "KP_7", false},
-    {90, KEY_F20, "F20", "F20", false},
+    {90, KEY_F20, "F20", "XF86AudioMicMute", false},
     {91, KEY_KP8, "Num8", "KP_8", false},
     {92, KEY_KP9, "Num9", "KP_9", false},
     {96, KEY_F5, "F5", "F5", false},
@@ -98,12 +100,12 @@ constexpr auto kKeys = std::to_array<HotkeyKey>({
     {100, KEY_F8, "F8", "F8", false},
     {101, KEY_F9, "F9", "F9", false},
     {103, KEY_F11, "F11", "F11", false},
-    {105, KEY_F13, "F13", "F13", false},
-    {106, KEY_F16, "F16", "F16", false},
-    {107, KEY_F14, "F14", "F14", false},
+    {105, KEY_F13, "F13", "XF86Tools", false},
+    {106, KEY_F16, "F16", "XF86Launch7", false},
+    {107, KEY_F14, "F14", "XF86Launch5", false},
     {109, KEY_F10, "F10", "F10", false},
     {111, KEY_F12, "F12", "F12", false},
-    {113, KEY_F15, "F15", "F15", false},
+    {113, KEY_F15, "F15", "XF86Launch6", false},
     {114, KEY_INSERT, "Insert", "Insert", false},
     {115, KEY_HOME, "Home", "Home", false},
     {116, KEY_PAGEUP, "PgUp", "Prior", false},
