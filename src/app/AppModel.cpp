@@ -73,6 +73,7 @@ AppModel::AppModel(AppEnvironment environment)
           [this](std::string line) { appendLog(std::move(line)); }),
       layoutStore(showFolder_, "layouts.json"),
       deckStore(showFolder_, preferences_),
+      hotkeys(std::move(environment.globalKeys)),
       transitionStore(showFolder_),
       editCanvas(readEditCanvas(preferences_)),
       layoutSyncHorizontal(preferences_.boolOr(prefkey::layoutSyncH, true)),

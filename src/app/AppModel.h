@@ -27,6 +27,7 @@
 #include "base/SerialQueue.h"
 #include "base/Uuid.h"
 #include "compositor/CompositorEngine.h"
+#include "control/HotkeyManager.h"
 #include "model/CanvasSize.h"
 #include "model/Deck.h"
 #include "model/FrameRate.h"
@@ -82,6 +83,9 @@ struct AppEnvironment {
   // Shows a saved recording in the desktop's file manager; unset without a
   // desktop (headless, tests).
   std::function<void(const std::filesystem::path&)> revealInFileManager = {};
+  // What watches the deck's keys while other programs have focus; without it
+  // (headless, tests) no key is bound.
+  std::unique_ptr<GlobalKeyService> globalKeys = {};
 };
 
 // Owns every engine and store from start to quit, links them once at start,
@@ -218,6 +222,8 @@ class AppModel {
   LayoutStore layoutStore;
   // The operator's decks; the active one's scene library is the one open in layoutStore.
   DeckStore deckStore;
+  // The keys that press the active deck's tiles from anywhere on the desktop.
+  HotkeyManager hotkeys;
   TransitionStore transitionStore;
   Published<EditCanvas> editCanvas;
   Published<bool> layoutSyncHorizontal;
@@ -329,11 +335,13 @@ class AppModel {
   void applyActiveDeck();
   // The global keys: the two fixed ones, then the active deck's tiles in order.
   void rebuildHotkeys();
+  void refreshHotkeyNotice();
 
   SessionKeeper sessionKeeper_{queue_, switcher, sessionStore};
   LayoutWriteBack layoutWriteBack_{queue_, switcher, layoutStore, LayoutWriteBack::Design::horizontal};
   LayoutWriteBack verticalWriteBack_{queue_, verticalSwitcher, layoutStore, LayoutWriteBack::Design::vertical};
   std::vector<Subscription> subscriptions_;
+  TimerHandle hotkeyWatch_;
   bool started_ = false;
   StatsTicker statsTicker_;
   // The model waits for the screenshots still being written before it goes.

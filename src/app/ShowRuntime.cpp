@@ -81,8 +81,10 @@ ShowRuntime::ShowRuntime(const LaunchOptions& options, GLibMainQueue& queue, std
   environment.cameraDirectory = cameras_.get();
   screens_ = screenCaptureBackend();
   environment.screenCapture = screens_.get();
+  // A show without a window has no operator at its keyboard.
+  if (!options.headless) environment.globalKeys = makeGlobalKeyService();
   try {
-    model_ = std::make_unique<AppModel>(environment);
+    model_ = std::make_unique<AppModel>(std::move(environment));
   } catch (const GLFailure& error) {
     failure_ = error.what();
   }

@@ -29,6 +29,8 @@ class HotkeyManager {
   // action only while keys are not global, as then nothing else would.
   void pressLocal(std::uint32_t evdevCode, std::uint32_t modifiers);
   GlobalKeyMode mode() const;
+  // False without a key service (headless, tests): then no key is ever bound.
+  bool hasService() const { return service_ != nullptr; }
 
  private:
   struct Registration {

@@ -1,7 +1,15 @@
+// GoogleTest before Xlib, whose macros (None, Bool) clash with its names.
 #include <gtest/gtest.h>
 
 #include "app/AppModel.h"
+
+#include <X11/keysym.h>
+
+#include "model/HotkeyKeys.h"
 #include "model/SceneJson.h"
+#include "peers/PrivateXServer.h"
+#include "peers/XTestKeyboard.h"
+#include "platform/x11/X11GlobalKeys.h"
 #include "support/ManualMainQueue.h"
 #include "support/TempDir.h"
 
@@ -122,6 +130,44 @@ TEST_F(AppModelDeckTest, TilesRunTheirActionsAndShowTheirTally) {
   EXPECT_EQ(look.title, "REC");
   EXPECT_EQ(look.realTitle, "Record");
   EXPECT_EQ(look.color, "#123456");
+}
+
+// The deck's keys under a private X server, pressed through XTEST.
+TEST_F(AppModelDeckTest, HotkeysPressTheActiveDecksTilesAndFollowDeckSwitches) {
+  testing::PrivateXServer server{640, 480};
+  testing::Keyboard keyboard;
+  auto model = std::make_unique<AppModel>(
+      AppEnvironment{.showFolder = show.path(), .preferencesFile = show / "preferences.json", .queue = queue,
+                     .globalKeys = X11GlobalKeys::open()});
+  int miniToggles = 0;
+  model->onToggleMiniMode = [&] { ++miniToggles; };
+  model->start();
+  ASSERT_TRUE(model->hotkeyNotice.get().empty()) << model->hotkeyNotice.get();
+
+  model->editor.addLayer("camera:host");
+  const Uuid cutTile = *model->deckStore.addTile(DeckAction::plain(K::cut), std::nullopt);
+  DeckTile tile = *model->deckStore.findTile(cutTile);
+  tile.hotkey = HotkeyBinding{40, hotkey_modifier::control | hotkey_modifier::option, "Ctrl+Alt+K"};
+  model->deckStore.updateTile(tile);
+  // A second tile on the same key is refused and marked.
+  DeckTile twin = *model->deckStore.findTile(*model->deckStore.addTile(DeckAction::plain(K::take), std::nullopt));
+  twin.hotkey = tile.hotkey;
+  model->deckStore.updateTile(twin);
+  EXPECT_EQ(model->refusedHotkeyTiles.get(), std::set<Uuid>{twin.id});
+
+  const unsigned k = *evdevFromKeyCode(40) + 8;
+  const unsigned m = *evdevFromKeyCode(46) + 8;
+  const auto programLayers = [&] { return model->switcher.programScene->layers.size(); };
+  keyboard.chord({XK_Control_L, XK_Alt_L}, k);
+  EXPECT_TRUE(testing::pumpUntil([&] { return programLayers() == 1; })) << "the CUT tile's key cuts";
+
+  model->deckStore.add("Other show");
+  model->editor.addLayer("camera:guest");
+  keyboard.chord({XK_Control_L, XK_Alt_L}, k);
+  keyboard.chord({XK_Control_L, XK_Alt_L, XK_Super_L}, m);
+  EXPECT_TRUE(testing::pumpUntil([&] { return miniToggles == 1; })) << "the fixed keys stay";
+  testing::settle();
+  EXPECT_EQ(programLayers(), 1u) << "the old deck's key is gone";
 }
 
 }  // namespace

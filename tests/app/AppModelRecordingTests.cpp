@@ -32,7 +32,7 @@ class AppModelRecordingTest : public ::testing::Test {
     AppEnvironment environment{show.path(), show / "preferences.json", queue};
     environment.recordingsFallback = std::move(fallback);
     environment.revealInFileManager = std::move(reveal);
-    auto model = std::make_unique<AppModel>(environment);
+    auto model = std::make_unique<AppModel>(std::move(environment));
     model->start();
     return model;
   }

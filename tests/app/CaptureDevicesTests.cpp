@@ -32,7 +32,7 @@ class CaptureDevicesTest : public ::testing::Test {
     AppEnvironment environment{show.path(), show / "preferences.json", queue};
     environment.cameraDirectory = &cameras;
     environment.screenCapture = &screens;
-    auto model = std::make_unique<AppModel>(environment);
+    auto model = std::make_unique<AppModel>(std::move(environment));
     model->start();
     return model;
   }

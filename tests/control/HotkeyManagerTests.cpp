@@ -17,6 +17,7 @@
 #include "model/Json.h"
 #include "peers/PrivateSessionBus.h"
 #include "peers/PrivateXServer.h"
+#include "peers/XTestKeyboard.h"
 #include "platform/portal/GlobalShortcutsPortal.h"
 #include "platform/x11/X11GlobalKeys.h"
 #include "support/ChildProcess.h"
@@ -28,53 +29,12 @@ namespace tavorin {
 namespace {
 
 using namespace key_modifier;
-
-// Serves the main context until `done` holds, or for `seconds` when it never does.
-bool pumpUntil(const std::function<bool()>& done, double seconds = 5) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    while (g_main_context_iteration(nullptr, FALSE)) {
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return true;
-}
-void settle() { pumpUntil([] { return false; }, 0.2); }
+using testing::Keyboard;
+using testing::pumpUntil;
+using testing::settle;
 
 constexpr std::uint32_t kCtrlAltSuperM[] = {
     46, hotkey_modifier::control | hotkey_modifier::option | hotkey_modifier::command};
-
-// The keyboard as the operator would use it, through XTEST on a connection of the test's own.
-class Keyboard {
- public:
-  // Repeats after 50 ms, every 20 ms, so a held key repeats within a test.
-  Keyboard() { XkbSetAutoRepeatRate(display(), XkbUseCoreKbd, 50, 20); }
-  Display* display() const { return display_.get(); }
-
-  void down(KeySym keysym) { send(XKeysymToKeycode(display(), keysym), true); }
-  void up(KeySym keysym) { send(XKeysymToKeycode(display(), keysym), false); }
-  void send(unsigned keycode, bool press) {
-    XTestFakeKeyEvent(display(), keycode, press, CurrentTime);
-    XSync(display(), False);
-  }
-  // Holds the modifiers and the key, long enough for the server to repeat it when `hold`.
-  void chord(std::initializer_list<KeySym> modifiers, unsigned keycode, bool hold = false) {
-    for (KeySym m : modifiers) down(m);
-    send(keycode, true);
-    if (hold) std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    send(keycode, false);
-    for (KeySym m : modifiers) up(m);
-  }
-  void tap(KeySym keysym) {
-    down(keysym);
-    up(keysym);
-  }
-
- private:
-  // Outlives a killed server without ending the test.
-  X11Connection display_ = openX11Connection();
-};
 
 unsigned xKeycode(std::uint32_t keyCode) { return *evdevFromKeyCode(keyCode) + 8; }
 
