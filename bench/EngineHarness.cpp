@@ -150,7 +150,7 @@ int main(int argc, char** argv) {
   std::printf("GPU: %s\n", gl->description().c_str());
   AppEnvironment environment{.showFolder = folder / "show", .preferencesFile = folder / "preferences.json", .queue = queue};
   environment.glContext = gl;
-  auto model = std::make_unique<AppModel>(environment);
+  auto model = std::make_unique<AppModel>(std::move(environment));
   model->start();
 
   CompositorEngine& engine = *model->engine;
