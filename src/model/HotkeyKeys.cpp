@@ -224,6 +224,9 @@ std::variant<HotkeyBinding, HotkeyRefusal> captureHotkey(std::uint32_t evdevCode
   const HotkeyKey* key = byEvdev(evdevCode);
   if (!key) return HotkeyRefusal::unknownKey;
   if ((keyModifiers & key_modifier::all) == 0 && !isFunctionKey(evdevCode)) return HotkeyRefusal::needsModifier;
+  const bool consoleKey = (evdevCode >= KEY_F1 && evdevCode <= KEY_F10) || evdevCode == KEY_F11 || evdevCode == KEY_F12;
+  const std::uint32_t ctrlAlt = key_modifier::control | key_modifier::alt;
+  if (consoleKey && (keyModifiers & ctrlAlt) == ctrlAlt) return HotkeyRefusal::reserved;
   HotkeyBinding binding{key->keyCode, carbonFromKeyModifiers(keyModifiers), {}};
   binding.display = hotkeyDisplay(binding.keyCode, binding.carbonModifiers, keyText);
   return binding;

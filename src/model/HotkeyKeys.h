@@ -40,6 +40,7 @@ std::string hotkeyTriggerName(const HotkeyBinding& binding);
 enum class HotkeyRefusal {
   unknownKey,     // not a key a hotkey may use (a modifier alone, a media key…)
   needsModifier,  // a plain key would fire while the operator types elsewhere
+  reserved,       // Ctrl+Alt+F1–F12 switch to a text console: no program ever sees them
 };
 
 // A key pressed while the operator records a tile's hotkey, as the binding to
