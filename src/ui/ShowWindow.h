@@ -7,6 +7,7 @@
 #include "ui/AudioFilterBridge.h"
 #include "ui/CaptureBridge.h"
 #include "ui/ClipBridge.h"
+#include "ui/DeckBridge.h"
 #include "ui/LayerInspector.h"
 #include "ui/LayerListModel.h"
 #include "ui/LayerShapeEditor.h"
@@ -58,6 +59,7 @@ class ShowWindow {
   StatusBridge& status() { return status_; }
   SoundEffectsBridge& soundEffects() { return soundEffects_; }
   AudioDevicesBridge& audioDevices() { return audioDevices_; }
+  DeckBridge& deck() { return deck_; }
 
  private:
   // The window comes back where the operator left it (in the preferences).
@@ -83,6 +85,7 @@ class ShowWindow {
   StatusBridge status_;
   SoundEffectsBridge soundEffects_;
   AudioDevicesBridge audioDevices_;
+  DeckBridge deck_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };
 

@@ -13,6 +13,8 @@
 #include <functional>
 #include <thread>
 
+#include <linux/input-event-codes.h>
+
 #include "app/ShowRuntime.h"
 #include "peers/NginxRtmp.h"
 #include "peers/PrivateXServer.h"
@@ -305,6 +307,7 @@ TEST_F(Window, MixerStripsSetTheChannelsLevelAndAirAndTheRoutingIsStored) {
   model().audioMixer.moveChannel("tone:test", AudioMixerEngine::kSFXChannelID);
   QQuickItem* fader = item("fader");
   ASSERT_TRUE(fader);
+
   auto channel = [&] { return model().audioMixer.channels.get().front(); };
   auto stored = [&](const char* key) -> Json {
     std::ifstream file(dir_ / "preferences.json");
@@ -597,6 +600,65 @@ TEST_F(Window, LayersGroupHideAsOneAndUngroup) {
   EXPECT_TRUE(group(0).isEmpty() && group(1).isEmpty());
 }
 
+// A drag as the operator's mouse makes it: pressed, moved in steps, released.
+void dragBy(QQuickWindow* window, QPoint from, QPoint by) {
+  QTest::mousePress(window, Qt::LeftButton, {}, from);
+  for (int step = 1; step <= 8; ++step) QTest::mouseMove(window, from + by * step / 8, 15);
+  QTest::mouseRelease(window, Qt::LeftButton, {}, from + by, 15);
+}
+
+// A key as X delivers it: the key's code beside Qt's name for it.
+void pressKey(QQuickWindow* window, Qt::Key key, Qt::KeyboardModifiers modifiers, quint32 evdev, const QString& text) {
+  QKeyEvent press(QEvent::KeyPress, key, modifiers, evdev + 8, 0, 0, text);
+  QCoreApplication::sendEvent(window, &press);
+}
+
+TEST_F(Window, TheDeckRunsItsTilesAndIsArrangedEditedAndKeyedFromThePanel) {
+  QQuickWindow* window = window_->window();
+  DeckStore& decks = model().deckStore;
+  decks.addTile(DeckAction::plain(DeckActionKind::cut), std::nullopt);
+  decks.addTile(DeckAction::plain(DeckActionKind::punchBlack), std::nullopt);
+  QQuickItem* cut = item("deckTile_CUT");
+  QQuickItem* black = item("deckTile_Black");
+  ASSERT_TRUE(cut && black);
+  const double pitch = window_->deck().unit() + window_->deck().gap();
+  EXPECT_DOUBLE_EQ(black->x() - cut->x(), 2 * pitch) << "medium tiles side by side";
+
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(black));
+  ASSERT_EQ(model().switcher.programScene->layers.size(), 1u);
+  EXPECT_EQ(model().switcher.programScene->layers[0].sourceID, "still:black");
+
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("editDeckButton")));
+  const Uuid blackID = decks.activeDeck()->tiles[1].id;
+  dragBy(window, centre(black), QPoint(-static_cast<int>(pitch), 0));
+  settle();
+  EXPECT_FALSE(decks.findTile(blackID)->gridX) << "onto the CUT tile: springs back";
+  dragBy(window, centre(item("deckTile_Black")), QPoint(0, static_cast<int>(2 * pitch)));
+  ASSERT_TRUE(pumpUntil([&] { return decks.findTile(blackID)->gridX.has_value(); }, 2));
+  EXPECT_EQ(decks.findTile(blackID)->gridX, 2);
+  EXPECT_EQ(decks.findTile(blackID)->gridY, 2);
+
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("removeTile_CUT")));
+  EXPECT_EQ(decks.activeDeck()->tiles.size(), 2u) << "the first click asks";
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("removeTile_CUT")));
+  EXPECT_TRUE(pumpUntil([&] { return decks.activeDeck()->tiles.size() == 1u; }, 2));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("editDeckButton")));
+
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("addTileButton")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("hotkeyField")));
+  pressKey(window, Qt::Key_C, {}, KEY_C, "c");
+  EXPECT_TRUE(item("hotkeyMessage")->isVisible()) << "a plain letter is refused";
+  EXPECT_EQ(model().switcher.programScene->layers[0].sourceID, "still:black") << "nor does it reach the shortcuts";
+  pressKey(window, Qt::Key_K, Qt::ControlModifier, KEY_K, "k");
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(labelled("Save")));
+  ASSERT_EQ(decks.activeDeck()->tiles.size(), 2u);
+  EXPECT_EQ(decks.activeDeck()->tiles[1].hotkey, (HotkeyBinding{40, hotkey_modifier::control, "Ctrl+K"}));
+
+  window_->deck().addDeck("Late show");
+  EXPECT_EQ(window_->deck().deckName(), "Late show");
+  EXPECT_EQ(window_->deck().rowCount(), 0);
+}
+
 // The show without an audio service, whatever the machine runs: the tests
 // neither play into the user's speakers nor change the user's devices.
 class NoAudioService : public Window {
@@ -616,6 +678,7 @@ TEST_F(NoAudioService, SoundEffectsPlayAndStopFromTheirPanelImportAsideAndRideAS
   const SFXItem ding = model().soundEffects.store.sounds->front();
   ASSERT_EQ(ding.name, "Ding");
 
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("soundsTab")));
   QQuickItem* play = item("sfxPlay_Ding");
   ASSERT_TRUE(play);
   QTest::mouseClick(window, Qt::LeftButton, {}, centre(play));

@@ -8,15 +8,40 @@ ApplicationWindow {
     visible: true
     width: 1366
     height: 768
-    minimumWidth: 1024
-    minimumHeight: 600
+    minimumWidth: mini ? 280 : 1024
+    minimumHeight: mini ? 240 : 600
     title: "Tavorin"
     color: theme.window
 
     property Theme theme: Theme {}
     property bool safeAreas: false
+    // The compact window: the deck alone, on top of other windows, for running
+    // the show from a corner of the screen (Ctrl+Alt+Super+M, anywhere).
+    property bool mini: false
+    property rect fullGeometry
+    function toggleMini() {
+        if (!mini) {
+            fullGeometry = Qt.rect(x, y, width, height)
+            mini = true
+            flags = flags | Qt.WindowStaysOnTopHint
+            width = 420
+            height = 340
+        } else {
+            mini = false
+            flags = flags & ~Qt.WindowStaysOnTopHint
+            x = fullGeometry.x
+            y = fullGeometry.y
+            width = fullGeometry.width
+            height = fullGeometry.height
+        }
+    }
+    Connections {
+        target: deck
+        function onToggleMiniMode() { window.toggleMini() }
+    }
     // Shortcuts stay quiet while the operator types.
-    readonly property bool typing: activeFocusItem !== null && activeFocusItem.hasOwnProperty("cursorPosition")
+    readonly property bool typing: activeFocusItem !== null
+                                   && (activeFocusItem.hasOwnProperty("cursorPosition") || activeFocusItem.capturesKeys === true)
 
     palette.window: theme.window
     palette.base: theme.raised
@@ -32,7 +57,15 @@ ApplicationWindow {
 
     header: StatusStrip { theme: window.theme; onLogRequested: logPanel.open() }
 
+    Loader {
+        objectName: "miniDeck"
+        active: window.mini
+        anchors.fill: parent
+        sourceComponent: DeckPanel { theme: window.theme }
+    }
+
     SplitView {
+        visible: !window.mini
         anchors.fill: parent
         orientation: Qt.Horizontal
 
@@ -96,7 +129,25 @@ ApplicationWindow {
                     SplitView.minimumHeight: 120
                     orientation: Qt.Horizontal
                     MixerPanel { objectName: "mixerPanel"; SplitView.fillWidth: true; SplitView.minimumWidth: 400; theme: window.theme }
-                    SoundEffectsPanel { objectName: "soundEffectsPanel"; SplitView.preferredWidth: 290; SplitView.minimumWidth: 160; theme: window.theme }
+                    // The deck and the sounds share a pane: the mixer needs the width.
+                    ColumnLayout {
+                        SplitView.preferredWidth: 290
+                        SplitView.minimumWidth: 200
+                        spacing: 0
+                        TabBar {
+                            id: controlTabs
+                            Layout.fillWidth: true
+                            TabButton { objectName: "deckTab"; text: "Deck"; font.pixelSize: 11 }
+                            TabButton { objectName: "soundsTab"; text: "Sounds"; font.pixelSize: 11 }
+                        }
+                        StackLayout {
+                            Layout.fillWidth: true
+                            Layout.fillHeight: true
+                            currentIndex: controlTabs.currentIndex
+                            DeckPanel { objectName: "deckPanel"; theme: window.theme }
+                            SoundEffectsPanel { objectName: "soundEffectsPanel"; theme: window.theme }
+                        }
+                    }
                 }
             }
         }
