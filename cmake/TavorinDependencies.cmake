@@ -33,5 +33,7 @@ pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-i18n icu-uc)
 pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11 xext xdamage xfixes xcomposite xrandr)
 find_package(OpenSSL REQUIRED)
 find_package(Boost 1.74 REQUIRED)
+# The phone remote's link drawn as a QR code in the window.
+pkg_check_modules(QRENCODE REQUIRED IMPORTED_TARGET libqrencode)
 # The operator's window; Test for its tests.
 find_package(Qt6 6.4 REQUIRED COMPONENTS Gui Qml Quick QuickControls2 Test)

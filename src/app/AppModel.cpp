@@ -121,6 +121,7 @@ AppModel::AppModel(AppEnvironment environment)
       streaming(queue_, [this](const Uuid& id) { return streamKeys.key(id); }, encoders),
       streamingControl(streaming, streamStore, [this] { return pixelSize(canvasSize.get()); },
                        [this](std::string line) { appendLog(std::move(line)); }),
+      remote(*this, queue_, preferences_, environment.remotePorts),
       statsTicker_(queue_, stats,
                    {.fps = [this] { return engine ? engine->measuredFPS() : 0.0; },
                     .recordingSeconds = [this] { return recording.recordingSeconds(); },
@@ -168,6 +169,7 @@ void AppModel::start() {
   sessionKeeper_.start();
   restoreStudioMode();
   startDecks();
+  remote.apply();
   subscribeSourceUse();
   sourceLifecycle.start();
   startStatsTick();

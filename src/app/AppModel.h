@@ -14,6 +14,7 @@
 #include "app/AudioDevices.h"
 #include "app/CaptureDevices.h"
 #include "app/RecordingController.h"
+#include "app/RemoteControl.h"
 #include "app/ScreenshotWriter.h"
 #include "app/SoundEffects.h"
 #include "app/SessionKeeper.h"
@@ -86,6 +87,8 @@ struct AppEnvironment {
   // What watches the deck's keys while other programs have focus; without it
   // (headless, tests) no key is bound.
   std::unique_ptr<GlobalKeyService> globalKeys = {};
+  // Where the phone remote listens; tests move it off the fixed ports.
+  RemotePorts remotePorts = {};
 };
 
 // Owns every engine and store from start to quit, links them once at start,
@@ -251,6 +254,8 @@ class AppModel {
   StreamingEngine streaming;
   StreamingController streamingControl;
   StatusStats stats;
+  // The phone remote: the active deck on any phone on the network.
+  RemoteControl remote;
 
   // Recording; each logs what happened in the operator's words. A loop
   // capture becomes a clip of the show.

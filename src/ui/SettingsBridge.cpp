@@ -1,6 +1,8 @@
 #include "ui/SettingsBridge.h"
 
 #include "app/AppModel.h"
+#include "ui/QrCode.h"
+#include "ui/QtText.h"
 
 namespace tavorin {
 
@@ -9,6 +11,23 @@ SettingsBridge::SettingsBridge(AppModel& model, QObject* parent) : QObject(paren
   subscriptions_.push_back(model.canvasSize.subscribe(changedNow));
   subscriptions_.push_back(model.frameRate.subscribe(changedNow));
   subscriptions_.push_back(model.showOnboarding.subscribe(changedNow));
+  subscriptions_.push_back(model.remote.enabled.subscribe([this](bool) { refreshRemote(); }));
+  refreshRemote();
+}
+
+bool SettingsBridge::remoteEnabled() const { return model_.remote.enabled.get(); }
+
+void SettingsBridge::setRemoteEnabled(bool on) { model_.remote.setEnabled(on); }
+
+void SettingsBridge::refreshRemote() {
+  if (model_.remote.enabled.get()) {
+    remoteLink_ = qText(model_.remote.link());
+    remoteQRCode_ = qrCodeDataURL(remoteLink_, 5);
+  } else {
+    remoteLink_.clear();
+    remoteQRCode_.clear();
+  }
+  Q_EMIT remoteChanged();
 }
 
 QStringList SettingsBridge::canvasSizes() const {

@@ -22,6 +22,10 @@ class SettingsBridge : public QObject {
   Q_PROPERTY(QVariantList frameRates READ frameRates CONSTANT)
   Q_PROPERTY(int frameRate READ frameRate NOTIFY changed)
   Q_PROPERTY(bool showOnboarding READ showOnboarding NOTIFY changed)
+  // The phone remote: whether it listens, the link a phone opens and that link as a QR code (a PNG data URL).
+  Q_PROPERTY(bool remoteEnabled READ remoteEnabled NOTIFY remoteChanged)
+  Q_PROPERTY(QString remoteLink READ remoteLink NOTIFY remoteChanged)
+  Q_PROPERTY(QString remoteQRCode READ remoteQRCode NOTIFY remoteChanged)
 
  public:
   explicit SettingsBridge(AppModel& model, QObject* parent = nullptr);
@@ -31,18 +35,28 @@ class SettingsBridge : public QObject {
   QVariantList frameRates() const;
   int frameRate() const;
   bool showOnboarding() const;
+  bool remoteEnabled() const;
+  QString remoteLink() const { return remoteLink_; }
+  QString remoteQRCode() const { return remoteQRCode_; }
 
   // A recording running at the old size is closed first, and the log says so.
   Q_INVOKABLE void setCanvasSize(int index);
   // Frames a second; a recording running at the old rate is closed first.
   Q_INVOKABLE void setFrameRate(int fps);
   Q_INVOKABLE void finishOnboarding();
+  Q_INVOKABLE void setRemoteEnabled(bool on);
 
  Q_SIGNALS:
   void changed();
+  void remoteChanged();
 
  private:
+  // The link follows the machine's network, looked at when the remote is switched on.
+  void refreshRemote();
+
   AppModel& model_;
+  QString remoteLink_;
+  QString remoteQRCode_;
   std::vector<Subscription> subscriptions_;
 };
 

@@ -3,7 +3,8 @@ import QtQuick.Controls
 import QtQuick.Dialogs
 import QtQuick.Layouts
 
-// The show's settings: canvas size and frame rate, where Program's sound plays, where recordings go.
+// The show's settings: canvas size and frame rate, where Program's sound plays,
+// where recordings go, and the phone remote.
 Dialog {
     id: root
     property Theme theme: Theme {}
@@ -60,6 +61,40 @@ Dialog {
             Layout.fillWidth: true
             Label { Layout.fillWidth: true; text: recorder.folder; color: theme.text; elide: Text.ElideMiddle }
             Button { text: "Choose…"; onClicked: folderDialog.open() }
+        }
+        Label { text: "Remote"; color: theme.dim }
+        Switch {
+            objectName: "remoteSwitch"
+            text: settings.remoteEnabled ? "A phone on this network runs the deck" : "Off"
+            checked: settings.remoteEnabled
+            onToggled: settings.setRemoteEnabled(checked)
+        }
+        Image {
+            objectName: "remoteQRCode"
+            visible: settings.remoteEnabled && settings.remoteQRCode !== ""
+            Layout.columnSpan: 2
+            Layout.alignment: Qt.AlignHCenter
+            source: settings.remoteQRCode
+            smooth: false
+        }
+        TextEdit {
+            visible: settings.remoteEnabled
+            Layout.columnSpan: 2
+            Layout.alignment: Qt.AlignHCenter
+            text: settings.remoteLink
+            readOnly: true
+            selectByMouse: true
+            color: theme.text
+            font.pixelSize: 12
+        }
+        Label {
+            visible: settings.remoteEnabled
+            Layout.columnSpan: 2
+            Layout.fillWidth: true
+            wrapMode: Text.WordWrap
+            text: "Scan the code with the phone's camera, on the same network. A firewall on this computer must let ports 13377 and 13378 in."
+            color: theme.dim
+            font.pixelSize: 11
         }
     }
 
