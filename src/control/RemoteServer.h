@@ -23,7 +23,8 @@ struct RemotePorts {
 // The network runs on its own thread, "Tavorin.Remote".
 //
 // Beyond answering, it defends the show: the token is compared in constant
-// time, an address that sends wrong tokens is answered more slowly each time
+// time, an address that sends wrong tokens (a request with "k=" and another
+// token) is answered more slowly each time
 // and refused for a minute after ten within a minute, requests and messages
 // have size limits, and idle or slow connections are dropped.
 class RemoteServer {

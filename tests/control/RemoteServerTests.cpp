@@ -138,6 +138,10 @@ TEST_F(RemoteServerTest, ThePageGoesOnlyToARequestThatCarriesTheToken) {
 }
 
 TEST_F(RemoteServerTest, TenWrongTokensLockTheAddressOutEvenWithTheRightOne) {
+  for (int i = 0; i < 2 * RemoteServer::kWrongTokensAllowed; ++i) {
+    EXPECT_EQ(askHTTP("GET /favicon.ico HTTP/1.1\r\n\r\n").substr(0, 12), "HTTP/1.1 403");
+  }
+  EXPECT_EQ(askHTTP("GET /?k=ab2c3d HTTP/1.1\r\n\r\n").substr(0, 12), "HTTP/1.1 200") << "no guess, no strike";
   for (int i = 0; i < RemoteServer::kWrongTokensAllowed; ++i) {
     EXPECT_EQ(askHTTP("GET /?k=wrong1 HTTP/1.1\r\n\r\n").substr(0, 12), "HTTP/1.1 403") << i;
   }
