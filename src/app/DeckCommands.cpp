@@ -341,16 +341,14 @@ TileLook AppModel::tileLook(const DeckTile& tile) const {
 }
 
 std::optional<double> AppModel::tileValue(const DeckTile& tile) const {
-  const auto kind = tile.action.kind;
-  if (kind != DeckActionKind::channelFader && kind != DeckActionKind::channelStrip) return std::nullopt;
+  if (!isFaderTile(tile.action.kind)) return std::nullopt;
   const auto* channel = findIn(audioMixer.channels.get(), [&](const ChannelInfo& c) { return c.id == tile.action.channel; });
   if (!channel) return std::nullopt;
   return std::clamp(channel->level / 2.0, 0.0, 1.0);
 }
 
 void AppModel::setTileValue(const DeckTile& tile, double value) {
-  const auto kind = tile.action.kind;
-  if (kind != DeckActionKind::channelFader && kind != DeckActionKind::channelStrip) return;
+  if (!isFaderTile(tile.action.kind)) return;
   if (!std::isfinite(value)) return;
   audioMixer.setLevel(tile.action.channel, static_cast<float>(std::clamp(value, 0.0, 1.0) * 2.0));
 }

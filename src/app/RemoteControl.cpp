@@ -97,7 +97,7 @@ Json RemoteControl::deckState() const {
   for (const PlacedTile& placed : placeTiles(deck->tiles, columns)) {
     const DeckTile& tile = *placed.tile;
     const TileLook look = model_.tileLook(tile);
-    const bool fader = tile.action.kind == DeckActionKind::channelFader || tile.action.kind == DeckActionKind::channelStrip;
+    const bool fader = isFaderTile(tile.action.kind);
     Json object = {{"id", tile.id.toString()}, {"label", look.title}, {"on", look.on},
                    {"color", look.color},      {"kind", fader ? "fader" : "button"},
                    {"x", placed.x},            {"y", placed.y},

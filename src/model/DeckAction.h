@@ -60,6 +60,11 @@ struct DeckAction {
   friend bool operator==(const DeckAction&, const DeckAction&) = default;
 };
 
+// Tiles that are a channel's fader rather than a button: a value moves them.
+constexpr bool isFaderTile(DeckActionKind kind) {
+  return kind == DeckActionKind::channelFader || kind == DeckActionKind::channelStrip;
+}
+
 enum class DeckPayload { none, id, channel, channelAndRoute };
 
 constexpr DeckPayload payloadOf(DeckActionKind kind) {

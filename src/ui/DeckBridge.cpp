@@ -79,8 +79,6 @@ std::uint32_t keyModifiersOf(Qt::KeyboardModifiers qt) {
   return modifiers;
 }
 
-bool isFader(DeckActionKind kind) { return kind == DeckActionKind::channelFader || kind == DeckActionKind::channelStrip; }
-
 std::optional<std::string> textField(const QVariantMap& fields, const char* key) {
   const QString text = fields.value(key).toString().trimmed();
   if (text.isEmpty()) return std::nullopt;
@@ -184,7 +182,7 @@ QVariant DeckBridge::data(const QModelIndex& index, int role) const {
     case cellYRole: return row.placed.y;
     case cellWRole: return row.placed.w;
     case cellHRole: return row.placed.h;
-    case faderRole: return isFader(row.tile.action.kind);
+    case faderRole: return isFaderTile(row.tile.action.kind);
     case valueRole: return row.value.value_or(0.5);
     case hotkeyRole: return row.tile.hotkey ? qText(row.tile.hotkey->display) : QString();
     case hotkeyRefusedRole: return row.refused;
