@@ -5,22 +5,22 @@
 namespace tavorin {
 namespace {
 
-struct TileSpec {
+struct TileShape {
   std::optional<int> gridX = std::nullopt, gridY = std::nullopt, cellW = std::nullopt, cellH = std::nullopt;
   std::optional<TileSize> size = std::nullopt;
   DeckActionKind kind = DeckActionKind::take;
 };
 
-std::vector<DeckTile> tilesOf(const std::vector<TileSpec>& specs) {
+std::vector<DeckTile> tilesOf(const std::vector<TileShape>& shapes) {
   std::vector<DeckTile> tiles;
-  for (const auto& spec : specs) {
+  for (const auto& shape : shapes) {
     DeckTile tile;
-    tile.action = DeckAction::plain(spec.kind);
-    tile.gridX = spec.gridX;
-    tile.gridY = spec.gridY;
-    tile.cellW = spec.cellW;
-    tile.cellH = spec.cellH;
-    tile.size = spec.size;
+    tile.action = DeckAction::plain(shape.kind);
+    tile.gridX = shape.gridX;
+    tile.gridY = shape.gridY;
+    tile.cellW = shape.cellW;
+    tile.cellH = shape.cellH;
+    tile.size = shape.size;
     tiles.push_back(tile);
   }
   return tiles;
@@ -39,7 +39,7 @@ TEST(DeckPlacement, SpansAndPlacesLikeTheGridRules) {
   const auto strip = DeckActionKind::channelStrip;
   struct Case {
     const char* what;
-    std::vector<TileSpec> tiles;
+    std::vector<TileShape> tiles;
     int columns;
     Cells expected;
   };
