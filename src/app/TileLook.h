@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 namespace tavorin {
 
@@ -18,8 +17,5 @@ struct TileLook {
 
   friend bool operator==(const TileLook&, const TileLook&) = default;
 };
-
-// The text a tile shows when its target has gone.
-inline constexpr std::string_view kMissingTargetHint = "Target no longer exists — remove this tile";
 
 }  // namespace tavorin

@@ -341,8 +341,6 @@ QVariantList DeckBridge::symbols() const {
   return list;
 }
 
-QVariantList DeckBridge::transitions() const { return targets("transition"); }
-
 QVariantMap DeckBridge::tile(const QString& tileID) const {
   DeckTile tile;
   tile.action = DeckAction::plain(DeckActionKind::take);

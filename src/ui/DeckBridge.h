@@ -89,7 +89,6 @@ class DeckBridge : public QAbstractListModel {
   // The choices for a target list, as {id, name}.
   Q_INVOKABLE QVariantList targets(const QString& target) const;
   Q_INVOKABLE QVariantList symbols() const;
-  Q_INVOKABLE QVariantList transitions() const;
   // A tile's fields as the editor shows them; a fresh tile's for an empty id.
   Q_INVOKABLE QVariantMap tile(const QString& tileID) const;
   // Stores the editor's fields: a new tile when "id" is empty. Its id.

@@ -95,7 +95,7 @@ Dialog {
         ComboBox {
             visible: root.draft.kind === "loadLayout"
             Layout.fillWidth: true
-            model: [{ id: "", name: "The switcher's transition" }].concat(deck.transitions())
+            model: [{ id: "", name: "The switcher's transition" }].concat(deck.targets("transition"))
             textRole: "name"
             valueRole: "id"
             currentIndex: Math.max(0, indexOfValue(root.draft.takeTransitionID))
