@@ -34,6 +34,8 @@ pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11 xext xdamage xfixes xcomposit
 find_package(OpenSSL REQUIRED)
 find_package(Boost 1.74 REQUIRED)
 # The phone remote's link drawn as a QR code in the window.
+# web pages' frames
+pkg_check_modules(SPNG REQUIRED IMPORTED_TARGET spng)
 pkg_check_modules(QRENCODE REQUIRED IMPORTED_TARGET libqrencode)
 # The operator's window; Test for its tests.
 find_package(Qt6 6.4 REQUIRED COMPONENTS Gui Qml Quick QuickControls2 Test)
