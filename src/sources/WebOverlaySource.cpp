@@ -79,6 +79,14 @@ void WebOverlaySource::replayFromStart() {
   });
 }
 
+void WebOverlaySource::runScript(const std::string& script, WebPage::ScriptResult done) {
+  if (!page_) {
+    if (done) done(std::nullopt);
+    return;
+  }
+  page_->evaluate(script, std::move(done));
+}
+
 void WebOverlaySource::setConfigValue(const std::string& key, const std::string& value) {
   config_[key] = value;
   pushConfig();

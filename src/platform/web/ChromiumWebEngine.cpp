@@ -93,12 +93,21 @@ class ChromiumPage : public WebPage {
   void setFramesPerSecond(double fps) override {
     settings_.framesPerSecond = fps;
     std::optional<std::int64_t> owed;
+    bool faster;
+    double now = DevToolsPipe::steadySeconds();
     {
       std::lock_guard<std::mutex> hold(channel_->lock);
-      channel_->interval = fps > 0 ? 1.0 / fps : 0;
+      double interval = fps > 0 ? 1.0 / fps : 0;
+      faster = interval > 0 && (channel_->interval <= 0 || interval < channel_->interval);
+      channel_->interval = interval;
       if (fps > 0) std::swap(owed, channel_->heldFrame);
+      if (faster) channel_->lastAckAt = std::min(channel_->lastAckAt, now);
     }
-    if (auto engine = live(); engine && owed) engine->sendAck(generation_, sessionId_, *owed, 0);
+    auto engine = live();
+    if (!engine) return;
+    if (owed) engine->sendAck(generation_, sessionId_, *owed, 0);
+    // Acknowledgements already waiting at the slower pace go now.
+    if (faster) engine->hurryAcks(generation_, sessionId_, now);
   }
 
   std::string currentURL() const override { return url_; }
@@ -377,7 +386,12 @@ void ChromiumWebEngine::frameArrived(DevToolsMessage message, std::uint64_t gene
         channel->heldFrame = frame;
         return;
       }
-      notBefore = std::max(DevToolsPipe::steadySeconds(), channel->lastAckAt + channel->interval);
+      // Acknowledgements keep to a grid of the page's interval, which sets its
+      // rate; one that is late goes at once, so that a slow frame is made up
+      // for, and a page far behind starts the grid again from now.
+      double now = DevToolsPipe::steadySeconds();
+      notBefore = channel->lastAckAt + channel->interval;
+      if (notBefore < now - channel->interval) notBefore = now;
       channel->lastAckAt = notBefore;
     }
     sendAck(generation, session, frame, notBefore);
@@ -389,7 +403,12 @@ void ChromiumWebEngine::sendAck(std::uint64_t generation, const std::string& ses
   std::lock_guard<std::mutex> hold(pipeLock_);
   if (!pipe_ || generation != generation_) return;
   pipe_->send(encodeDevToolsCommand(nextId_++, "Page.screencastFrameAck", {{"sessionId", frame}}, sessionId),
-              notBefore);
+              notBefore, sessionId);
+}
+
+void ChromiumWebEngine::hurryAcks(std::uint64_t generation, const std::string& sessionId, double notBefore) {
+  std::lock_guard<std::mutex> hold(pipeLock_);
+  if (pipe_ && generation == generation_) pipe_->hurry(sessionId, notBefore);
 }
 
 void ChromiumWebEngine::call(const std::string& method, const nlohmann::json& params, const std::string& sessionId,

@@ -80,6 +80,7 @@ class ChromiumWebEngine : public WebEngine {
             Reply reply = {});
   // Any thread.
   void sendAck(std::uint64_t generation, const std::string& sessionId, std::int64_t frame, double notBefore);
+  void hurryAcks(std::uint64_t generation, const std::string& sessionId, double notBefore);
   void openTarget(ChromiumPage& page);
   void pageReady(ChromiumPage& page);
   void forget(ChromiumPage& page);

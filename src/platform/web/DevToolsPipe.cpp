@@ -132,12 +132,24 @@ DevToolsPipe::~DevToolsPipe() {
   close(readFd_);
 }
 
-void DevToolsPipe::send(std::string message, double notBefore) {
+void DevToolsPipe::send(std::string message, double notBefore, std::string tag) {
   {
     std::lock_guard<std::mutex> hold(lock_);
     auto at = std::upper_bound(outgoing_.begin(), outgoing_.end(), notBefore,
                                [](double t, const Pending& p) { return t < p.notBefore; });
-    outgoing_.insert(at, Pending{notBefore, std::move(message)});
+    outgoing_.insert(at, Pending{notBefore, std::move(message), std::move(tag)});
+  }
+  changed_.notify_all();
+}
+
+void DevToolsPipe::hurry(const std::string& tag, double notBefore) {
+  {
+    std::lock_guard<std::mutex> hold(lock_);
+    for (auto& pending : outgoing_) {
+      if (pending.tag == tag) pending.notBefore = std::min(pending.notBefore, notBefore);
+    }
+    std::stable_sort(outgoing_.begin(), outgoing_.end(),
+                     [](const Pending& a, const Pending& b) { return a.notBefore < b.notBefore; });
   }
   changed_.notify_all();
 }

@@ -38,7 +38,10 @@ class DevToolsPipe {
   // Any thread; returns at once. The message is written in order, but not
   // before `notBefore` (steadySeconds()), which is how frame pacing waits
   // without holding anyone up.
-  void send(std::string message, double notBefore = 0);
+  // `tag` names messages that hurry() may bring forward.
+  void send(std::string message, double notBefore = 0, std::string tag = {});
+  // Messages with this tag that wait for a later time go at `notBefore` instead.
+  void hurry(const std::string& tag, double notBefore);
 
   pid_t pid() const { return pid_; }
 
@@ -53,6 +56,7 @@ class DevToolsPipe {
   struct Pending {
     double notBefore;
     std::string message;
+    std::string tag;
   };
 
   const pid_t pid_;
