@@ -175,6 +175,7 @@ void AppModel::start() {
   startStatsTick();
   capture.registerKinds(sourceFactory);
   sourceFactory.registerKind(SavedSource::Kind::clip, [this](const SavedSource& saved) { return makeClipSource(saved); });
+  startWebSources();
   std::weak_ptr<AppModel*> weakSelf = self_;
   // The stored sources come back once the cameras and screens are known.
   queue_.post([weakSelf] {

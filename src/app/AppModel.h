@@ -41,6 +41,8 @@
 #include "platform/media/SharedEncoders.h"
 #include "platform/secrets/SecretStore.h"
 #include "sources/LoopingVideoSource.h"
+#include "base/Debouncer.h"
+#include "platform/web/WebEngine.h"
 #include "sources/SourceFactory.h"
 #include "sources/SourceLifecycle.h"
 #include "stores/DeckStore.h"
@@ -50,6 +52,7 @@
 #include "stores/Preferences.h"
 #include "stores/RecordingsRoot.h"
 #include "stores/SessionStore.h"
+#include "stores/OverlayStore.h"
 #include "stores/ShowFolder.h"
 #include "stores/SourcesStore.h"
 #include "stores/StreamDestinationStore.h"
@@ -161,6 +164,16 @@ class AppModel {
   // A video file joins the show as a looping clip, kept in the clips library;
   // its source id, or nothing when the file can't be played (logged).
   std::optional<std::string> addClipSource(const std::filesystem::path& file);
+  // Web pages: an overlay of the library (one source per item), any address,
+  // an overlay's param (pushed to the page and stored), its replay. The id of
+  // the source, or nothing when it could not be made.
+  std::optional<std::string> addOverlayToShow(const OverlayItem& item);
+  std::optional<std::string> addBrowserSource(const std::string& address);
+  void setOverlayParam(const std::string& sourceID, const std::string& key, const std::string& value);
+  void replayOverlay(const std::string& sourceID);
+  // Lays every overlay out at the largest size a layer of the main or the
+  // vertical Preview or Program shows it at; runs 0.25 s after they change.
+  void fitOverlays();
   // A clip's transport and trim; ids that are no clip change nothing.
   void setClipTrim(const std::string& id, double start, std::optional<double> end);
   void playClip(const std::string& id);
@@ -214,6 +227,8 @@ class AppModel {
   // The frame clock's map of the sources' newest frames; the lifecycle keeps it in step with `sources`.
   FrameSlotMap frameSlots;
   std::unique_ptr<CompositorEngine> engine;
+  // Renders web pages and overlays; its browser starts with the first page.
+  std::unique_ptr<WebEngine> webEngine;
   SourceFactory sourceFactory;
   SourceLifecycle sourceLifecycle;
   Published<SourceLifecycle::SourceList>& sources = sourceLifecycle.sources;
@@ -235,6 +250,8 @@ class AppModel {
   Published<bool> verticalScratchPinned;
   Published<bool> verticalTakePending;
   SourcesStore sourcesStore;
+  // The HTML overlays of the show's library.
+  OverlayStore overlayStore{showFolder_};
   SessionStore sessionStore;
   // Cameras and screens: the lists, their sources, their quality.
   CaptureDevices capture;
@@ -318,6 +335,10 @@ class AppModel {
   void addLoopClip(const std::filesystem::path& file);
   // Clips rebuilt from the store: the trim applied and written back, the sound on a mixer channel.
   std::shared_ptr<BaseSource> makeClipSource(const SavedSource& saved);
+  std::shared_ptr<BaseSource> makeOverlaySource(const SavedSource& saved);
+  std::shared_ptr<BaseSource> makeBrowserSource(const SavedSource& saved);
+  void startWebSources();
+  Debouncer fitOverlaysLater_{queue_, 0.25, [this] { fitOverlays(); }};
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
   std::function<void(float)> makePoseUpdate(const CustomTransition& custom);
   void bindEngine();
