@@ -42,6 +42,7 @@
 #include "platform/secrets/SecretStore.h"
 #include "sources/LoopingVideoSource.h"
 #include "base/Debouncer.h"
+#include "graphics/OverlayStarters.h"
 #include "platform/web/WebEngine.h"
 #include "sources/SourceFactory.h"
 #include "sources/SourceLifecycle.h"
@@ -171,6 +172,9 @@ class AppModel {
   std::optional<std::string> addBrowserSource(const std::string& address);
   void setOverlayParam(const std::string& sourceID, const std::string& key, const std::string& value);
   void replayOverlay(const std::string& sourceID);
+  // A new library item from the starter's design, added to the show with a
+  // layer where the design belongs in the scene being edited.
+  std::optional<std::string> addOverlayStarter(OverlayStarter starter);
   // Lays every overlay out at the largest size a layer of the main or the
   // vertical Preview or Program shows it at; runs 0.25 s after they change.
   void fitOverlays();

@@ -84,6 +84,28 @@ std::optional<std::string> AppModel::addBrowserSource(const std::string& address
   return saved.id;
 }
 
+std::optional<std::string> AppModel::addOverlayStarter(OverlayStarter starter) {
+  const auto& info = overlayStarterInfo(starter);
+  auto item = overlayStore.add(std::string(info.libraryName), overlayStarterDocument(starter));
+  if (!item) {
+    appendLog("Overlay “" + std::string(info.libraryName) + "” could not be written to the library.");
+    return std::nullopt;
+  }
+  auto id = addOverlayToShow(*item);
+  if (!id) return std::nullopt;
+  bool vertical = editCanvas.get() == EditCanvas::vertical;
+  PreviewEditor& target = vertical ? verticalEditor : editor;
+  const SwitcherEngine& scenes = vertical ? verticalSwitcher : switcher;
+  Uuid layerID = target.addLayer(*id);
+  for (auto layer : scenes.previewScene->layers) {
+    if (layer.id != layerID) continue;
+    layer.center = info.center;
+    layer.size = info.size;
+    target.updateLayer(layer);
+  }
+  return id;
+}
+
 void AppModel::setOverlayParam(const std::string& sourceID, const std::string& key, const std::string& value) {
   auto* overlay = dynamic_cast<WebOverlaySource*>(sourceLifecycle.find(sourceID).get());
   if (!overlay) return;

@@ -42,20 +42,32 @@ TEST(AppModelWebTest, OverlayEntersTheShowOnceWithItsDefaultsAndFollowsItsLayers
     queue.advance(0.3);
     auto* overlay = dynamic_cast<WebOverlaySource*>(model.sources->front().get());
     EXPECT_EQ(overlay->pageSize(), (OverlayPageSize{806, 173}));
+
+    // Each pick of a starter is a new library item with its layer where the design belongs.
+    auto starter = model.addOverlayStarter(OverlayStarter::lowerThird);
+    ASSERT_TRUE(starter);
+    EXPECT_NE(model.addOverlayStarter(OverlayStarter::lowerThird), starter);
+    EXPECT_EQ(model.overlayStore.overlays->size(), 3u);
+    const auto& layers = model.switcher.previewScene->layers;
+    auto placed = std::find_if(layers.begin(), layers.end(), [&](const LayerState& l) { return l.sourceID == *starter; });
+    ASSERT_NE(placed, layers.end());
+    EXPECT_EQ(placed->center, (Point{0.24, 0.86}));
+    EXPECT_EQ(placed->size, (Size{0.42, 0.16}));
   }
   // Back after a restart with its stored value; without its document it is skipped.
   {
     AppModel model(AppEnvironment{show.path(), show / "preferences.json", queue});
     model.start();
     queue.runUntilIdle();
-    ASSERT_EQ(model.sources->size(), 1u);
+    ASSERT_EQ(model.sources->size(), 3u);
     EXPECT_EQ(dynamic_cast<WebOverlaySource*>(model.sources->front().get())->config().at("name"), "Ada");
   }
   std::filesystem::remove(OverlayStore(ShowFolder(show.path())).fileURL(item));
   AppModel model(AppEnvironment{show.path(), show / "preferences.json", queue});
   model.start();
   queue.runUntilIdle();
-  EXPECT_TRUE(model.sources->empty());
+  EXPECT_EQ(model.sources->size(), 2u);
+  EXPECT_FALSE(model.sourceLifecycle.find("overlay:" + item.id.toString()));
 }
 
 }  // namespace
