@@ -231,8 +231,10 @@ class AppModel {
   // The frame clock's map of the sources' newest frames; the lifecycle keeps it in step with `sources`.
   FrameSlotMap frameSlots;
   std::unique_ptr<CompositorEngine> engine;
-  // Renders web pages and overlays; its browser starts with the first page.
+  // Render overlays, and browser pages on the show's web profile; each
+  // browser starts with its first page.
   std::unique_ptr<WebEngine> webEngine;
+  std::unique_ptr<WebEngine> browserEngine;
   SourceFactory sourceFactory;
   SourceLifecycle sourceLifecycle;
   Published<SourceLifecycle::SourceList>& sources = sourceLifecycle.sources;

@@ -11,11 +11,15 @@
 namespace tavorin {
 
 void AppModel::startWebSources() {
-  ChromiumWebEngine::Options options;
+  // Two browsers: a profile serves one browser at a time, and while the
+  // operator logs in through a visible window the browser pages' one must
+  // stop; the overlays, which need no profile, go on in theirs.
+  auto log = [this](std::string line) { appendLog(std::move(line)); };
+  webEngine = std::make_unique<ChromiumWebEngine>(
+      queue_, ChromiumWebEngine::Options{.executable = {}, .profileDir = showFolder_.root() / "Web cache", .log = log});
   // Logins of browser pages stay with the show.
-  options.profileDir = showFolder_.root() / "Web profile";
-  options.log = [this](std::string line) { appendLog(std::move(line)); };
-  webEngine = std::make_unique<ChromiumWebEngine>(queue_, std::move(options));
+  browserEngine = std::make_unique<ChromiumWebEngine>(
+      queue_, ChromiumWebEngine::Options{.executable = {}, .profileDir = showFolder_.root() / "Web profile", .log = log});
   sourceFactory.registerKind(SavedSource::Kind::overlay,
                              [this](const SavedSource& saved) { return makeOverlaySource(saved); });
   sourceFactory.registerKind(SavedSource::Kind::browser,
@@ -36,8 +40,8 @@ std::shared_ptr<BaseSource> AppModel::makeOverlaySource(const SavedSource& saved
 }
 
 std::shared_ptr<BaseSource> AppModel::makeBrowserSource(const SavedSource& saved) {
-  if (!webEngine) return nullptr;
-  auto browser = std::make_shared<WebBrowserSource>(saved.id, saved.name, saved.browserURL.value_or(""), *webEngine);
+  if (!browserEngine) return nullptr;
+  auto browser = std::make_shared<WebBrowserSource>(saved.id, saved.name, saved.browserURL.value_or(""), *browserEngine);
   browser->onURLChange = [this, id = saved.id](const std::string& url) {
     for (auto entry : sourcesStore.saved.get()) {
       if (entry.id != id) continue;

@@ -55,11 +55,17 @@ void WebBrowserSource::reloadPage() {
 }
 
 bool WebBrowserSource::useCurrentPage() {
-  std::string url = currentURL();
+  std::string url = engine_.interactiveOpen() ? engine_.interactiveURL() : currentURL();
   if (url.empty() || url == "about:blank") return false;
   urlString_ = url;
+  // A page waiting for the window to close opens here when it does.
+  if (page_) page_->load(urlString_);
   if (onURLChange) onURLChange(urlString_);
   return true;
 }
+
+bool WebBrowserSource::showInteractive() { return engine_.openInteractive(currentURL()); }
+
+void WebBrowserSource::endInteractive() { engine_.closeInteractive(); }
 
 }  // namespace tavorin

@@ -34,8 +34,13 @@ class WebBrowserSource : public BaseSource {
   void goBack();
   void goForward();
   void reloadPage();
-  // Keeps the address the page shows now as the one to reopen; false when it has none.
+  // Keeps the address the page shows now (in the browser window while it is
+  // open) as the one to reopen; false when it has none.
   bool useCurrentPage();
+  // The page in a visible browser window on the same profile, to log in and
+  // browse; the source keeps its last frame meanwhile. False when it cannot open.
+  bool showInteractive();
+  void endInteractive();
   // Main thread: the stored address changed (to be written to the show).
   std::function<void(const std::string& url)> onURLChange;
 

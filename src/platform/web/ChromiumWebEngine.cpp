@@ -249,6 +249,7 @@ ChromiumWebEngine::ChromiumWebEngine(MainQueue& queue, Options options) : queue_
 
 ChromiumWebEngine::~ChromiumWebEngine() {
   self_.reset();
+  interactive_.reset();
   for (auto& [id, page] : pages_) {
     std::lock_guard<std::mutex> hold(page->channel_->lock);
     page->channel_->closed = true;
@@ -278,7 +279,7 @@ std::unique_ptr<WebPage> ChromiumWebEngine::openPage(const WebPageSettings& sett
   }
   if (running) {
     openTarget(*page);
-  } else if (!launchTimer_.active() && !launchFailed_) {
+  } else if (!launchTimer_.active() && !launchFailed_ && !suspended_) {
     queue_.post([alive = std::weak_ptr<ChromiumWebEngine*>(self_)] {
       if (auto engine = alive.lock()) (*engine)->launch();
     });
@@ -299,7 +300,7 @@ pid_t ChromiumWebEngine::browserPid() const {
 void ChromiumWebEngine::launch() {
   {
     std::lock_guard<std::mutex> hold(pipeLock_);
-    if (pipe_) return;
+    if (pipe_ || suspended_) return;
   }
   std::string program = findExecutable(options_.executable);
   if (program.empty()) {
@@ -482,7 +483,19 @@ void ChromiumWebEngine::dispatch(const DevToolsMessage& message, std::uint64_t g
 }
 
 void ChromiumWebEngine::exited(std::uint64_t generation) {
-  if (generation != generation_) return;
+  {
+    std::lock_guard<std::mutex> hold(pipeLock_);
+    // Already dropped on purpose, or an older browser's late word.
+    if (generation != generation_ || !pipe_) return;
+  }
+  dropBrowser();
+  if (!downLogged_) log("The web engine stopped; web sources keep their last picture until it is back.");
+  downLogged_ = true;
+  if (queue_.now() - launchedAt_ >= kStableRun) restartDelay_ = kFirstRestartDelay;
+  scheduleLaunch();
+}
+
+void ChromiumWebEngine::dropBrowser() {
   std::unique_ptr<DevToolsPipe> pipe;
   {
     std::lock_guard<std::mutex> hold(pipeLock_);
@@ -503,10 +516,78 @@ void ChromiumWebEngine::exited(std::uint64_t generation) {
   DevToolsMessage failed;
   failed.error = "the web engine stopped";
   for (auto& [id, call] : calls) call.reply(failed);
-  if (!downLogged_) log("The web engine stopped; web sources keep their last picture until it is back.");
-  downLogged_ = true;
-  if (queue_.now() - launchedAt_ >= kStableRun) restartDelay_ = kFirstRestartDelay;
-  scheduleLaunch();
+}
+
+bool ChromiumWebEngine::openInteractive(const std::string& url) {
+  if (interactive_) return true;
+  // The headless shell cannot show a window: the full browser is needed.
+  std::string program;
+  for (const char* path : {"/usr/bin/chromium", "/usr/bin/chromium-browser"}) {
+    if (executable(path)) {
+      program = path;
+      break;
+    }
+  }
+  if (program.empty()) {
+    log("A browser window needs the chromium package.");
+    return false;
+  }
+  suspended_ = true;
+  launchTimer_.cancel();
+  dropBrowser();
+  std::vector<std::string> args{program,
+                                "--remote-debugging-pipe",
+                                "--user-data-dir=" + options_.profileDir.string(),
+                                "--no-first-run",
+                                "--no-default-browser-check",
+                                "--disable-sync",
+                                "--window-size=1280,800"};
+  if (geteuid() == 0) args.push_back("--no-sandbox");
+  args.push_back("--new-window");
+  args.push_back(url.empty() ? "about:blank" : url);
+  std::weak_ptr<ChromiumWebEngine*> alive = self_;
+  std::string error;
+  interactive_ = DevToolsPipe::launch(
+      args,
+      [this, alive](std::string text) {
+        auto message = parseDevToolsMessage(std::move(text));
+        if (!message || (message->method != "Target.targetInfoChanged" && message->method != "Target.targetCreated")) {
+          return;
+        }
+        const auto& info = message->body.value("targetInfo", json::object());
+        if (info.value("type", "") != "page") return;
+        std::string address = info.value("url", "");
+        if (address.empty() || address == "about:blank" || address.rfind("chrome", 0) == 0) return;
+        queue_.post([alive, address] {
+          if (auto engine = alive.lock()) (*engine)->interactiveURL_ = address;
+        });
+      },
+      [this, alive] {
+        queue_.post([alive] {
+          if (auto engine = alive.lock()) (*engine)->interactiveExited();
+        });
+      },
+      error);
+  if (!interactive_) {
+    log("The browser window could not open: " + error + ".");
+    suspended_ = false;
+    launch();
+    return false;
+  }
+  interactiveURL_ = url;
+  interactive_->send(encodeDevToolsCommand(nextId_++, "Target.setDiscoverTargets", {{"discover", true}}, {}));
+  return true;
+}
+
+void ChromiumWebEngine::closeInteractive() {
+  if (interactive_) interactive_->send(encodeDevToolsCommand(nextId_++, "Browser.close", json::object(), {}));
+}
+
+void ChromiumWebEngine::interactiveExited() {
+  interactive_.reset();
+  suspended_ = false;
+  if (!pages_.empty()) launch();
+  if (onInteractiveClosed) onInteractiveClosed();
 }
 
 void ChromiumWebEngine::openTarget(ChromiumPage& page) {

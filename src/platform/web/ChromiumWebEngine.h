@@ -53,6 +53,10 @@ class ChromiumWebEngine : public WebEngine {
 
   std::unique_ptr<WebPage> openPage(const WebPageSettings& settings) override;
   int livePageCount() const override;
+  bool openInteractive(const std::string& url) override;
+  void closeInteractive() override;
+  bool interactiveOpen() const override { return interactive_ != nullptr; }
+  std::string interactiveURL() const override { return interactiveURL_; }
   // The browser's process id; 0 while none runs.
   pid_t browserPid() const;
   // The program that would run, or empty when none is installed.
@@ -74,6 +78,9 @@ class ChromiumWebEngine : public WebEngine {
   // Main thread.
   void dispatch(const DevToolsMessage& message, std::uint64_t generation);
   void exited(std::uint64_t generation);
+  // Ends the headless browser on purpose: pages keep their last frame, nothing restarts it.
+  void dropBrowser();
+  void interactiveExited();
   void expireCalls();
   // Sends a command; `reply`, when given, gets the reply or an error on the main thread.
   void call(const std::string& method, const nlohmann::json& params, const std::string& sessionId = {},
@@ -108,6 +115,10 @@ class ChromiumWebEngine : public WebEngine {
   bool missingLogged_ = false;
   bool downLogged_ = false;
   bool launchFailed_ = false;
+  // The visible window's browser; the headless one waits while it runs.
+  std::unique_ptr<DevToolsPipe> interactive_;
+  std::string interactiveURL_;
+  bool suspended_ = false;
 };
 
 }  // namespace tavorin

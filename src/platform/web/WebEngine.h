@@ -63,6 +63,18 @@ class WebEngine {
   virtual std::unique_ptr<WebPage> openPage(const WebPageSettings& settings) = 0;
   // How many pages have a live renderer now (tests, diagnostics).
   virtual int livePageCount() const = 0;
+
+  // A visible browser window on the engine's shared profile, where the
+  // operator logs in and browses. One profile serves one browser at a time, so
+  // while the window is open the engine's pages keep their last frame; they
+  // load again when it closes. False when no visible browser can be started.
+  virtual bool openInteractive(const std::string& url) = 0;
+  virtual void closeInteractive() = 0;
+  virtual bool interactiveOpen() const = 0;
+  // The address the window's page shows now; empty before it has one.
+  virtual std::string interactiveURL() const = 0;
+  // Main thread: the window closed (by the operator or by closeInteractive).
+  std::function<void()> onInteractiveClosed;
 };
 
 }  // namespace tavorin

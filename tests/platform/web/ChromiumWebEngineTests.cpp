@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "peers/LocalWebServer.h"
+#include "peers/PrivateXServer.h"
 #include "platform/loop/GLibMainQueue.h"
 #include "support/MainLoopWait.h"
 #include "support/TempDir.h"
@@ -32,6 +33,11 @@ let t = 0; setInterval(() => { t += 1; document.getElementById('box').style.left
 // Script that never yields, a while after the page has loaded.
 constexpr const char* kLoopingPage = R"(<!doctype html><html><body style="background:#fff">
 <script>setTimeout(() => { for (;;) {} }, 300);</script></body></html>)";
+
+// Sets a lasting cookie when opened with "?login", as a site does when one logs in.
+constexpr const char* kLoginPage = R"(<!doctype html><html><body><script>
+if (location.search === '?login') document.cookie = 'session=ada; max-age=3600; path=/';
+</script></body></html>)";
 
 // Counts a page's frames and keeps the newest.
 struct FrameCounter {
@@ -67,7 +73,7 @@ Bgra pixel(const PixelBuffer& frame, int x, int y) {
 class ChromiumWebEngineTest : public ::testing::Test {
  protected:
   ChromiumWebEngineTest() {
-    for (auto [name, html] : {std::pair{"box.html", kBoxPage}, {"moving.html", kMovingPage}, {"loop.html", kLoopingPage}}) {
+    for (auto [name, html] : {std::pair{"box.html", kBoxPage}, {"moving.html", kMovingPage}, {"loop.html", kLoopingPage}, {"login.html", kLoginPage}}) {
       testing::writeFile(pages / name, html);
     }
   }
@@ -143,6 +149,32 @@ TEST_F(ChromiumWebEngineTest, PagesThatHangHoldUpNeitherTheShowNorOtherPages) {
   EXPECT_GE(moving.frames() - before, 20);
   ASSERT_TRUE(spinUntil([&] { return answer.has_value(); }, ChromiumWebEngine::kReplyTimeout + 3));
   EXPECT_FALSE(answer->has_value());
+}
+
+// The operator logs in through a visible window; the page on the same profile has the login after.
+TEST_F(ChromiumWebEngineTest, LoginInTheBrowserWindowReachesPagesOnTheProfile) {
+  testing::PrivateXServer display{1280, 800};
+  auto settings = this->settings("login.html");
+  settings.sharedProfile = true;
+  auto page = engine.openPage(settings);
+  int loads = 0;
+  page->onLoaded = [&] { ++loads; };
+  ASSERT_TRUE(spinUntil([&] { return loads == 1; }, 20));
+
+  bool closed = false;
+  engine.onInteractiveClosed = [&] { closed = true; };
+  ASSERT_TRUE(engine.openInteractive(server.url("login.html?login")));
+  EXPECT_EQ(engine.livePageCount(), 0) << "one browser on the profile at a time";
+  ASSERT_TRUE(spinUntil([&] { return engine.interactiveURL() == server.url("login.html?login"); }, 30));
+  spinFor(1.0);  // the page's script has run
+  engine.closeInteractive();
+  ASSERT_TRUE(spinUntil([&] { return closed && loads == 2; }, 30));
+  EXPECT_FALSE(engine.interactiveOpen());
+
+  std::optional<nlohmann::json> cookie;
+  page->evaluate("document.cookie", [&](std::optional<nlohmann::json> value) { cookie = value; });
+  ASSERT_TRUE(spinUntil([&] { return cookie.has_value(); }, 10));
+  EXPECT_EQ(*cookie, "session=ada");
 }
 
 }  // namespace
