@@ -8,6 +8,7 @@
 #include "ui/CaptureBridge.h"
 #include "ui/ClipBridge.h"
 #include "ui/DeckBridge.h"
+#include "ui/WebBridge.h"
 #include "ui/LayerInspector.h"
 #include "ui/LayerListModel.h"
 #include "ui/LayerShapeEditor.h"
@@ -86,6 +87,7 @@ class ShowWindow {
   SoundEffectsBridge soundEffects_;
   AudioDevicesBridge audioDevices_;
   DeckBridge deck_;
+  WebBridge web_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };
 

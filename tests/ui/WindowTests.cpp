@@ -661,6 +661,39 @@ TEST_F(Window, TheDeckRunsItsTilesAndIsArrangedEditedAndKeyedFromThePanel) {
   EXPECT_EQ(window_->deck().rowCount(), 0);
 }
 
+TEST_F(Window, AnOverlayFromTheLibraryGoesOnAirAndItsParamsAreEditedLive) {
+  QQuickWindow* window = window_->window();
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("addSourceButton")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("addOverlayItem")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("newOverlayButton")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("starter6")));  // Lower Third
+  ASSERT_TRUE(pumpUntil([&] { return model().overlayStore.overlays->size() == 1u; }, 2));
+  const std::string id = "overlay:" + model().overlayStore.overlays->front().id.toString();
+  ASSERT_TRUE(model().sourceLifecycle.find(id));
+
+  // The editor opens on it: the bar slides in on its monitor, and a typed name is stored.
+  QQuickItem* monitor = item("webMonitor");
+  ASSERT_TRUE(monitor);
+  EXPECT_TRUE(pumpUntil(
+      [&] {
+        // The bar right of its text, once the page is laid out at its layer's size.
+        const QColor c = shown(centre(monitor, {0.75, 0.5}));
+        return c.blue() > 80 && c.blue() > 3 * c.red() && model().frameSlots.latestFrame(id)->width() == 806;
+      },
+      20));
+  QQuickItem* name = item("overlayParam0");
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(name));
+  QTest::keyClick(window, Qt::Key_End);
+  QTest::keyClick(window, Qt::Key_Exclam, Qt::ShiftModifier);
+  const auto stored = [&] {
+    for (const auto& saved : model().sourcesStore.saved.get()) {
+      if (saved.id == id) return saved.overlayConfig.value_or(std::map<std::string, std::string>{})["name"];
+    }
+    return std::string();
+  };
+  EXPECT_TRUE(pumpUntil([&] { return stored() == "Your Name!"; }, 2));
+}
+
 // The show without an audio service, whatever the machine runs: the tests
 // neither play into the user's speakers nor change the user's devices.
 class NoAudioService : public Window {

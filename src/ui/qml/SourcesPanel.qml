@@ -22,7 +22,7 @@ Rectangle {
                 objectName: "addSourceButton"
                 text: "+ Source"
                 ToolTip.visible: hovered
-                ToolTip.text: "Add a camera, a screen, a media file, a picture, a title or a shape"
+                ToolTip.text: "Add a camera, a screen, a media file, a picture, a title, a shape, an overlay or a web page"
                 onClicked: addMenu.popup()
                 Menu {
                     id: addMenu
@@ -33,6 +33,8 @@ Rectangle {
                     MenuItem { text: "Shape"; onTriggered: titleEditor.edit(titles.addShape(0)) }
                     MenuItem { text: "Picture file…"; onTriggered: fileDialog.open() }
                     MenuItem { text: "Black"; onTriggered: sources.addBlack() }
+                    MenuItem { objectName: "addOverlayItem"; text: "Overlay…"; onTriggered: overlayLibrary.open() }
+                    MenuItem { objectName: "addBrowserItem"; text: "Web page…"; onTriggered: browserDialog.open() }
                 }
             }
         }
@@ -141,6 +143,12 @@ Rectangle {
                             onObjectRemoved: (index, item) => qualityMenu.removeItem(item)
                         }
                     }
+                    MenuItem {
+                        text: web.webKind(row.sourceID) === "browser" ? "Web page…" : "Edit overlay…"
+                        enabled: web.webKind(row.sourceID) !== ""
+                        height: enabled ? implicitHeight : 0
+                        onTriggered: webEditor.edit(row.sourceID)
+                    }
                     MenuItem { text: "Delete…"; onTriggered: deleteDialog.openFor(row.index, row.name) }
                 }
             }
@@ -161,6 +169,9 @@ Rectangle {
     }
     AddCaptureDialog { id: captureDialog; theme: root.theme }
     ClipEditor { id: clipEditor; theme: root.theme }
+    WebSourceEditor { id: webEditor; theme: root.theme }
+    OverlayLibraryDialog { id: overlayLibrary; theme: root.theme; onAdded: (id) => webEditor.edit(id) }
+    AddBrowserDialog { id: browserDialog; theme: root.theme; onAdded: (id) => webEditor.edit(id) }
     TitleEditor { id: titleEditor; theme: root.theme }
     FileDialog {
         id: clipDialog
