@@ -37,6 +37,23 @@ struct FrameChannel {
   std::size_t lastShot = 0;  // hash of the last picture's PNG
   int sameShots = 0;
   int framesWithoutShot = 0;
+
+  // Decoding thread: the picture into a pooled buffer, to the sink. False once the page is closed.
+  bool deliver(std::string_view png) {
+    std::shared_ptr<PixelBufferPool> frames;
+    {
+      std::lock_guard<std::mutex> hold(lock);
+      if (closed) return false;
+      frames = pool;
+    }
+    PixelBufferRef picture = decodePngFrame(png, frames);
+    if (picture) picture->setHostTime(hostTimeNow());
+    std::lock_guard<std::mutex> hold(lock);
+    if (closed) return false;
+    pool = frames;
+    if (picture && sink) sink(picture);
+    return true;
+  }
 };
 
 class ChromiumPage : public WebPage {
@@ -417,20 +434,11 @@ void ChromiumWebEngine::frameArrived(DevToolsMessage message, std::uint64_t gene
   std::int64_t frame = message.body.value("sessionId", std::int64_t(0));
   decoder_.post([this, channel, generation, frame, session = std::move(message.sessionId),
                  data = std::move(message.data)] {
-    std::shared_ptr<PixelBufferPool> pool;
-    {
-      std::lock_guard<std::mutex> hold(channel->lock);
-      if (channel->closed) return;
-      pool = channel->pool;
-    }
-    PixelBufferRef picture = decodePngFrame(data, pool);
-    if (picture) picture->setHostTime(hostTimeNow());
+    if (!channel->deliver(data)) return;
     double notBefore = 0;
     {
       std::lock_guard<std::mutex> hold(channel->lock);
       if (channel->closed) return;
-      channel->pool = pool;
-      if (picture && channel->sink) channel->sink(picture);
       if (channel->interval <= 0) {
         channel->heldFrame = frame;
         return;
@@ -490,20 +498,7 @@ void ChromiumWebEngine::frameDrawn(std::shared_ptr<FrameChannel> channel, DevToo
   }
   if (next) requestFrame(channel, notBefore);
   if (!decode) return;
-  decoder_.post([channel, data = std::move(message.data)] {
-    std::shared_ptr<PixelBufferPool> pool;
-    {
-      std::lock_guard<std::mutex> hold(channel->lock);
-      if (channel->closed) return;
-      pool = channel->pool;
-    }
-    PixelBufferRef picture = decodePngFrame(data, pool);
-    if (picture) picture->setHostTime(hostTimeNow());
-    std::lock_guard<std::mutex> hold(channel->lock);
-    if (channel->closed) return;
-    channel->pool = pool;
-    if (picture && channel->sink) channel->sink(picture);
-  });
+  decoder_.post([channel, data = std::move(message.data)] { channel->deliver(data); });
 }
 
 void ChromiumWebEngine::requestFrame(const std::shared_ptr<FrameChannel>& channel, double notBefore) {

@@ -133,9 +133,11 @@ TEST_F(ChromiumWebEngineTest, PagesThatHangHoldUpNeitherTheShowNorOtherPages) {
   never->setFrameSink(hung.sink());
   auto loop = engine.openPage(settings("loop.html"));
   loop->setFrameSink(looping.sink());
+  bool loopLoaded = false;
+  loop->onLoaded = [&] { loopLoaded = true; };
   auto good = engine.openPage(settings("moving.html"));
   good->setFrameSink(moving.sink());
-  ASSERT_TRUE(spinUntil([&] { return moving.frames() > 5; }, 20));
+  ASSERT_TRUE(spinUntil([&] { return moving.frames() > 5 && loopLoaded; }, 20));
   spinFor(1.0);  // the loop has begun by now
 
   std::optional<std::optional<nlohmann::json>> answer;
