@@ -165,9 +165,9 @@ class AppModel {
   // A video file joins the show as a looping clip, kept in the clips library;
   // its source id, or nothing when the file can't be played (logged).
   std::optional<std::string> addClipSource(const std::filesystem::path& file);
-  // Web pages: an overlay of the library (one source per item), any address,
-  // an overlay's param (pushed to the page and stored), its replay. The id of
-  // the source, or nothing when it could not be made.
+  // Web pages: an overlay of the library (one source per item), any address
+  // (blank: a web search's home page), an overlay's param (pushed to the page
+  // and stored), its replay. The id of the source, or nothing when it could not be made.
   std::optional<std::string> addOverlayToShow(const OverlayItem& item);
   std::optional<std::string> addBrowserSource(const std::string& address);
   void setOverlayParam(const std::string& sourceID, const std::string& key, const std::string& value);

@@ -39,9 +39,22 @@ std::shared_ptr<BaseSource> AppModel::makeOverlaySource(const SavedSource& saved
                                             *webEngine);
 }
 
+namespace {
+
+// Where a browser page without an address starts: a web search's home page.
+constexpr const char* kStartPage = "https://duckduckgo.com/";
+
+}  // namespace
+
 std::shared_ptr<BaseSource> AppModel::makeBrowserSource(const SavedSource& saved) {
   if (!browserEngine) return nullptr;
-  auto browser = std::make_shared<WebBrowserSource>(saved.id, saved.name, saved.browserURL.value_or(""), *browserEngine);
+  auto browser =
+      std::make_shared<WebBrowserSource>(saved.id, saved.name, saved.browserURL.value_or(kStartPage), *browserEngine);
+  if (!saved.name.empty()) {
+    auto names = mediaNames.get();
+    names[saved.id] = saved.name;
+    mediaNames.set(std::move(names));
+  }
   browser->onURLChange = [this, id = saved.id](const std::string& url) {
     for (auto entry : sourcesStore.saved.get()) {
       if (entry.id != id) continue;
@@ -75,7 +88,7 @@ std::optional<std::string> AppModel::addOverlayToShow(const OverlayItem& item) {
 
 std::optional<std::string> AppModel::addBrowserSource(const std::string& address) {
   auto url = normalizeWebAddress(address);
-  if (!url) return std::nullopt;
+  if (!url) url = kStartPage;
   SavedSource saved;
   saved.kind = SavedSource::Kind::browser;
   saved.id = "browser:" + Uuid::make().toString();
