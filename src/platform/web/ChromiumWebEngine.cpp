@@ -25,35 +25,6 @@ struct FrameChannel {
   std::optional<std::int64_t> heldFrame;  // acknowledgement owed once frames are wanted again
   std::shared_ptr<PixelBufferPool> pool;
   bool closed = false;
-  // Frames on demand: the page draws only when asked, one frame in flight.
-  std::string sessionId;
-  std::uint64_t generation = 0;
-  bool inFlight = false;
-  // Pictures are taken while the page changes. Taking one draws the page
-  // again, so damage can only tell a change once two frames have passed
-  // without one: a page whose last pictures came out the same is watched by
-  // such frames until it changes, and costs next to nothing meanwhile.
-  bool wantShot = true;
-  std::size_t lastShot = 0;  // hash of the last picture's PNG
-  int sameShots = 0;
-  int framesWithoutShot = 0;
-
-  // Decoding thread: the picture into a pooled buffer, to the sink. False once the page is closed.
-  bool deliver(std::string_view png) {
-    std::shared_ptr<PixelBufferPool> frames;
-    {
-      std::lock_guard<std::mutex> hold(lock);
-      if (closed) return false;
-      frames = pool;
-    }
-    PixelBufferRef picture = decodePngFrame(png, frames);
-    if (picture) picture->setHostTime(hostTimeNow());
-    std::lock_guard<std::mutex> hold(lock);
-    if (closed) return false;
-    pool = frames;
-    if (picture && sink) sink(picture);
-    return true;
-  }
 };
 
 class ChromiumPage : public WebPage {
@@ -109,12 +80,6 @@ class ChromiumPage : public WebPage {
     settings_.height = height;
     if (auto engine = live(); engine && state_ == State::ready) {
       engine->call("Emulation.setDeviceMetricsOverride", metrics(), sessionId_);
-      if (engine->beginFrames_) {
-        std::lock_guard<std::mutex> hold(channel_->lock);
-        channel_->wantShot = true;
-        channel_->sameShots = 0;
-        return;
-      }
       // The screencast keeps the size it started with.
       engine->call("Page.stopScreencast", json::object(), sessionId_);
       {
@@ -129,7 +94,6 @@ class ChromiumPage : public WebPage {
     settings_.framesPerSecond = fps;
     std::optional<std::int64_t> owed;
     bool faster;
-    bool resume = false;
     double now = DevToolsPipe::steadySeconds();
     {
       std::lock_guard<std::mutex> hold(channel_->lock);
@@ -138,12 +102,9 @@ class ChromiumPage : public WebPage {
       channel_->interval = interval;
       if (fps > 0) std::swap(owed, channel_->heldFrame);
       if (faster) channel_->lastAckAt = std::min(channel_->lastAckAt, now);
-      resume = interval > 0 && !channel_->inFlight && !channel_->sessionId.empty();
-      if (resume) channel_->inFlight = true;
     }
     auto engine = live();
     if (!engine) return;
-    if (engine->beginFrames_ && resume) engine->requestFrame(channel_, now);
     if (owed) engine->sendAck(generation_, sessionId_, *owed, 0);
     // Acknowledgements already waiting at the slower pace go now.
     if (faster) engine->hurryAcks(generation_, sessionId_, now);
@@ -169,10 +130,7 @@ class ChromiumPage : public WebPage {
   }
 
   json metrics() const {
-    // Pictures of pages that outgrow the largest frame are drawn smaller, laid out the same.
-    double scale = std::min({1.0, double(ChromiumWebEngine::kMaxFrameWidth) / settings_.width,
-                             double(ChromiumWebEngine::kMaxFrameHeight) / settings_.height});
-    return {{"width", settings_.width}, {"height", settings_.height}, {"deviceScaleFactor", scale}, {"mobile", false}};
+    return {{"width", settings_.width}, {"height", settings_.height}, {"deviceScaleFactor", 1}, {"mobile", false}};
   }
 
   json screencast() const {
@@ -268,15 +226,7 @@ std::vector<std::string> browserArguments(const std::string& program, const std:
                                 "--hide-scrollbars",
                                 // Sound of web pages is not part of the show's mix.
                                 "--mute-audio"};
-  if (program.find("headless-shell") == std::string::npos) {
-    args.push_back("--headless");
-  } else {
-    // Frames on demand: the page draws only when a frame is asked for.
-    for (const char* flag : {"--enable-begin-frame-control", "--run-all-compositor-stages-before-draw",
-                             "--disable-threaded-animation", "--disable-threaded-scrolling", "--disable-checker-imaging"}) {
-      args.push_back(flag);
-    }
-  }
+  if (program.find("headless-shell") == std::string::npos) args.push_back("--headless");
   // Chromium refuses to run as root with its sandbox.
   if (geteuid() == 0) args.push_back("--no-sandbox");
   args.push_back("about:blank");
@@ -384,7 +334,6 @@ void ChromiumWebEngine::launch() {
     pipe_ = std::move(pipe);
     generation_ = generation;
   }
-  beginFrames_ = program.find("headless-shell") != std::string::npos;
   launchedAt_ = queue_.now();
   for (auto& [id, page] : pages_) openTarget(*page);
 }
@@ -404,20 +353,6 @@ void ChromiumWebEngine::received(std::string text, std::uint64_t generation) {
     frameArrived(std::move(*message), generation);
     return;
   }
-  if (message->id) {
-    std::shared_ptr<FrameChannel> channel;
-    {
-      std::lock_guard<std::mutex> hold(channelsLock_);
-      if (auto found = frameRequests_.find(*message->id); found != frameRequests_.end()) {
-        channel = std::move(found->second);
-        frameRequests_.erase(found);
-      }
-    }
-    if (channel) {
-      frameDrawn(std::move(channel), std::move(*message));
-      return;
-    }
-  }
   queue_.post([alive = std::weak_ptr<ChromiumWebEngine*>(self_), message = std::move(*message), generation] {
     if (auto engine = alive.lock()) (*engine)->dispatch(message, generation);
   });
@@ -434,11 +369,20 @@ void ChromiumWebEngine::frameArrived(DevToolsMessage message, std::uint64_t gene
   std::int64_t frame = message.body.value("sessionId", std::int64_t(0));
   decoder_.post([this, channel, generation, frame, session = std::move(message.sessionId),
                  data = std::move(message.data)] {
-    if (!channel->deliver(data)) return;
+    std::shared_ptr<PixelBufferPool> pool;
+    {
+      std::lock_guard<std::mutex> hold(channel->lock);
+      if (channel->closed) return;
+      pool = channel->pool;
+    }
+    PixelBufferRef picture = decodePngFrame(data, pool);
+    if (picture) picture->setHostTime(hostTimeNow());
     double notBefore = 0;
     {
       std::lock_guard<std::mutex> hold(channel->lock);
       if (channel->closed) return;
+      channel->pool = pool;
+      if (picture && channel->sink) channel->sink(picture);
       if (channel->interval <= 0) {
         channel->heldFrame = frame;
         return;
@@ -453,77 +397,6 @@ void ChromiumWebEngine::frameArrived(DevToolsMessage message, std::uint64_t gene
     }
     sendAck(generation, session, frame, notBefore);
   });
-}
-
-void ChromiumWebEngine::frameDrawn(std::shared_ptr<FrameChannel> channel, DevToolsMessage message) {
-  // The next frame is asked for before this one is decoded, so that the
-  // browser draws while we decode.
-  const bool shot = !message.data.empty();
-  const std::size_t hash = shot ? std::hash<std::string_view>()(message.data) : 0;
-  bool decode = false;
-  bool next = false;
-  double notBefore = 0;
-  {
-    std::lock_guard<std::mutex> hold(channel->lock);
-    if (channel->closed) return;
-    double now = DevToolsPipe::steadySeconds();
-    if (!message.error.empty()) {
-      // A renderer that is gone or not ready yet: ask again in a while.
-      channel->wantShot = true;
-      channel->sameShots = 0;
-      notBefore = now + 1;
-    } else {
-      if (shot) {
-        decode = hash != channel->lastShot;
-        channel->sameShots = decode ? 0 : channel->sameShots + 1;
-        channel->lastShot = hash;
-        channel->wantShot = channel->sameShots < 2;
-        channel->framesWithoutShot = 0;
-      } else {
-        ++channel->framesWithoutShot;
-        if (channel->framesWithoutShot > 2 && message.body.value("hasDamage", true)) {
-          channel->wantShot = true;
-          channel->sameShots = 0;
-        }
-      }
-      // Frames keep to a grid of the page's interval, which sets its rate;
-      // one that is late goes at once, so that a slow frame is made up for,
-      // and a page far behind starts the grid again from now.
-      notBefore = channel->lastAckAt + channel->interval;
-      if (notBefore < now - channel->interval) notBefore = now;
-    }
-    // A paused page asks again when its rate is set.
-    next = channel->inFlight = channel->interval > 0 || !message.error.empty();
-    if (next) channel->lastAckAt = notBefore;
-  }
-  if (next) requestFrame(channel, notBefore);
-  if (!decode) return;
-  decoder_.post([channel, data = std::move(message.data)] { channel->deliver(data); });
-}
-
-void ChromiumWebEngine::requestFrame(const std::shared_ptr<FrameChannel>& channel, double notBefore) {
-  std::string session;
-  std::uint64_t generation;
-  bool shot;
-  double interval;
-  {
-    std::lock_guard<std::mutex> hold(channel->lock);
-    if (channel->closed) return;
-    session = channel->sessionId;
-    generation = channel->generation;
-    shot = channel->wantShot;
-    interval = channel->interval > 0 ? channel->interval : 1.0;
-  }
-  json params{{"interval", interval * 1000}};
-  if (shot) params["screenshot"] = {{"format", "png"}, {"optimizeForSpeed", true}};
-  std::lock_guard<std::mutex> hold(pipeLock_);
-  if (!pipe_ || generation != generation_) return;
-  std::int64_t id = nextId_++;
-  {
-    std::lock_guard<std::mutex> holdRequests(channelsLock_);
-    frameRequests_[id] = channel;
-  }
-  pipe_->send(encodeDevToolsCommand(id, "HeadlessExperimental.beginFrame", params, session), notBefore, session);
 }
 
 void ChromiumWebEngine::sendAck(std::uint64_t generation, const std::string& sessionId, std::int64_t frame,
@@ -632,7 +505,6 @@ void ChromiumWebEngine::dropBrowser() {
   {
     std::lock_guard<std::mutex> hold(channelsLock_);
     channels_.clear();
-    frameRequests_.clear();
   }
   for (auto& [id, page] : pages_) {
     page->state_ = ChromiumPage::State::closed;
@@ -741,7 +613,6 @@ void ChromiumWebEngine::openTarget(ChromiumPage& page) {
     page->contextId_ = contextId;
     json target{{"url", "about:blank"}, {"width", page->settings_.width}, {"height", page->settings_.height}};
     if (!contextId.empty()) target["browserContextId"] = contextId;
-    if (beginFrames_) target["enableBeginFrameControl"] = true;
     call("Target.createTarget", target, {}, [this, stillWanted, failed, contextId](const DevToolsMessage& reply) {
       if (failed(reply)) return;
       std::string targetId = reply.body.value("targetId", "");
@@ -781,12 +652,6 @@ void ChromiumWebEngine::pageReady(ChromiumPage& page) {
     std::lock_guard<std::mutex> hold(page.channel_->lock);
     page.channel_->heldFrame.reset();
     page.channel_->lastAckAt = 0;
-    page.channel_->sessionId = session;
-    page.channel_->generation = generation_;
-    page.channel_->inFlight = false;
-    page.channel_->wantShot = true;
-    page.channel_->sameShots = 0;
-    page.channel_->lastShot = 0;
   }
   {
     std::lock_guard<std::mutex> hold(channelsLock_);
@@ -806,17 +671,7 @@ void ChromiumWebEngine::pageReady(ChromiumPage& page) {
     ChromiumPage& page = *found->second;
     page.state_ = ChromiumPage::State::ready;
     page.navigate(*this);
-    if (!beginFrames_) {
-      call("Page.startScreencast", page.screencast(), page.sessionId_);
-    } else {
-      bool start;
-      {
-        std::lock_guard<std::mutex> hold(page.channel_->lock);
-        start = page.channel_->interval > 0 && !page.channel_->inFlight;
-        if (start) page.channel_->inFlight = true;
-      }
-      if (start) requestFrame(page.channel_, 0);
-    }
+    call("Page.startScreencast", page.screencast(), page.sessionId_);
     auto waiting = std::move(page.waiting_);
     page.waiting_.clear();
     for (auto& script : waiting) page.run(*this, script.script, std::move(script.done));

@@ -25,11 +25,10 @@ struct FrameChannel;
 // The web engine on one headless Chromium, driven over its DevTools pipe.
 // Every page is a target of its own; a page without the shared profile gets a
 // browser context of its own too, which also gives it a renderer process of
-// its own, so a page that loops in script holds up no other. Frames are drawn
-// on demand, one in flight per page at the page's rate, and a picture is
-// taken only after the page changed (with the full browser, whose headless
-// mode cannot, by screencast instead, its acknowledgements held back to the
-// page's rate). When the browser dies the pages keep their last frame, the
+// its own, so a page that loops in script holds up no other. Frames come by
+// screencast, which sends only when the page paints; each frame's
+// acknowledgement is held back until the page's interval has passed, which
+// sets its rate. When the browser dies the pages keep their last frame, the
 // browser comes back after a pause that grows while it keeps dying, and every
 // page is opened and loaded again. State is the main thread's; frames are
 // decoded on a thread of the engine.
@@ -76,9 +75,6 @@ class ChromiumWebEngine : public WebEngine {
   // Reader thread.
   void received(std::string text, std::uint64_t generation);
   void frameArrived(DevToolsMessage message, std::uint64_t generation);
-  void frameDrawn(std::shared_ptr<FrameChannel> channel, DevToolsMessage message);
-  // Any thread: asks the page for its next frame, not before `notBefore`.
-  void requestFrame(const std::shared_ptr<FrameChannel>& channel, double notBefore);
   // Main thread.
   void dispatch(const DevToolsMessage& message, std::uint64_t generation);
   void exited(std::uint64_t generation);
@@ -112,9 +108,6 @@ class ChromiumWebEngine : public WebEngine {
   int nextPageId_ = 1;
   std::mutex channelsLock_;
   std::map<std::string, std::shared_ptr<FrameChannel>> channels_;  // by session id
-  std::map<std::int64_t, std::shared_ptr<FrameChannel>> frameRequests_;  // frames asked for, by command id
-  // The headless shell draws on demand; the full browser's headless mode only by screencast.
-  bool beginFrames_ = false;
   SerialQueue decoder_{"Tavorin.WebConv"};
   TimerHandle launchTimer_;
   double restartDelay_ = kFirstRestartDelay;

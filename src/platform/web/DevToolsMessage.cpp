@@ -4,12 +4,13 @@ namespace tavorin {
 
 namespace {
 
-// Moves the first string under `key` (base64: no escapes, no quotes) out of
+// Moves the first "data":"…" string (base64: no escapes, no quotes) out of
 // the text, leaving an empty string in its place.
-std::string cutDataString(std::string& text, std::string_view key) {
-  std::size_t at = text.find(key);
+std::string cutDataString(std::string& text) {
+  static constexpr std::string_view kKey = "\"data\":\"";
+  std::size_t at = text.find(kKey);
   if (at == std::string::npos) return {};
-  std::size_t begin = at + key.size();
+  std::size_t begin = at + kKey.size();
   std::size_t end = text.find('"', begin);
   if (end == std::string::npos) return {};
   std::string data = text.substr(begin, end - begin);
@@ -22,11 +23,7 @@ std::string cutDataString(std::string& text, std::string_view key) {
 std::optional<DevToolsMessage> parseDevToolsMessage(std::string text) {
   DevToolsMessage message;
   // Only frames and screenshots carry pictures; their method or result names them.
-  if (text.find("\"Page.screencastFrame\"") != std::string::npos) {
-    message.data = cutDataString(text, "\"data\":\"");
-  } else {
-    message.data = cutDataString(text, "\"screenshotData\":\"");
-  }
+  if (text.find("\"Page.screencastFrame\"") != std::string::npos) message.data = cutDataString(text);
   auto json = nlohmann::json::parse(text, nullptr, false);
   if (json.is_discarded() || !json.is_object()) return std::nullopt;
   if (auto id = json.find("id"); id != json.end() && id->is_number_integer()) message.id = id->get<std::int64_t>();
