@@ -25,6 +25,9 @@ struct FrameChannel {
   std::optional<std::int64_t> heldFrame;  // acknowledgement owed once frames are wanted again
   std::shared_ptr<PixelBufferPool> pool;
   bool closed = false;
+  // The size of the last frame, to tell when a resize has reached the pictures.
+  int lastWidth = 0;
+  int lastHeight = 0;
 };
 
 class ChromiumPage : public WebPage {
@@ -78,16 +81,55 @@ class ChromiumPage : public WebPage {
     if (width == settings_.width && height == settings_.height) return;
     settings_.width = width;
     settings_.height = height;
-    if (auto engine = live(); engine && state_ == State::ready) {
-      engine->call("Emulation.setDeviceMetricsOverride", metrics(), sessionId_);
-      // The screencast keeps the size it started with.
-      engine->call("Page.stopScreencast", json::object(), sessionId_);
+    if (auto engine = live(); engine && state_ == State::ready) applySize(engine);
+  }
+
+  void applySize(ChromiumWebEngine* engine) {
+    {
+      // The screencast records the target's window, which keeps the size it
+      // was made with unless it is resized too; and it keeps the size it
+      // started with. It starts again once the new size holds: a start always
+      // sends a first frame, which is then of the new layout, even on a page
+      // that never paints again.
+      auto restartCast = [engine, session = sessionId_, channel = channel_, cast = screencast()](const DevToolsMessage&) {
+        engine->call("Page.stopScreencast", json::object(), session);
+        {
+          std::lock_guard<std::mutex> hold(channel->lock);
+          channel->heldFrame.reset();
+        }
+        engine->call("Page.startScreencast", cast, session);
+      };
+      engine->call("Browser.getWindowForTarget", {{"targetId", targetId_}}, {},
+                   [engine, session = sessionId_, metrics = metrics(), restartCast](const DevToolsMessage& reply) {
+                     json bounds{{"width", metrics["width"]}, {"height", metrics["height"]}};
+                     if (reply.body.contains("windowId")) {
+                       engine->call("Browser.setWindowBounds", {{"windowId", reply.body["windowId"]}, {"bounds", bounds}});
+                     }
+                     engine->call("Emulation.setDeviceMetricsOverride", metrics, session, restartCast);
+                   });
+      checkResize(*engine, 10);
+    }
+  }
+
+  // The browser may still draw the old size when the screencast starts
+  // again, and a still page sends nothing more: until the frames have the new
+  // size, the screencast starts again now and then.
+  void checkResize(ChromiumWebEngine& engine, int triesLeft) {
+    resizeCheck_ = engine.queue_.after(0.5, [this, &engine, triesLeft] {
+      json cast = screencast();
+      bool done;
       {
         std::lock_guard<std::mutex> hold(channel_->lock);
-        channel_->heldFrame.reset();
+        done = channel_->lastWidth == cast["maxWidth"].get<int>() || channel_->lastHeight == cast["maxHeight"].get<int>();
+        done = done && std::abs(double(channel_->lastWidth) / std::max(channel_->lastHeight, 1) -
+                                double(settings_.width) / settings_.height) < 0.05;
+        if (!done) channel_->heldFrame.reset();
       }
-      engine->call("Page.startScreencast", screencast(), sessionId_);
-    }
+      if (done || triesLeft <= 0 || state_ != State::ready) return;
+      engine.call("Page.stopScreencast", json::object(), sessionId_);
+      engine.call("Page.startScreencast", cast, sessionId_);
+      checkResize(engine, triesLeft - 1);
+    });
   }
 
   void setFramesPerSecond(double fps) override {
@@ -201,6 +243,9 @@ class ChromiumPage : public WebPage {
   std::string sessionId_;
   std::vector<Waiting> waiting_;
   TimerHandle loadTimer_;
+  TimerHandle resizeCheck_;
+  int createdWidth_ = 0;  // the target's window, as made
+  int createdHeight_ = 0;
   const std::shared_ptr<FrameChannel> channel_ = std::make_shared<FrameChannel>();
 };
 
@@ -382,6 +427,10 @@ void ChromiumWebEngine::frameArrived(DevToolsMessage message, std::uint64_t gene
       std::lock_guard<std::mutex> hold(channel->lock);
       if (channel->closed) return;
       channel->pool = pool;
+      if (picture) {
+        channel->lastWidth = picture->width();
+        channel->lastHeight = picture->height();
+      }
       if (picture && channel->sink) channel->sink(picture);
       if (channel->interval <= 0) {
         channel->heldFrame = frame;
@@ -612,6 +661,8 @@ void ChromiumWebEngine::openTarget(ChromiumPage& page) {
     if (!page) return;
     page->contextId_ = contextId;
     json target{{"url", "about:blank"}, {"width", page->settings_.width}, {"height", page->settings_.height}};
+    page->createdWidth_ = page->settings_.width;
+    page->createdHeight_ = page->settings_.height;
     if (!contextId.empty()) target["browserContextId"] = contextId;
     call("Target.createTarget", target, {}, [this, stillWanted, failed, contextId](const DevToolsMessage& reply) {
       if (failed(reply)) return;
@@ -672,6 +723,8 @@ void ChromiumWebEngine::pageReady(ChromiumPage& page) {
     page.state_ = ChromiumPage::State::ready;
     page.navigate(*this);
     call("Page.startScreencast", page.screencast(), page.sessionId_);
+    // Resized while it was being made: its window still has the first size.
+    if (page.createdWidth_ != page.settings_.width || page.createdHeight_ != page.settings_.height) page.applySize(this);
     auto waiting = std::move(page.waiting_);
     page.waiting_.clear();
     for (auto& script : waiting) page.run(*this, script.script, std::move(script.done));
