@@ -44,7 +44,6 @@ class WebOverlaySource : public BaseSource {
   OverlayPageSize pageSize() const { return pageSize_; }
   // The rate while live: kLiveFPS, or kFiredFPS while fired over Program.
   void setLiveFPS(double fps);
-  bool hasPage() const { return page_ != nullptr; }
   // Runs a script in the page; `done` gets nothing while the source has no page.
   void runScript(const std::string& script, WebPage::ScriptResult done);
   double framesPerSecond() const { return active_ ? liveFPS_ : kIdleFPS; }

@@ -524,7 +524,6 @@ void ChromiumWebEngine::dispatch(const DevToolsMessage& message, std::uint64_t g
     std::string url = frame["url"];
     if (url == "about:blank") return;
     page->url_ = url;
-    if (page->onNavigated) page->onNavigated(url);
   } else if (message.method == "Inspector.targetCrashed") {
     // The renderer died alone: the page comes back on a new one.
     page->navigate(*this);

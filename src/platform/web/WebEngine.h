@@ -51,8 +51,6 @@ class WebPage {
   virtual void setFrameSink(FrameSink sink) = 0;
   // Main thread: a load finished (also after the engine restarted the page).
   std::function<void()> onLoaded;
-  // Main thread: the top frame moved to another address.
-  std::function<void(const std::string& url)> onNavigated;
 };
 
 // Renders pages out of process. One engine serves every page of a show.
