@@ -68,6 +68,7 @@ AppModel::AppModel(AppEnvironment environment)
           [this] {
             std::set<std::string> ids;
             for (SwitcherEngine* s : {&switcher, &verticalSwitcher, &studioSwitcher}) ids.merge(s->sourceIDsInUse());
+            ids.merge(fireGraphics.sourceIDsOnAir());
             return ids;
           },
           [this](std::string line) { appendLog(std::move(line)); }),
@@ -82,6 +83,16 @@ AppModel::AppModel(AppEnvironment environment)
       verticalScratchPinned(false),
       verticalTakePending(false),
       sourcesStore(showFolder_),
+      fireGraphics({.queue = queue_,
+                    .switcher = switcher,
+                    .lifecycle = sourceLifecycle,
+                    .frameSlots = frameSlots,
+                    .overlays = overlayStore,
+                    .sounds = soundEffects,
+                    .webEngine = [this] { return webEngine.get(); },
+                    .canvasPixels = [this] { return pixelSize(canvasSize.get()); },
+                    .log = [this](std::string line) { appendLog(std::move(line)); }},
+                   showFolder_),
       sessionStore(showFolder_),
       capture({.queue = queue_,
                .lifecycle = sourceLifecycle,

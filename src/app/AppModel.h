@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/EncoderConsumers.h"
+#include "app/FireGraphics.h"
 #include "app/LayoutWriteBack.h"
 #include "app/AudioDevices.h"
 #include "app/CaptureDevices.h"
@@ -178,6 +179,18 @@ class AppModel {
   // Lays every overlay out at the largest size a layer of the main or the
   // vertical Preview or Program shows it at; runs 0.25 s after they change.
   void fitOverlays();
+  // Cues. The toggle is what tiles, keys, the remote and the panel press.
+  void fireGraphic(const Uuid& id) { fireGraphics.fireGraphic(id); }
+  // A cue staged on the canvas in focus for editing, until the layer's ✨ saves it back.
+  void stageCue(const Uuid& id);
+  // The cue's layer added to the scene being edited, with no editing mark.
+  void addCueLayer(const Uuid& id);
+  // The layer's ✨: saves it back into the staged cue, or makes a new cue of it
+  // (opened in its editor). Nothing when the canvas in focus has no such layer.
+  void saveLayerAsCue(const Uuid& layerID);
+  // A new cue of a library overlay, or of a source of the show; opened in its editor.
+  std::optional<Uuid> makeCueFromOverlay(const Uuid& overlayID);
+  std::optional<Uuid> makeCueFromSource(const std::string& sourceID);
   // A clip's transport and trim; ids that are no clip change nothing.
   void setClipTrim(const std::string& id, double start, std::optional<double> end);
   void playClip(const std::string& id);
@@ -258,6 +271,8 @@ class AppModel {
   SourcesStore sourcesStore;
   // The HTML overlays of the show's library.
   OverlayStore overlayStore{showFolder_};
+  // Cues fired over Program, and their library.
+  FireGraphics fireGraphics;
   SessionStore sessionStore;
   // Cameras and screens: the lists, their sources, their quality.
   CaptureDevices capture;
@@ -344,6 +359,10 @@ class AppModel {
   std::shared_ptr<BaseSource> makeOverlaySource(const SavedSource& saved);
   std::shared_ptr<BaseSource> makeBrowserSource(const SavedSource& saved);
   void startWebSources();
+  // The source id a cue's layer shows on the canvas, made ready for editing; nothing when it is missing.
+  std::optional<std::string> cueSourceForCanvas(const FireGraphic& graphic, const char* missingMedia);
+  // The staged layer of a cue in the scene being edited; nothing when it is missing.
+  std::optional<Uuid> placeCueLayer(const FireGraphic& graphic, const char* missingMedia);
   Debouncer fitOverlaysLater_{queue_, 0.25, [this] { fitOverlays(); }};
   // The 3D text pose driver of a custom transition's tracks; empty when none poses a 3D text source.
   std::function<void(float)> makePoseUpdate(const CustomTransition& custom);

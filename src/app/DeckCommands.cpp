@@ -82,7 +82,6 @@ const char* defaultSymbol(DeckActionKind kind) {
 bool notAvailableYet(DeckActionKind kind) {
   using K = DeckActionKind;
   switch (kind) {
-    case K::fireGraphic:
     case K::saveReplay:
     case K::toggleVirtualCamera:
     case K::toggleNDI:
@@ -147,6 +146,9 @@ void AppModel::runAction(const DeckAction& action) {
       break;
     case K::fireTransition:
       if (transitionStore.find(action.id)) fireTransition(action.id);
+      break;
+    case K::fireGraphic:
+      fireGraphic(action.id);
       break;
     case K::take:
       take(switcher);
@@ -259,10 +261,15 @@ TileLook AppModel::tileSummary(const DeckAction& action) const {
       generated(sound->name, "#bf5af2", soundEffects.nowPlayingID.get() == action.id && audioMixer.sfxPlaying.get());
       break;
     }
-    case K::fireGraphic:
-      // Fire graphics come with their own library; until then no id names one.
-      missing("Missing graphic", "#2ec4b6");
+    case K::fireGraphic: {
+      const auto graphic = fireGraphics.store.find(action.id);
+      if (!graphic) {
+        missing("Missing graphic", "#2ec4b6");
+        break;
+      }
+      generated(graphic->name, "#2ec4b6", fireGraphics.activeFireIDs->contains(action.id));
       break;
+    }
     case K::fireTransition: {
       const auto custom = transitionStore.find(action.id);
       if (!custom) {

@@ -115,7 +115,14 @@ void WebOverlaySource::build() {
   page_ = engine_.openPage(settings);
   pageToken_ = std::make_shared<int>(0);
   page_->setFrameSink([this](PixelBufferRef frame) { publish(std::move(frame)); });
-  page_->onLoaded = [this] { pushConfig(); };
+  page_->onLoaded = [this] {
+    pushConfig();
+    if (replayAfterLoad_) {
+      replayAfterLoad_ = false;
+      // Just loaded: a page without the entry point needs no reload.
+      page_->evaluate(std::string(kOverlayReplayScript));
+    }
+  };
 }
 
 void WebOverlaySource::tearDown() {

@@ -44,6 +44,9 @@ class WebOverlaySource : public BaseSource {
   OverlayPageSize pageSize() const { return pageSize_; }
   // The rate while live: kLiveFPS, or kFiredFPS while fired over Program.
   void setLiveFPS(double fps);
+  // The page's first load after this runs its tavorinReplay once its config
+  // is in: a fired cue's animation then plays with its own values.
+  void replayAfterFirstLoad() { replayAfterLoad_ = true; }
   // Runs a script in the page; `done` gets nothing while the source has no page.
   void runScript(const std::string& script, WebPage::ScriptResult done);
   double framesPerSecond() const { return active_ ? liveFPS_ : kIdleFPS; }
@@ -60,6 +63,7 @@ class WebOverlaySource : public BaseSource {
   std::shared_ptr<int> pageToken_;  // lives as long as page_; script answers hold it weakly
   OverlayPageSize pageSize_;
   bool active_ = true;
+  bool replayAfterLoad_ = false;
   double liveFPS_ = kLiveFPS;
 };
 

@@ -326,6 +326,8 @@ QVariantList DeckBridge::targets(const QString& target) const {
     for (const auto& channel : model_.audioMixer.channels.get()) add(channel.id, channel.name);
   } else if (target == "sound") {
     for (const auto& sound : model_.soundEffects.store.sounds.get()) add(sound.id.toString(), sound.name);
+  } else if (target == "graphic") {
+    for (const auto& graphic : model_.fireGraphics.store.graphics.get()) add(graphic.id.toString(), graphic.name);
   } else if (target == "transition") {
     for (const auto& custom : model_.transitionStore.transitions.get()) add(custom.id.toString(), custom.name);
   } else if (target == "output") {

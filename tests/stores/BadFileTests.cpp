@@ -10,6 +10,7 @@
 
 #include "platform/secrets/FileSecretStore.h"
 #include "stores/LayoutStore.h"
+#include "stores/FireGraphicStore.h"
 #include "stores/JsonFile.h"
 #include "stores/PreferenceKeys.h"
 #include "stores/Preferences.h"
@@ -107,6 +108,17 @@ struct Destinations {
   static void change(StreamDestinationStore& store) { store.add(StreamDestination{}); }
 };
 
+struct Cues {
+  static constexpr const char* file = "fireGraphics.json";
+  static std::vector<std::string> bad() {
+    return {R"([{"name":"A"},{"name":"B","enterMove":"spiral"}])", R"({"name":"A"})", R"([{"center":[0.5]}])", "[{"};
+  }
+  static auto open(Show& show) { return std::make_unique<FireGraphicStore>(show.folder); }
+  static bool empty(const FireGraphicStore& store) { return store.graphics->empty(); }
+  static void changeNothing(FireGraphicStore& store) { store.remove({3}); }
+  static void change(FireGraphicStore& store) { store.upsert(FireGraphic{}); }
+};
+
 struct Prefs {
   static constexpr const char* file = "preferences.json";
   static std::vector<std::string> bad() { return {R"({"Tavorin.remoteEnabled": tr)", "[true]", "not json"}; }
@@ -118,7 +130,7 @@ struct Prefs {
 
 template <class Kind>
 class BadFile : public ::testing::Test {};
-using Stores = ::testing::Types<Layouts, Sources, Transitions, Destinations, Prefs>;
+using Stores = ::testing::Types<Layouts, Sources, Transitions, Destinations, Cues, Prefs>;
 TYPED_TEST_SUITE(BadFile, Stores);
 
 TYPED_TEST(BadFile, ReadsEmptyAndIsKeptBesideTheNextGoodFile) {
