@@ -25,13 +25,13 @@ void FireGraphicStore::upsert(const FireGraphic& graphic) {
 }
 
 void FireGraphicStore::remove(const std::vector<std::size_t>& offsets) {
+  std::vector<std::size_t> sorted = offsets;
+  std::erase_if(sorted, [&](std::size_t at) { return at >= graphics->size(); });
+  if (sorted.empty()) return;
+  std::sort(sorted.rbegin(), sorted.rend());
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
   graphics.modify([&](std::vector<FireGraphic>& list) {
-    std::vector<std::size_t> sorted = offsets;
-    std::sort(sorted.rbegin(), sorted.rend());
-    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
-    for (std::size_t at : sorted) {
-      if (at < list.size()) list.erase(list.begin() + static_cast<std::ptrdiff_t>(at));
-    }
+    for (std::size_t at : sorted) list.erase(list.begin() + static_cast<std::ptrdiff_t>(at));
   });
   save();
 }

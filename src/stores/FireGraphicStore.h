@@ -24,7 +24,7 @@ class FireGraphicStore {
 
   // Replaces the cue with the same id, or appends it; then saves.
   void upsert(const FireGraphic& graphic);
-  // Removes the cues at those positions (out-of-range ones are skipped); then saves.
+  // Removes the cues at those positions (out-of-range ones are skipped); saves when one went.
   void remove(const std::vector<std::size_t>& offsets);
   std::optional<FireGraphic> find(const Uuid& id) const;
 
