@@ -168,7 +168,12 @@ WebOverlaySource* FireGraphics::privateSource(const Uuid& id) const {
 void FireGraphics::publishLayers() {
   std::vector<LayerState> layers;
   layers.reserve(fireLayers_.size());
-  for (const auto& [id, layer] : fireLayers_) layers.push_back(layer);
+  std::set<Uuid> drawn;
+  for (const auto& [id, layer] : fireLayers_) {
+    layers.push_back(layer);
+    drawn.insert(id);
+  }
+  if (drawn != drawnFireIDs.get()) drawnFireIDs = std::move(drawn);
   wiring_.switcher.setFireLayers(std::move(layers));
   // The sources these layers show are in use now, or no longer.
   wiring_.lifecycle.scheduleReconcile();

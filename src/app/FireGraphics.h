@@ -58,6 +58,8 @@ class FireGraphics {
   FireGraphicStore store;
   // Cues on air and not leaving: what lights their tiles.
   Published<std::set<Uuid>> activeFireIDs;
+  // Cues drawn over Program, leaving ones included.
+  Published<std::set<Uuid>> drawnFireIDs;
   // A cue to open in its editor; the window clears it once open.
   Published<std::optional<FireGraphic>> pendingFireGraphicEdit;
   // The cue now staged on the canvas for editing.

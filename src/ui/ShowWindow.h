@@ -8,6 +8,7 @@
 #include "ui/CaptureBridge.h"
 #include "ui/ClipBridge.h"
 #include "ui/DeckBridge.h"
+#include "ui/GraphicsBridge.h"
 #include "ui/WebBridge.h"
 #include "ui/LayerInspector.h"
 #include "ui/LayerListModel.h"
@@ -88,6 +89,7 @@ class ShowWindow {
   AudioDevicesBridge audioDevices_;
   DeckBridge deck_;
   WebBridge web_;
+  GraphicsBridge graphics_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };
 

@@ -694,6 +694,38 @@ TEST_F(Window, AnOverlayFromTheLibraryGoesOnAirAndItsParamsAreEditedLive) {
   EXPECT_TRUE(pumpUntil([&] { return stored() == "Your Name!"; }, 2));
 }
 
+TEST_F(Window, ALayerSavedAsACueIsNamedInItsEditorAndFiredOverProgramFromThePanel) {
+  QQuickWindow* window = window_->window();
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("saveCue0")));
+  ASSERT_EQ(model().fireGraphics.store.graphics->size(), 1u);
+  const FireGraphic cue = model().fireGraphics.store.graphics->front();
+  EXPECT_EQ(cue.size, (Size{0.5, 0.5})) << "the layer's place";
+
+  // The new cue opens in its editor; a name typed there is kept on Save.
+  QQuickItem* name = item("cueName");
+  ASSERT_TRUE(name);
+  ASSERT_TRUE(pumpUntil([&] { return name->isVisible(); }, 2));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(name));
+  QTest::keyClick(window, Qt::Key_End);
+  QTest::keyClick(window, Qt::Key_Exclam, Qt::ShiftModifier);
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(labelled("Save")));
+  EXPECT_TRUE(pumpUntil([&] { return model().fireGraphics.store.graphics->front().name == cue.name + "!"; }, 2));
+
+  // Fired from the panel: the blue cue over red Program, with the button's tally; hidden again.
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("graphicsTab")));
+  QQuickItem* program = item("programMonitor");
+  // The list is remade as the tally changes: the button is looked up each time.
+  ASSERT_TRUE(item("fireCue0"));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("fireCue0")));
+  EXPECT_TRUE(model().fireGraphics.activeFireIDs->contains(cue.id));
+  EXPECT_TRUE(shows(centre(program), QColor(0, 0, 255)));
+  EXPECT_EQ(item("fireCue0")->property("text").toString(), "HIDE");
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("fireCue0")));
+  EXPECT_FALSE(model().fireGraphics.activeFireIDs->contains(cue.id));
+  EXPECT_TRUE(shows(centre(program), QColor(255, 0, 0)));
+  EXPECT_EQ(model().switcher.programScene->layers.size(), 1u) << "Program's scene is untouched";
+}
+
 // The show without an audio service, whatever the machine runs: the tests
 // neither play into the user's speakers nor change the user's devices.
 class NoAudioService : public Window {

@@ -122,6 +122,14 @@ Rectangle {
                         onClicked: layers.move(row.index, row.index + 1)
                     }
                     ToolButton {
+                        objectName: "saveCue" + row.index
+                        text: "✨"
+                        ToolTip.visible: hovered
+                        ToolTip.text: graphics.staging ? "Save this layer back into the cue being edited"
+                                                         : "Save this layer as a cue to fire over Program"
+                        onClicked: graphics.saveLayerAsCue(row.layerID)
+                    }
+                    ToolButton {
                         text: "✕"
                         ToolTip.visible: hovered
                         ToolTip.text: "Delete layer"

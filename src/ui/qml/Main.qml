@@ -129,7 +129,7 @@ ApplicationWindow {
                     SplitView.minimumHeight: 120
                     orientation: Qt.Horizontal
                     MixerPanel { objectName: "mixerPanel"; SplitView.fillWidth: true; SplitView.minimumWidth: 400; theme: window.theme }
-                    // The deck and the sounds share a pane: the mixer needs the width.
+                    // The deck, the sounds and the cues share a pane: the mixer needs the width.
                     ColumnLayout {
                         SplitView.preferredWidth: 290
                         SplitView.minimumWidth: 200
@@ -139,6 +139,7 @@ ApplicationWindow {
                             Layout.fillWidth: true
                             TabButton { objectName: "deckTab"; text: "Deck"; font.pixelSize: 11 }
                             TabButton { objectName: "soundsTab"; text: "Sounds"; font.pixelSize: 11 }
+                            TabButton { objectName: "graphicsTab"; text: "Graphics"; font.pixelSize: 11 }
                         }
                         StackLayout {
                             Layout.fillWidth: true
@@ -146,6 +147,7 @@ ApplicationWindow {
                             currentIndex: controlTabs.currentIndex
                             DeckPanel { objectName: "deckPanel"; theme: window.theme }
                             SoundEffectsPanel { objectName: "soundEffectsPanel"; theme: window.theme }
+                            GraphicsPanel { objectName: "graphicsPanel"; theme: window.theme }
                         }
                     }
                 }
