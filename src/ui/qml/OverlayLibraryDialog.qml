@@ -93,10 +93,11 @@ Dialog {
                     Button {
                         text: "⋯"
                         ToolTip.visible: hovered
-                        ToolTip.text: "Duplicate, rename or delete"
+                        ToolTip.text: "Make a cue, duplicate, rename or delete"
                         onClicked: itemMenu.popup()
                         Menu {
                             id: itemMenu
+                            MenuItem { text: "Make a cue"; onTriggered: { graphics.newFromOverlay(row.modelData.id); root.close() } }
                             MenuItem { text: "Duplicate"; onTriggered: web.duplicateOverlay(row.modelData.id) }
                             MenuItem { text: "Rename…"; onTriggered: renameDialog.openFor(row.index, row.modelData.name) }
                             MenuItem { text: "Delete…"; onTriggered: deleteDialog.openFor(row.index, row.modelData.name) }

@@ -113,6 +113,7 @@ Rectangle {
                     id: menu
                     MenuItem { text: "Rename…"; onTriggered: renameDialog.openFor(row.index, row.name) }
                     MenuItem { text: "Restart"; onTriggered: sources.restart(row.index) }
+                    MenuItem { text: "Make a cue"; onTriggered: graphics.newFromSource(row.sourceID) }
                     MenuItem {
                         text: "Edit design…"
                         enabled: titles.isTitle(row.sourceID)
