@@ -1,0 +1,140 @@
+#include "platform/media/StreamVideoDecoder.h"
+
+#include "base/ThreadName.h"
+#include "platform/media/ClipPictureConverter.h"
+#include "platform/media/FFmpegPointers.h"
+
+namespace tavorin {
+
+bool holdsKeyFrame(const std::vector<std::uint8_t>& accessUnit) {
+  std::size_t at = 0;
+  while (at + 4 < accessUnit.size()) {
+    const std::size_t size = (std::size_t(accessUnit[at]) << 24) | (std::size_t(accessUnit[at + 1]) << 16) |
+                             (std::size_t(accessUnit[at + 2]) << 8) | accessUnit[at + 3];
+    if (size > 0 && (accessUnit[at + 4] & 31) == 5) return true;
+    at += 4 + size;
+  }
+  return false;
+}
+
+// One libavcodec H.264 decoder for one configuration, slice-threaded: frame
+// threads would hold pictures back by a frame each.
+class StreamVideoDecoder::Codec {
+ public:
+  static std::unique_ptr<Codec> open(const Configuration& configuration, std::string& error) {
+    const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_H264);
+    if (!codec) {
+      error = "no H.264 decoder";
+      return nullptr;
+    }
+    auto made = std::unique_ptr<Codec>(new Codec);
+    made->configuration_ = configuration;
+    made->context_.reset(avcodec_alloc_context3(codec));
+    AVCodecContext* context = made->context_.get();
+    context->extradata = static_cast<std::uint8_t*>(av_mallocz(configuration->size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    std::copy(configuration->begin(), configuration->end(), context->extradata);
+    context->extradata_size = static_cast<int>(configuration->size());
+    context->thread_type = FF_THREAD_SLICE;
+    context->thread_count = 0;
+    context->flags |= AV_CODEC_FLAG_LOW_DELAY;
+    if (const int result = avcodec_open2(context, codec, nullptr); result < 0) {
+      error = ffmpeg::errorText(result);
+      return nullptr;
+    }
+    made->packet_.reset(av_packet_alloc());
+    made->frame_.reset(av_frame_alloc());
+    return made;
+  }
+
+  const Configuration& configuration() const { return configuration_; }
+
+  void decode(std::vector<std::uint8_t>& bytes, const FrameSink& sink) {
+    if (av_new_packet(packet_.get(), static_cast<int>(bytes.size())) < 0) return;
+    std::copy(bytes.begin(), bytes.end(), packet_->data);
+    const int sent = avcodec_send_packet(context_.get(), packet_.get());
+    av_packet_unref(packet_.get());
+    if (sent < 0 && sent != AVERROR(EAGAIN)) return;
+    while (avcodec_receive_frame(context_.get(), frame_.get()) == 0) {
+      if (auto picture = converter_.convert(*frame_); picture && sink) sink(std::move(picture));
+      av_frame_unref(frame_.get());
+    }
+  }
+
+ private:
+  Codec() = default;
+  Configuration configuration_;
+  ffmpeg::CodecContextPtr context_;
+  ffmpeg::PacketPtr packet_;
+  ffmpeg::FramePtr frame_;
+  ClipPictureConverter converter_;
+};
+
+StreamVideoDecoder::StreamVideoDecoder(FrameSink frames, FailureSink failure)
+    : frames_(std::move(frames)), failure_(std::move(failure)), thread_([this] { run(); }) {}
+
+StreamVideoDecoder::~StreamVideoDecoder() {
+  {
+    std::lock_guard guard(lock_);
+    stopping_ = true;
+  }
+  wake_.notify_one();
+  thread_.join();
+}
+
+void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configuration configuration) {
+  {
+    std::lock_guard guard(lock_);
+    if (waitForKeyFrame_) {
+      if (!holdsKeyFrame(accessUnit)) {
+        ++dropped_;
+        return;
+      }
+      waitForKeyFrame_ = false;
+    }
+    if (queue_.size() >= kMaxQueued) {
+      // Behind: what waits would show late; the next key frame starts clean.
+      dropped_ += queue_.size() + 1;
+      queue_.clear();
+      waitForKeyFrame_ = !holdsKeyFrame(accessUnit);
+      if (waitForKeyFrame_) return;
+    }
+    queue_.push_back({std::move(accessUnit), std::move(configuration)});
+  }
+  wake_.notify_one();
+}
+
+std::uint64_t StreamVideoDecoder::droppedUnits() const {
+  std::lock_guard guard(lock_);
+  return dropped_;
+}
+
+void StreamVideoDecoder::run() {
+  nameThisThread("Tavorin.RTSPDecode");
+  std::unique_ptr<Codec> codec;
+  Configuration failed;
+  for (;;) {
+    Unit unit;
+    {
+      std::unique_lock guard(lock_);
+      wake_.wait(guard, [&] { return stopping_ || !queue_.empty(); });
+      if (stopping_) return;
+      unit = std::move(queue_.front());
+      queue_.pop_front();
+    }
+    if (!codec || codec->configuration() != unit.configuration) {
+      codec.reset();
+      // A configuration that failed once is not tried again for every unit.
+      if (unit.configuration == failed) continue;
+      std::string error;
+      codec = Codec::open(unit.configuration, error);
+      if (!codec) {
+        failed = unit.configuration;
+        if (failure_) failure_(error);
+        continue;
+      }
+    }
+    codec->decode(unit.bytes, frames_);
+  }
+}
+
+}  // namespace tavorin

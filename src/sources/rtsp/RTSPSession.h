@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sources/rtsp/RTSPMessage.h"
+
+namespace tavorin {
+
+// What a DESCRIBE's SDP says about the stream's video: where to SET it UP,
+// and the parameter sets it announces (each base64 piece that decodes).
+struct RTSPVideoDescription {
+  std::optional<std::string> control;
+  std::optional<std::vector<std::uint8_t>> sps;
+  std::optional<std::vector<std::uint8_t>> pps;
+};
+
+// Reads the video sections only; lines of other media are skipped.
+RTSPVideoDescription parseVideoDescription(std::string_view sdp);
+
+// The URL to SET UP: the control value against the reply's content base
+// (else its content location, else the request URL).
+std::string controlURL(const RTSPResponse& describe, const std::string& requestURL,
+                       const std::optional<std::string>& control);
+
+// The session id of a SETUP reply: the first non-empty piece of its Session header.
+std::optional<std::string> sessionOf(const RTSPResponse& setup);
+
+}  // namespace tavorin

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tavorin {
+
+// An rtsp:// address taken apart: where to connect, the credentials it
+// carries, and the address to put in request lines (without the credentials).
+struct RTSPUrl {
+  std::string host;  // empty when the address has none
+  std::uint16_t port = 554;
+  std::string requestURL;
+  std::optional<std::string> username;  // percent-decoded
+  std::optional<std::string> password;
+};
+
+RTSPUrl parseRTSPUrl(std::string_view url);
+
+}  // namespace tavorin
