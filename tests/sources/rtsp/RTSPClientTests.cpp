@@ -1,0 +1,121 @@
+#include "sources/rtsp/RTSPClient.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+
+#include "peers/RtspCamera.h"
+#include "support/TempDir.h"
+#include "support/WaitFor.h"
+
+namespace tavorin {
+namespace {
+
+using testing::RtspCamera;
+using testing::waitFor;
+
+// A client whose pictures and log lines the test reads.
+struct Watched {
+  explicit Watched(const std::string& url) {
+    client = std::make_unique<RTSPClient>(RTSPClient::Options{
+        .url = url,
+        .onFrame =
+            [this](PixelBufferRef frame) {
+              std::lock_guard guard(lock);
+              latest = std::move(frame);
+              ++frames;
+            },
+        .log =
+            [this](const std::string& line) {
+              std::lock_guard guard(lock);
+              log.push_back(line);
+            },
+        .reconnectDelay = 4.0,
+        .keepAliveInterval = 25.0});
+    client->start();
+  }
+  int frameCount() {
+    std::lock_guard guard(lock);
+    return frames;
+  }
+  PixelBufferRef picture() {
+    std::lock_guard guard(lock);
+    return latest;
+  }
+  std::vector<std::string> lines() {
+    std::lock_guard guard(lock);
+    return log;
+  }
+  bool picturesFlow(double seconds = 15) {
+    const int before = frameCount();
+    return waitFor([&] { return frameCount() >= before + 5; }, seconds);
+  }
+
+  std::mutex lock;
+  PixelBufferRef latest;
+  int frames = 0;
+  std::vector<std::string> log;
+  std::unique_ptr<RTSPClient> client;
+};
+
+TEST(RTSPClient, PicturesBehindBasicAndDigestShowThePatternsColours) {
+  testing::TempDir logs;
+  for (const char* method : {"basic", "digest"}) {
+    SCOPED_TRACE(method);
+    RtspCamera camera(logs.path(), {"--auth", method, "op", "s3cret"});
+    Watched watched(camera.url("op:s3cret"));
+    ASSERT_TRUE(watched.picturesFlow()) << ::testing::PrintToString(watched.lines());
+    // The pattern's seven full bars, sent in BT.601 limited range: a wrong matrix
+    // or range moves a channel of red, green or white 20 or more past the tolerance.
+    const auto picture = watched.picture();
+    ASSERT_EQ(picture->width(), 320);
+    struct Bar {
+      int r, g, b;
+    };
+    const Bar bars[] = {{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0}, {255, 0, 255}, {255, 0, 0}, {0, 0, 255}};
+    for (int i = 0; i < 7; ++i) {
+      const std::uint8_t* p = picture->row(60) + 4 * int((i + 0.5) * 320 / 7);
+      EXPECT_NEAR(p[2], bars[i].r, 12) << "bar " << i;
+      EXPECT_NEAR(p[1], bars[i].g, 12) << "bar " << i;
+      EXPECT_NEAR(p[0], bars[i].b, 12) << "bar " << i;
+      EXPECT_EQ(p[3], 255);
+    }
+    EXPECT_TRUE(watched.lines().empty());
+  }
+}
+
+TEST(RTSPClient, AWrongPasswordIsRetriedEvery4SecondsAndSaidOnce) {
+  testing::TempDir logs;
+  RtspCamera camera(logs.path(), {"--auth", "digest", "op", "s3cret"});
+  Watched watched(camera.url("op:wrong"));
+  ASSERT_TRUE(waitFor([&] { return watched.client->connectionsOpened() >= 3; }, 12));
+  EXPECT_EQ(watched.lines(), std::vector<std::string>{"RTSP DESCRIBE failed (401) for 127.0.0.1"});
+  EXPECT_EQ(watched.frameCount(), 0);
+}
+
+TEST(RTSPClient, ACameraThatGoesAwayFreezesAndComesBackOnOneConnection) {
+  testing::TempDir logs;
+  // Audio described first: the video's own control line is the one set up.
+  RtspCamera camera(logs.path(), {"--audio-first"});
+  Watched watched(camera.url());
+  ASSERT_TRUE(watched.picturesFlow());
+  camera.stop();
+  ASSERT_TRUE(waitFor([&] { return watched.client->state() == RTSPClient::State::waiting; }, 5));
+  const int frozen = watched.frameCount();
+  // Connections refused while it is away are silent.
+  std::this_thread::sleep_for(std::chrono::milliseconds(4500));
+  EXPECT_EQ(watched.frameCount(), frozen);
+  camera.start();
+  EXPECT_TRUE(watched.picturesFlow(20));
+  EXPECT_EQ(RtspCamera::connectionsTo(camera.port()), 1);
+  EXPECT_TRUE(watched.lines().empty()) << ::testing::PrintToString(watched.lines());
+  // Stopped: the connection goes and no retry comes.
+  watched.client->stop();
+  EXPECT_TRUE(waitFor([&] { return RtspCamera::connectionsTo(camera.port()) == 0; }, 5));
+  const int opened = watched.client->connectionsOpened();
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  EXPECT_EQ(watched.client->connectionsOpened(), opened);
+}
+
+}  // namespace
+}  // namespace tavorin
