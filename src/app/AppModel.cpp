@@ -187,6 +187,7 @@ void AppModel::start() {
   capture.registerKinds(sourceFactory);
   sourceFactory.registerKind(SavedSource::Kind::clip, [this](const SavedSource& saved) { return makeClipSource(saved); });
   startWebSources();
+  registerRTSPKind();
   std::weak_ptr<AppModel*> weakSelf = self_;
   // The stored sources come back once the cameras and screens are known.
   queue_.post([weakSelf] {
@@ -405,6 +406,7 @@ std::filesystem::path AppModel::currentRecordingsRoot() const {
 void AppModel::removeSource(const std::string& id) {
   // A clip's sound goes with it; other ids have no channel of that name.
   if (findClip(id)) audioMixer.removeChannel(id);
+  forgetRTSPPassword(id);
   sourceLifecycle.removeSource(id);
   sourcesStore.remove(id);
   mediaNames.modify([&](std::map<std::string, std::string>& names) { names.erase(id); });

@@ -171,6 +171,12 @@ class AppModel {
   // and stored), its replay. The id of the source, or nothing when it could not be made.
   std::optional<std::string> addOverlayToShow(const OverlayItem& item);
   std::optional<std::string> addBrowserSource(const std::string& address);
+  // A network camera from its rtsp:// address, with the user and password of
+  // the dialog (either may also be in the address); the password is kept in
+  // the secret store. Its id, or nothing when the address is refused (logged)
+  // or the camera is already in the show.
+  std::optional<std::string> addRTSPSource(const std::string& url, const std::string& name, const std::string& user,
+                                           const std::string& password);
   void setOverlayParam(const std::string& sourceID, const std::string& key, const std::string& value);
   void replayOverlay(const std::string& sourceID);
   // A new library item from the starter's design, added to the show with a
@@ -359,6 +365,9 @@ class AppModel {
   std::shared_ptr<BaseSource> makeOverlaySource(const SavedSource& saved);
   std::shared_ptr<BaseSource> makeBrowserSource(const SavedSource& saved);
   void startWebSources();
+  void registerRTSPKind();
+  std::shared_ptr<BaseSource> makeRTSPSource(const std::string& id, const std::string& name, const std::string& storedURL);
+  void forgetRTSPPassword(const std::string& id);
   // The source id a cue's layer shows on the canvas, made ready for editing; nothing when it is missing.
   std::optional<std::string> cueSourceForCanvas(const FireGraphic& graphic, const char* missingMedia);
   // The staged layer of a cue in the scene being edited; nothing when it is missing.

@@ -26,7 +26,35 @@ std::string percentDecoded(std::string_view text) {
   return out;
 }
 
+std::string percentEncoded(std::string_view text) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  for (unsigned char c : text) {
+    if (std::isalnum(c) || std::string_view("-._~").find(char(c)) != std::string_view::npos) {
+      out.push_back(char(c));
+    } else {
+      out += '%';
+      out += kHex[c >> 4];
+      out += kHex[c & 15];
+    }
+  }
+  return out;
+}
+
 }  // namespace
+
+std::string rtspURLWithCredentials(std::string_view url, const std::optional<std::string>& username,
+                                   const std::optional<std::string>& password) {
+  const RTSPUrl parsed = parseRTSPUrl(url);
+  const auto schemeEnd = parsed.requestURL.find("://");
+  if (parsed.host.empty() || schemeEnd == std::string::npos) return std::string(url);
+  if (!username || username->empty()) return parsed.requestURL;
+  std::string credentials = percentEncoded(*username);
+  if (password && !password->empty()) credentials += ":" + percentEncoded(*password);
+  std::string rebuilt = parsed.requestURL;
+  rebuilt.insert(schemeEnd + 3, credentials + "@");
+  return rebuilt;
+}
 
 RTSPUrl parseRTSPUrl(std::string_view url) {
   RTSPUrl parsed;

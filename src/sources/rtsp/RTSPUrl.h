@@ -19,4 +19,9 @@ struct RTSPUrl {
 
 RTSPUrl parseRTSPUrl(std::string_view url);
 
+// The address with these credentials in it (percent-encoded) in place of any
+// it had; no user leaves none. An address that does not parse is returned as it is.
+std::string rtspURLWithCredentials(std::string_view url, const std::optional<std::string>& username,
+                                   const std::optional<std::string>& password);
+
 }  // namespace tavorin
