@@ -83,6 +83,11 @@ bool SourceListModel::addImage(const QString& pathOrURL) {
 
 void SourceListModel::addBlack() { model_.addBlackSource(); }
 
+bool SourceListModel::addRTSP(const QString& url, const QString& name, const QString& user, const QString& password) {
+  return model_.addRTSPSource(url.toStdString(), name.toStdString(), user.toStdString(), password.toStdString())
+      .has_value();
+}
+
 void SourceListModel::rename(int row, const QString& name) {
   if (row < 0 || row >= rowCount()) return;
   model_.renameSource(sources_[static_cast<std::size_t>(row)]->id(), name.trimmed().toStdString());

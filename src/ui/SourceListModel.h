@@ -32,6 +32,8 @@ class SourceListModel : public QAbstractListModel {
   // A picture file (a local path or file:// URL); false when it could not be read (logged).
   Q_INVOKABLE bool addImage(const QString& pathOrURL);
   Q_INVOKABLE void addBlack();
+  // A network camera; false when the address was refused (the log says why) or it is already in the show.
+  Q_INVOKABLE bool addRTSP(const QString& url, const QString& name, const QString& user, const QString& password);
   Q_INVOKABLE void rename(int row, const QString& name);
   Q_INVOKABLE void remove(int row);
   // Stops and starts the source again (a camera that hangs, a window that moved to another screen).

@@ -19,6 +19,7 @@
 #include "peers/NginxRtmp.h"
 #include "peers/PrivateXServer.h"
 #include "platform/media/PngWriter.h"
+#include "peers/RtspCamera.h"
 #include "support/ChildProcess.h"
 #include "support/ScopedEnvironment.h"
 #include "support/TempDir.h"
@@ -724,6 +725,22 @@ TEST_F(Window, ALayerSavedAsACueIsNamedInItsEditorAndFiredOverProgramFromThePane
   EXPECT_FALSE(model().fireGraphics.activeFireIDs->contains(cue.id));
   EXPECT_TRUE(shows(centre(program), QColor(255, 0, 0)));
   EXPECT_EQ(model().switcher.programScene->layers.size(), 1u) << "Program's scene is untouched";
+}
+
+TEST_F(Window, ANetworkCameraIsAddedFromItsDialogWithItsLogin) {
+  testing::RtspCamera camera(dir_.path(), {"--auth", "basic", "op", "secret"});
+  QQuickWindow* window = window_->window();
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("addSourceButton")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("addRTSPItem")));
+  for (const auto& [field, text] : {std::pair{"rtspAddress", camera.url()}, std::pair{"rtspUser", std::string("op")},
+                                    std::pair{"rtspPassword", std::string("secret")}}) {
+    QTest::mouseClick(window, Qt::LeftButton, {}, centre(item(field)));
+    for (const QChar c : QString::fromStdString(text)) QTest::sendKeyEvent(QTest::Click, window, Qt::Key_unknown, c, Qt::NoModifier);
+  }
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(labelled("OK")));
+  const std::string id = "rtsp:" + camera.url("op");
+  ASSERT_TRUE(pumpUntil([&] { return model().sourceLifecycle.find(id) != nullptr; }, 2));
+  EXPECT_TRUE(pumpUntil([&] { return model().frameSlots.latestFrame(id) != nullptr; }, 15));
 }
 
 // The show without an audio service, whatever the machine runs: the tests

@@ -29,6 +29,7 @@ Rectangle {
                     MenuItem { objectName: "addCameraItem"; text: "Camera…"; onTriggered: captureDialog.openOn("camera") }
                     MenuItem { text: "Screen or window…"; onTriggered: captureDialog.openOn("display") }
                     MenuItem { text: "Media file…"; onTriggered: clipDialog.open() }
+                    MenuItem { objectName: "addRTSPItem"; text: "Network camera (RTSP)…"; onTriggered: rtspDialog.open() }
                     MenuItem { objectName: "addTitleItem"; text: "Title"; onTriggered: titleEditor.edit(titles.addText()) }
                     MenuItem { text: "Shape"; onTriggered: titleEditor.edit(titles.addShape(0)) }
                     MenuItem { text: "Picture file…"; onTriggered: fileDialog.open() }
@@ -172,6 +173,7 @@ Rectangle {
     ClipEditor { id: clipEditor; theme: root.theme }
     WebSourceEditor { id: webEditor; theme: root.theme }
     OverlayLibraryDialog { id: overlayLibrary; theme: root.theme; onAdded: (id) => webEditor.edit(id) }
+    AddRTSPDialog { id: rtspDialog; theme: root.theme }
     AddBrowserDialog { id: browserDialog; theme: root.theme; onAdded: (id) => webEditor.edit(id) }
     TitleEditor { id: titleEditor; theme: root.theme }
     FileDialog {
