@@ -14,7 +14,7 @@ void RTSPSource::start(StartDone done) {
   if (!client_) {
     client_ = std::make_unique<RTSPClient>(RTSPClient::Options{
         .url = connectURL_,
-        .onFrame = [this](PixelBufferRef frame) { publish(std::move(frame)); },
+        .onFrame = [this](PixelBufferRef frame, double) { publish(std::move(frame)); },
         .log = log_,
         .reconnectDelay = 4.0,
         .keepAliveInterval = 25.0});

@@ -1,5 +1,7 @@
 #include "platform/media/StreamVideoDecoder.h"
 
+#include <cmath>
+
 #include "base/ThreadName.h"
 #include "platform/media/ClipPictureConverter.h"
 #include "platform/media/FFmpegPointers.h"
@@ -48,14 +50,17 @@ class StreamVideoDecoder::Codec {
 
   const Configuration& configuration() const { return configuration_; }
 
-  void decode(std::vector<std::uint8_t>& bytes, const FrameSink& sink) {
+  void decode(std::vector<std::uint8_t>& bytes, double receivedAt, const FrameSink& sink) {
     if (av_new_packet(packet_.get(), static_cast<int>(bytes.size())) < 0) return;
     std::copy(bytes.begin(), bytes.end(), packet_->data);
+    // The hand-in time rides as the packet's time stamp, in microseconds, to its picture.
+    packet_->pts = std::llround(receivedAt * 1e6);
     const int sent = avcodec_send_packet(context_.get(), packet_.get());
     av_packet_unref(packet_.get());
     if (sent < 0 && sent != AVERROR(EAGAIN)) return;
     while (avcodec_receive_frame(context_.get(), frame_.get()) == 0) {
-      if (auto picture = converter_.convert(*frame_); picture && sink) sink(std::move(picture));
+      const double handedIn = frame_->pts == AV_NOPTS_VALUE ? 0 : static_cast<double>(frame_->pts) * 1e-6;
+      if (auto picture = converter_.convert(*frame_); picture && sink) sink(std::move(picture), handedIn);
       av_frame_unref(frame_.get());
     }
   }
@@ -81,7 +86,7 @@ StreamVideoDecoder::~StreamVideoDecoder() {
   thread_.join();
 }
 
-void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configuration configuration) {
+void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configuration configuration, double receivedAt) {
   {
     std::lock_guard guard(lock_);
     if (waitForKeyFrame_) {
@@ -98,7 +103,7 @@ void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configurat
       waitForKeyFrame_ = !holdsKeyFrame(accessUnit);
       if (waitForKeyFrame_) return;
     }
-    queue_.push_back({std::move(accessUnit), std::move(configuration)});
+    queue_.push_back({std::move(accessUnit), std::move(configuration), receivedAt});
   }
   wake_.notify_one();
 }
@@ -133,7 +138,7 @@ void StreamVideoDecoder::run() {
         continue;
       }
     }
-    codec->decode(unit.bytes, frames_);
+    codec->decode(unit.bytes, unit.receivedAt, frames_);
   }
 }
 

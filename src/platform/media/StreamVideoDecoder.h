@@ -22,8 +22,9 @@ namespace tavorin {
 class StreamVideoDecoder {
  public:
   using Configuration = std::shared_ptr<const std::vector<std::uint8_t>>;
-  // Pictures in decode order, on the decoder's thread.
-  using FrameSink = std::function<void(PixelBufferRef)>;
+  // Pictures in decode order, on the decoder's thread, with the host time
+  // their access unit was handed in (what a latency is measured from).
+  using FrameSink = std::function<void(PixelBufferRef, double receivedAt)>;
   // Why a decoder could not be made for a configuration, on the decoder's thread.
   using FailureSink = std::function<void(const std::string&)>;
 
@@ -35,7 +36,7 @@ class StreamVideoDecoder {
   StreamVideoDecoder& operator=(const StreamVideoDecoder&) = delete;
 
   // From any one thread. A configuration other than the last one's makes a new decoder.
-  void decode(std::vector<std::uint8_t> accessUnit, Configuration configuration);
+  void decode(std::vector<std::uint8_t> accessUnit, Configuration configuration, double receivedAt);
   // Units dropped because decoding fell behind, since the start.
   std::uint64_t droppedUnits() const;
 
@@ -43,6 +44,7 @@ class StreamVideoDecoder {
   struct Unit {
     std::vector<std::uint8_t> bytes;
     Configuration configuration;
+    double receivedAt = 0;
   };
   class Codec;
 

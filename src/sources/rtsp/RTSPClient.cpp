@@ -5,6 +5,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 
+#include "base/HostTime.h"
 #include "base/Text.h"
 #include "base/ThreadName.h"
 #include "sources/rtsp/RTSPSession.h"
@@ -35,7 +36,7 @@ RTSPClient::RTSPClient(Options options) : options_(std::move(options)), url_(par
         asio::post(io_, [this, error] { say("RTSP decoder create failed: " + error); });
       });
     }
-    decoder_->decode(std::move(unit), config);
+    decoder_->decode(std::move(unit), config, hostTimeNow());
   };
   thread_ = std::thread([this] {
     nameThisThread("Tavorin.RTSP");

@@ -34,8 +34,9 @@ class RTSPClient {
 
   struct Options {
     std::string url;
-    // Decoded pictures, on the decoder's thread.
-    std::function<void(PixelBufferRef)> onFrame;
+    // Decoded pictures, on the decoder's thread, with the host time their
+    // last packet was read (the client's share of the latency starts there).
+    std::function<void(PixelBufferRef, double receivedAt)> onFrame;
     // Lines for the show's log, on the client's thread; each failure is said
     // once until the stream plays again.
     std::function<void(const std::string&)> log;

@@ -20,7 +20,7 @@ struct Watched {
     client = std::make_unique<RTSPClient>(RTSPClient::Options{
         .url = url,
         .onFrame =
-            [this](PixelBufferRef frame) {
+            [this](PixelBufferRef frame, double) {
               std::lock_guard guard(lock);
               latest = std::move(frame);
               ++frames;
