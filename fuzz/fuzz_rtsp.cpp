@@ -2,7 +2,8 @@
 // one connection. The first byte seeds where the rest is split into reads;
 // however the reads fall, the parser must give what it gives for one read.
 // Each reply goes through the SDP, session and control readers, each channel
-// 0 payload through the H.264 depacketizer, and the whole input through the
+// 0 payload through the H.264 depacketizer, each channel 2 one through the
+// H.265 one, and the whole input through the
 // address parser.
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "sources/rtsp/H264Depacketizer.h"
+#include "sources/rtsp/H265Depacketizer.h"
 #include "sources/rtsp/RTSPMessage.h"
 #include "sources/rtsp/RTSPSession.h"
 #include "sources/rtsp/RTSPUrl.h"
@@ -31,9 +33,12 @@ Outcome run(std::span<const std::uint8_t> stream, std::size_t blockSize) {
   Outcome outcome;
   RTSPStreamParser parser;
   H264Depacketizer depacketizer;
-  depacketizer.onAccessUnit = [&](std::vector<std::uint8_t> unit, const H264Depacketizer::Configuration&) {
+  H265Depacketizer h265;
+  auto unit = [&](std::vector<std::uint8_t> unit, const StreamVideoDecoder::Configuration&) {
     outcome.units.push_back(std::move(unit));
   };
+  depacketizer.onAccessUnit = unit;
+  h265.onAccessUnit = unit;
   parser.onResponse = [&](RTSPResponse response) {
     std::string flat = std::to_string(response.status);
     for (const auto& [key, value] : response.headers) flat += "|" + key + "=" + value;
@@ -41,6 +46,7 @@ Outcome run(std::span<const std::uint8_t> stream, std::size_t blockSize) {
     outcome.replies.push_back(flat);
     const auto video = parseVideoDescription(response.body);
     depacketizer.setParameterSets(video.sps, video.pps);
+    h265.setParameterSets(video.vps, video.sps, video.pps);
     (void)controlURL(response, "rtsp://camera/", video.control);
     (void)sessionOf(response);
   };
@@ -48,6 +54,7 @@ Outcome run(std::span<const std::uint8_t> stream, std::size_t blockSize) {
     outcome.frames.emplace_back(payload.begin(), payload.end());
     outcome.frames.back().push_back(channel);
     if (channel == 0) depacketizer.handleRTP(payload);
+    if (channel == 2) h265.handleRTP(payload);
   };
   for (std::size_t at = 0; at < stream.size(); at += blockSize) {
     parser.feed(stream.subspan(at, std::min(blockSize, stream.size() - at)));

@@ -3,12 +3,20 @@
 #include <cmath>
 
 #include "base/ThreadName.h"
+#include "platform/media/AvcConfiguration.h"
 #include "platform/media/ClipPictureConverter.h"
 #include "platform/media/FFmpegPointers.h"
 
 namespace tavorin {
 
-bool holdsKeyFrame(const std::vector<std::uint8_t>& accessUnit) {
+bool holdsKeyFrame(const std::vector<std::uint8_t>& accessUnit, StreamVideoFormat::Codec codec) {
+  if (codec == StreamVideoFormat::Codec::h265) {
+    for (auto nal : avc::splitAnnexB(accessUnit)) {
+      const int type = (nal[0] >> 1) & 0x3F;
+      if (type >= 16 && type <= 21) return true;  // BLA, IDR and CRA pictures
+    }
+    return false;
+  }
   std::size_t at = 0;
   while (at + 4 < accessUnit.size()) {
     const std::size_t size = (std::size_t(accessUnit[at]) << 24) | (std::size_t(accessUnit[at + 1]) << 16) |
@@ -19,23 +27,25 @@ bool holdsKeyFrame(const std::vector<std::uint8_t>& accessUnit) {
   return false;
 }
 
-// One libavcodec H.264 decoder for one configuration, slice-threaded: frame
+// One libavcodec decoder for one configuration, slice-threaded: frame
 // threads would hold pictures back by a frame each.
 class StreamVideoDecoder::Codec {
  public:
   static std::unique_ptr<Codec> open(const Configuration& configuration, std::string& error) {
-    const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_H264);
+    const bool h265 = configuration->codec == StreamVideoFormat::Codec::h265;
+    const AVCodec* codec = avcodec_find_decoder(h265 ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264);
     if (!codec) {
-      error = "no H.264 decoder";
+      error = h265 ? "no H.265 decoder" : "no H.264 decoder";
       return nullptr;
     }
     auto made = std::unique_ptr<Codec>(new Codec);
     made->configuration_ = configuration;
     made->context_.reset(avcodec_alloc_context3(codec));
     AVCodecContext* context = made->context_.get();
-    context->extradata = static_cast<std::uint8_t*>(av_mallocz(configuration->size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    std::copy(configuration->begin(), configuration->end(), context->extradata);
-    context->extradata_size = static_cast<int>(configuration->size());
+    const auto& extradata = configuration->extradata;
+    context->extradata = static_cast<std::uint8_t*>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    std::copy(extradata.begin(), extradata.end(), context->extradata);
+    context->extradata_size = static_cast<int>(extradata.size());
     context->thread_type = FF_THREAD_SLICE;
     context->thread_count = 0;
     context->flags |= AV_CODEC_FLAG_LOW_DELAY;
@@ -90,7 +100,7 @@ void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configurat
   {
     std::lock_guard guard(lock_);
     if (waitForKeyFrame_) {
-      if (!holdsKeyFrame(accessUnit)) {
+      if (!holdsKeyFrame(accessUnit, configuration->codec)) {
         ++dropped_;
         return;
       }
@@ -100,7 +110,7 @@ void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configurat
       // Behind: what waits would show late; the next key frame starts clean.
       dropped_ += queue_.size() + 1;
       queue_.clear();
-      waitForKeyFrame_ = !holdsKeyFrame(accessUnit);
+      waitForKeyFrame_ = !holdsKeyFrame(accessUnit, configuration->codec);
       if (waitForKeyFrame_) return;
     }
     queue_.push_back({std::move(accessUnit), std::move(configuration), receivedAt});

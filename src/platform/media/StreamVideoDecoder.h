@@ -14,14 +14,24 @@
 
 namespace tavorin {
 
-// Decodes a network stream's H.264 access units (length-prefixed NAL units
-// with their AVC configuration record) on a thread of its own, into pooled
+// What a network stream's access units need to be decoded: the codec, and the
+// decoder's configuration. H.264 units are length-prefixed NAL units with an
+// AVC configuration record; H.265 units are Annex B with the parameter sets,
+// start codes and all, as the configuration.
+struct StreamVideoFormat {
+  enum class Codec { h264, h265 };
+  Codec codec = Codec::h264;
+  std::vector<std::uint8_t> extradata;
+};
+
+// Decodes a network stream's access units on a thread of its own, into pooled
 // premultiplied BGRA in the stream's colour matrix and range. Units are
 // queued, never waited on: when decoding falls behind, the queue is dropped
 // and decoding picks up again at the next key frame.
 class StreamVideoDecoder {
  public:
-  using Configuration = std::shared_ptr<const std::vector<std::uint8_t>>;
+  // A new object whenever the format changed: the decoder compares pointers.
+  using Configuration = std::shared_ptr<const StreamVideoFormat>;
   // Pictures in decode order, on the decoder's thread, with the host time
   // their access unit was handed in (what a latency is measured from).
   using FrameSink = std::function<void(PixelBufferRef, double receivedAt)>;
@@ -61,7 +71,8 @@ class StreamVideoDecoder {
   std::thread thread_;
 };
 
-// Whether a length-prefixed H.264 access unit holds an IDR slice.
-bool holdsKeyFrame(const std::vector<std::uint8_t>& accessUnit);
+// Whether an access unit holds a picture decoding can start at (IDR, or an
+// H.265 random access point).
+bool holdsKeyFrame(const std::vector<std::uint8_t>& accessUnit, StreamVideoFormat::Codec codec);
 
 }  // namespace tavorin

@@ -27,17 +27,18 @@ RTSPClient::RTSPClient(Options options) : options_(std::move(options)), url_(par
   parser_.onResponse = [this](RTSPResponse response) { handleResponse(std::move(response)); };
   parser_.onInterleaved = [this](std::uint8_t channel, std::span<const std::uint8_t> payload) {
     // RTCP on channel 1 is not used.
-    if (channel == 0) depacketizer_.handleRTP(payload);
-  };
-  depacketizer_.onAccessUnit = [this](std::vector<std::uint8_t> unit, const H264Depacketizer::Configuration& config) {
-    if (!decoder_) {
-      auto sink = options_.onFrame;
-      decoder_ = std::make_unique<StreamVideoDecoder>(std::move(sink), [this](const std::string& error) {
-        asio::post(io_, [this, error] { say("RTSP decoder create failed: " + error); });
-      });
+    if (channel != 0) return;
+    if (codec_ == StreamVideoFormat::Codec::h265) {
+      h265_.handleRTP(payload);
+    } else {
+      h264_.handleRTP(payload);
     }
-    decoder_->decode(std::move(unit), config, hostTimeNow());
   };
+  auto unit = [this](std::vector<std::uint8_t> unit, const StreamVideoDecoder::Configuration& configuration) {
+    handleAccessUnit(std::move(unit), configuration);
+  };
+  h264_.onAccessUnit = unit;
+  h265_.onAccessUnit = unit;
   thread_ = std::thread([this] {
     nameThisThread("Tavorin.RTSP");
     auto work = asio::make_work_guard(io_);
@@ -50,6 +51,15 @@ RTSPClient::~RTSPClient() {
   // The stop runs before the loop ends; the decoder's thread is joined there.
   asio::post(io_, [this] { io_.stop(); });
   thread_.join();
+}
+
+void RTSPClient::handleAccessUnit(std::vector<std::uint8_t> unit, const StreamVideoDecoder::Configuration& configuration) {
+  if (!decoder_) {
+    decoder_ = std::make_unique<StreamVideoDecoder>(options_.onFrame, [this](const std::string& error) {
+      asio::post(io_, [this, error] { say("RTSP decoder create failed: " + error); });
+    });
+  }
+  decoder_->decode(std::move(unit), configuration, hostTimeNow());
 }
 
 void RTSPClient::start() {
@@ -85,7 +95,8 @@ void RTSPClient::connect() {
   sessionID_.reset();
   cseq_ = 1;
   didRetryAuth_ = false;
-  depacketizer_.resetConnection();
+  h264_.resetConnection();
+  h265_.resetConnection();
   state_ = State::connecting;
   resolver_.async_resolve(url_.host, std::to_string(url_.port), [this, generation](auto error, auto endpoints) {
     if (generation != generation_) return;
@@ -173,7 +184,12 @@ void RTSPClient::describe() {
       return fail("RTSP DESCRIBE failed (" + std::to_string(response.status) + ") for " + url_.host);
     }
     const auto video = parseVideoDescription(response.body);
-    depacketizer_.setParameterSets(video.sps, video.pps);
+    codec_ = video.codec;
+    if (codec_ == StreamVideoFormat::Codec::h265) {
+      h265_.setParameterSets(video.vps, video.sps, video.pps);
+    } else {
+      h264_.setParameterSets(video.sps, video.pps);
+    }
     setup(controlURL(response, url_.requestURL, video.control));
   });
 }

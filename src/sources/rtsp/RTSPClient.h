@@ -17,13 +17,14 @@
 #include "base/PixelBuffer.h"
 #include "platform/media/StreamVideoDecoder.h"
 #include "sources/rtsp/H264Depacketizer.h"
+#include "sources/rtsp/H265Depacketizer.h"
 #include "sources/rtsp/RTSPAuth.h"
 #include "sources/rtsp/RTSPMessage.h"
 #include "sources/rtsp/RTSPUrl.h"
 
 namespace tavorin {
 
-// Pulls one H.264 stream from a network camera over a single TCP connection
+// Pulls one H.264 or H.265 stream from a network camera over a single TCP connection
 // with RTP interleaved on it: OPTIONS, DESCRIBE, SETUP, PLAY, a keep-alive,
 // one answer to a Basic or Digest challenge, and a new connection 4 seconds
 // after any failure, for ever until stopped. Everything runs on the client's
@@ -73,6 +74,7 @@ class RTSPClient {
   void writeNext(std::uint64_t generation);
   void handleResponse(RTSPResponse response);
   void describe();
+  void handleAccessUnit(std::vector<std::uint8_t> unit, const StreamVideoDecoder::Configuration& configuration);
   void setup(const std::string& controlURL);
   void play();
   void startKeepAlive();
@@ -97,7 +99,10 @@ class RTSPClient {
   std::deque<std::string> writes_;
   std::array<std::uint8_t, 65536> readBuffer_{};
   RTSPStreamParser parser_;
-  H264Depacketizer depacketizer_;
+  H264Depacketizer h264_;
+  H265Depacketizer h265_;
+  // The codec the camera described; its depacketizer gets the packets.
+  StreamVideoFormat::Codec codec_ = StreamVideoFormat::Codec::h264;
   std::unique_ptr<StreamVideoDecoder> decoder_;
   std::string lastSaid_;
   std::atomic<State> state_{State::idle};

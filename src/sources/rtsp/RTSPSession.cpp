@@ -8,6 +8,19 @@
 
 namespace tavorin {
 
+namespace {
+
+// The first base64 piece after `key` up to a semicolon, when it decodes.
+std::optional<std::vector<std::uint8_t>> fmtpSet(std::string_view line, std::string_view key) {
+  const auto at = line.find(key);
+  if (at == std::string_view::npos) return std::nullopt;
+  std::string_view value = line.substr(at + key.size());
+  value = value.substr(0, value.find(';'));
+  return base64Decoded(value.substr(0, value.find(',')));
+}
+
+}  // namespace
+
 RTSPVideoDescription parseVideoDescription(std::string_view sdp) {
   RTSPVideoDescription video;
   bool inVideo = false;
@@ -24,6 +37,15 @@ RTSPVideoDescription parseVideoDescription(std::string_view sdp) {
     if (!inVideo) continue;
     if (line.starts_with("a=control:")) {
       video.control = line.substr(10);
+    } else if (line.starts_with("a=rtpmap:")) {
+      std::string encoding = line.substr(line.find(' ') == std::string::npos ? line.size() : line.find(' ') + 1);
+      encoding = encoding.substr(0, encoding.find('/'));
+      std::transform(encoding.begin(), encoding.end(), encoding.begin(), [](unsigned char c) { return char(std::toupper(c)); });
+      if (encoding == "H265" || encoding == "HEVC") video.codec = StreamVideoFormat::Codec::h265;
+    } else if (line.starts_with("a=fmtp:") && line.find("sprop-vps=") != std::string::npos) {
+      if (auto set = fmtpSet(line, "sprop-vps=")) video.vps = std::move(set);
+      if (auto set = fmtpSet(line, "sprop-sps=")) video.sps = std::move(set);
+      if (auto set = fmtpSet(line, "sprop-pps=")) video.pps = std::move(set);
     } else if (line.starts_with("a=fmtp:")) {
       const auto key = line.find("sprop-parameter-sets=");
       if (key == std::string::npos) continue;

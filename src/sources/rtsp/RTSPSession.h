@@ -6,14 +6,17 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/media/StreamVideoDecoder.h"
 #include "sources/rtsp/RTSPMessage.h"
 
 namespace tavorin {
 
-// What a DESCRIBE's SDP says about the stream's video: where to SET it UP,
-// and the parameter sets it announces (each base64 piece that decodes).
+// What a DESCRIBE's SDP says about the stream's video: its codec, where to
+// SET it UP, and the parameter sets it announces (each base64 piece that decodes).
 struct RTSPVideoDescription {
+  StreamVideoFormat::Codec codec = StreamVideoFormat::Codec::h264;
   std::optional<std::string> control;
+  std::optional<std::vector<std::uint8_t>> vps;  // H.265 only
   std::optional<std::vector<std::uint8_t>> sps;
   std::optional<std::vector<std::uint8_t>> pps;
 };

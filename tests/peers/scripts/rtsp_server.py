@@ -4,7 +4,8 @@ H.264 stream at /cam over TCP only, optionally behind Basic or Digest
 authentication and with an AAC stream described before the video.
 
     rtsp_server.py PORT [--auth basic|digest USER PASSWORD] [--audio-first]
-                        [--size WxH] [--fps N] [--pattern NAME]
+                        [--size WxH] [--fps N] [--pattern NAME] [--bitrate KBPS]
+                        [--codec h264|h265]
 """
 import argparse
 
@@ -23,13 +24,16 @@ parser.add_argument("--size", default="320x240")
 parser.add_argument("--fps", type=int, default=30)
 parser.add_argument("--pattern", default="smpte")
 parser.add_argument("--bitrate", type=int, default=800)
+parser.add_argument("--codec", choices=["h264", "h265"], default="h264")
 args = parser.parse_args()
 
 Gst.init(None)
 width, height = args.size.split("x")
+encode = {"h264": f"x264enc tune=zerolatency speed-preset=ultrafast bitrate={args.bitrate} key-int-max={args.fps}",
+          "h265": f"x265enc tune=zerolatency speed-preset=ultrafast bitrate={args.bitrate} key-int-max={args.fps}"}
 video = (f"videotestsrc is-live=true pattern={args.pattern} ! video/x-raw,width={width},height={height},"
-         f"framerate={args.fps}/1 ! x264enc tune=zerolatency speed-preset=ultrafast bitrate={args.bitrate} "
-         f"key-int-max={args.fps} ! rtph264pay name=pay{1 if args.audio_first else 0} pt=96 config-interval=1")
+         f"framerate={args.fps}/1 ! {encode[args.codec]} ! rtp{args.codec}pay name=pay{1 if args.audio_first else 0} "
+         "pt=96 config-interval=1")
 audio = "audiotestsrc is-live=true wave=ticks ! audio/x-raw,rate=48000,channels=2 ! voaacenc ! rtpmp4gpay name=pay0 pt=97"
 launch = f"( {audio} {video} )" if args.audio_first else f"( {video} )"
 

@@ -58,11 +58,11 @@ struct Watched {
   std::unique_ptr<RTSPClient> client;
 };
 
-TEST(RTSPClient, PicturesBehindBasicAndDigestShowThePatternsColours) {
+TEST(RTSPClient, PicturesBehindBasicAndDigestShowThePatternsColoursInH264AndH265) {
   testing::TempDir logs;
-  for (const char* method : {"basic", "digest"}) {
-    SCOPED_TRACE(method);
-    RtspCamera camera(logs.path(), {"--auth", method, "op", "s3cret"});
+  for (const auto& [method, codec] : {std::pair{"basic", "h264"}, std::pair{"digest", "h265"}}) {
+    SCOPED_TRACE(codec);
+    RtspCamera camera(logs.path(), {"--auth", method, "op", "s3cret", "--codec", codec});
     Watched watched(camera.url("op:s3cret"));
     ASSERT_TRUE(watched.picturesFlow()) << ::testing::PrintToString(watched.lines());
     // The pattern's seven full bars, sent in BT.601 limited range: a wrong matrix

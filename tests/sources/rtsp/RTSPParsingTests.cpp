@@ -118,7 +118,7 @@ TEST(RTSPAuth, BasicAndDigestAnswers) {
 TEST(H264Depacketizer, SingleAggregatedAndFragmentedUnitsWithLossAndParameterSets) {
   H264Depacketizer depacketizer;
   std::vector<Bytes> units;
-  std::vector<H264Depacketizer::Configuration> configurations;
+  std::vector<StreamVideoDecoder::Configuration> configurations;
   depacketizer.onAccessUnit = [&](Bytes unit, const H264Depacketizer::Configuration& configuration) {
     units.push_back(std::move(unit));
     configurations.push_back(configuration);
