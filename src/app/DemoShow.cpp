@@ -23,6 +23,7 @@ const std::string kPlateID = "image:4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B03";
 const std::string kSweepPlateID = "image:4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B04";
 const std::string kBlackID = "still:black";
 const Uuid kSweepID = *Uuid::parse("4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B10");
+const Uuid kCueID = *Uuid::parse("4E1C6A52-7B0A-4C0E-9E55-2B7D0C5A1B20");
 
 // The take cycle; an empty entry is the demo's own custom transition.
 constexpr std::array<std::optional<TransitionKind>, 6> kTransitions = {
@@ -121,6 +122,7 @@ DemoShow::DemoShow(AppModel& model, double takeEvery) : model_(model) {
   addSources();
   addScenes();
   addTransition();
+  addCue();
   addTone();
   // Open on the first scene, with the second waiting in Preview.
   for (const MixerScene& scene : model_.layoutStore.layouts.get()) {
@@ -253,8 +255,24 @@ void DemoShow::takeNext() {
     model_.take(model_.switcher);
     model_.appendLog("Demo show: take with the custom transition \"Demo sweep\"");
   }
+  // Every other take, the lower third is shot over Program and hides by itself.
+  if (nextScene_ % 2 == 1) model_.fireGraphics.fire(kCueID);
   ++nextScene_;
   ++nextTransition_;
+}
+
+// The logo as a cue: it slides in at the bottom right, stays three seconds and fades.
+void DemoShow::addCue() {
+  FireGraphic cue;
+  cue.id = kCueID;
+  cue.name = "Demo logo cue";
+  cue.sourceID = kLogoID;
+  cue.center = {0.9, 0.8};
+  cue.size = {0.12, 0.12 * 16 / 9};
+  cue.durationSeconds = 3;
+  cue.enterMove = LayerAnimation::Move::slideRight;
+  cue.exitMove = LayerAnimation::Move::fade;
+  if (model_.fireGraphics.store.find(kCueID) != cue) model_.fireGraphics.store.upsert(cue);
 }
 
 }  // namespace tavorin

@@ -16,7 +16,8 @@ class AppModel;
 // show's "Images" folder (colour bars, a logo, a lower-third plate) and
 // "still:black", three scenes with layer motion, a custom transition (a plate
 // that sweeps across and hides the cut), and a take every few seconds that
-// cycles through the built-in transitions and the custom one. A tone channel
+// cycles through the built-in transitions and the custom one, with a cue (the
+// logo) fired over Program every other take. A tone channel
 // gives it sound, on the machine's default output unless the show has chosen one.
 class DemoShow {
  public:
@@ -26,6 +27,7 @@ class DemoShow {
   void addSources();
   void addScenes();
   void addTransition();
+  void addCue();
   void addTone();
   void takeNext();
 
