@@ -725,6 +725,15 @@ TEST_F(Window, ALayerSavedAsACueIsNamedInItsEditorAndFiredOverProgramFromThePane
   EXPECT_FALSE(model().fireGraphics.activeFireIDs->contains(cue.id));
   EXPECT_TRUE(shows(centre(program), QColor(255, 0, 0)));
   EXPECT_EQ(model().switcher.programScene->layers.size(), 1u) << "Program's scene is untouched";
+
+  // A second cue from a source, through the panel's menu; its editor opens on it.
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("newCue")));
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(labelled("Source")));
+  const std::string red = model().displayName(model().switcher.programScene->layers.front().sourceID);
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(labelled(QString::fromStdString(red))));
+  ASSERT_TRUE(pumpUntil([&] { return model().fireGraphics.store.graphics->size() == 2u; }, 2));
+  EXPECT_EQ(model().fireGraphics.store.graphics->back().name, red);
+  EXPECT_TRUE(pumpUntil([&] { return item("cueName")->property("text").toString() == QString::fromStdString(red); }, 2));
 }
 
 TEST_F(Window, ANetworkCameraIsAddedFromItsDialogWithItsLogin) {

@@ -32,6 +32,8 @@ Rectangle {
                 Menu {
                     id: newMenu
                     Menu {
+                        id: overlayMenu
+                        objectName: "newCueOverlayMenu"
                         title: "Overlay"
                         Instantiator {
                             model: newMenu.visible ? graphics.overlayChoices() : []
@@ -40,11 +42,12 @@ Rectangle {
                                 text: modelData.name
                                 onTriggered: graphics.newFromOverlay(modelData.id)
                             }
-                            onObjectAdded: (index, object) => parent.insertItem(index, object)
-                            onObjectRemoved: (index, object) => parent.removeItem(object)
+                            onObjectAdded: (index, object) => overlayMenu.insertItem(index, object)
+                            onObjectRemoved: (index, object) => overlayMenu.removeItem(object)
                         }
                     }
                     Menu {
+                        id: sourceMenu
                         title: "Source"
                         Instantiator {
                             model: newMenu.visible ? graphics.sourceChoices() : []
@@ -53,8 +56,8 @@ Rectangle {
                                 text: modelData.name
                                 onTriggered: graphics.newFromSource(modelData.id)
                             }
-                            onObjectAdded: (index, object) => parent.insertItem(index, object)
-                            onObjectRemoved: (index, object) => parent.removeItem(object)
+                            onObjectAdded: (index, object) => sourceMenu.insertItem(index, object)
+                            onObjectRemoved: (index, object) => sourceMenu.removeItem(object)
                         }
                     }
                 }
