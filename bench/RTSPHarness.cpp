@@ -31,12 +31,13 @@ int main(int argc, char** argv) {
   int frames = 0;
   RTSPClient client({.url = camera.url(),
                      .onFrame =
-                         [&](PixelBufferRef, double receivedAt) {
+                         [&](PixelBufferRef, const StreamVideoStamp& stamp) {
                            const double now = hostTimeNow();
                            std::lock_guard guard(lock);
                            ++frames;
-                           latencies.push_back(now - receivedAt);
+                           latencies.push_back(now - stamp.receivedAt);
                          },
+                     .onAudio = {},
                      .log = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); },
                      .reconnectDelay = 4.0,
                      .keepAliveInterval = 25.0});

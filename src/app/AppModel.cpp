@@ -406,7 +406,7 @@ std::filesystem::path AppModel::currentRecordingsRoot() const {
 void AppModel::removeSource(const std::string& id) {
   // A clip's sound goes with it; other ids have no channel of that name.
   if (findClip(id)) audioMixer.removeChannel(id);
-  forgetRTSPPassword(id);
+  forgetRTSPCamera(id);
   sourceLifecycle.removeSource(id);
   sourcesStore.remove(id);
   mediaNames.modify([&](std::map<std::string, std::string>& names) { names.erase(id); });

@@ -367,7 +367,8 @@ class AppModel {
   void startWebSources();
   void registerRTSPKind();
   std::shared_ptr<BaseSource> makeRTSPSource(const std::string& id, const std::string& name, const std::string& storedURL);
-  void forgetRTSPPassword(const std::string& id);
+  // A camera leaving the show takes its password and its sound's channel with it.
+  void forgetRTSPCamera(const std::string& id);
   // The source id a cue's layer shows on the canvas, made ready for editing; nothing when it is missing.
   std::optional<std::string> cueSourceForCanvas(const FireGraphic& graphic, const char* missingMedia);
   // The staged layer of a cue in the scene being edited; nothing when it is missing.

@@ -1,7 +1,10 @@
 // Network cameras: adding one from its address (the password goes to the
-// secret store, never into "sources.json"), and rebuilding stored ones.
+// secret store, never into "sources.json"), rebuilding stored ones, and a
+// channel of the mixer for a camera's sound.
 #include <algorithm>
+#include <atomic>
 #include <cctype>
+#include <memory>
 
 #include "app/AppModel.h"
 #include "base/Text.h"
@@ -37,7 +40,28 @@ std::shared_ptr<BaseSource> AppModel::makeRTSPSource(const std::string& id, cons
       if (auto self = weakSelf.lock()) (*self)->appendLog(line);
     });
   };
-  return std::make_shared<RTSPSource>(id, name, connectURL, std::move(log));
+  auto source = std::make_shared<RTSPSource>(id, name, connectURL, std::move(log));
+  // The camera's sound gets a channel of the mixer when it first comes (a
+  // camera without sound adds no strip); blocks before that are let go.
+  struct SoundChannel {
+    std::atomic<std::shared_ptr<AudioTrackProcessor>> channel;
+    std::atomic<bool> asked{false};
+  };
+  auto sound = std::make_shared<SoundChannel>();
+  source->onAudio = [sound, weakSelf, id, name, &queue = queue_](const PcmFormat& format, const void* const* planes,
+                                                                  std::uint32_t frames, double pts) {
+    if (auto channel = sound->channel.load()) {
+      channel->ingest(format, planes, frames, pts);
+      return;
+    }
+    if (sound->asked.exchange(true)) return;
+    queue.post([sound, weakSelf, id, name] {
+      auto self = weakSelf.lock();
+      if (!self || !(*self)->sourceLifecycle.find(id)) return;
+      sound->channel.store((*self)->audioMixer.addSourceChannel(id, name, "mic", true, id));
+    });
+  };
+  return source;
 }
 
 std::optional<std::string> AppModel::addRTSPSource(const std::string& urlText, const std::string& nameText,
@@ -76,8 +100,10 @@ std::optional<std::string> AppModel::addRTSPSource(const std::string& urlText, c
   return id;
 }
 
-void AppModel::forgetRTSPPassword(const std::string& id) {
-  if (secretStore && id.starts_with("rtsp:")) secretStore->removePassword(kRTSPPasswordService, id);
+void AppModel::forgetRTSPCamera(const std::string& id) {
+  if (!id.starts_with("rtsp:")) return;
+  if (secretStore) secretStore->removePassword(kRTSPPasswordService, id);
+  audioMixer.removeChannel(id);
 }
 
 }  // namespace tavorin

@@ -14,7 +14,8 @@ void RTSPSource::start(StartDone done) {
   if (!client_) {
     client_ = std::make_unique<RTSPClient>(RTSPClient::Options{
         .url = connectURL_,
-        .onFrame = [this](PixelBufferRef frame, double) { publish(std::move(frame)); },
+        .onFrame = [this](PixelBufferRef frame, const StreamVideoStamp&) { publish(std::move(frame)); },
+        .onAudio = onAudio,
         .log = log_,
         .reconnectDelay = 4.0,
         .keepAliveInterval = 25.0});

@@ -2,8 +2,10 @@
 
 #include <functional>
 #include <memory>
+#include <cstdint>
 #include <string>
 
+#include "base/PcmFormat.h"
 #include "sources/BaseSource.h"
 
 namespace tavorin {
@@ -23,6 +25,10 @@ class RTSPSource : public BaseSource {
   void stop() override;
   void park() override { stop(); }
   void resume() override;
+
+  // The camera's sound with the host time it plays with the pictures, on the
+  // client's thread; set before the source starts. Unset: no sound is asked for.
+  std::function<void(const PcmFormat& format, const void* const* planes, std::uint32_t frames, double pts)> onAudio;
 
  private:
   const std::string connectURL_;

@@ -9,10 +9,10 @@
 namespace tavorin {
 namespace {
 
-TEST(AppModelRTSP, ACameraAddedWithItsPasswordComesBackAfterARestartWithoutItInTheShowFiles) {
+TEST(AppModelRTSP, ACameraAddedWithItsPasswordComesBackAfterARestartWithItsSoundAndWithoutThePasswordInTheShowFiles) {
   testing::TempDir show;
   testing::ManualMainQueue queue;
-  testing::RtspCamera camera(show.path(), {"--auth", "digest", "op", "pa ss:wörd"});
+  testing::RtspCamera camera(show.path(), {"--auth", "digest", "op", "pa ss:wörd", "--audio-first"});
   std::string id;
   {
     AppModel model(AppEnvironment{show.path(), show / "preferences.json", queue});
@@ -37,7 +37,15 @@ TEST(AppModelRTSP, ACameraAddedWithItsPasswordComesBackAfterARestartWithoutItInT
   queue.runUntilIdle();
   ASSERT_TRUE(model.sourceLifecycle.find(id));
   EXPECT_TRUE(testing::waitFor([&] { return model.frameSlots.latestFrame(id) != nullptr; }, 15));
-  queue.runUntilIdle();
+  // The camera's sound comes in on a channel of its own, which goes with the camera.
+  auto hasChannel = [&] {
+    queue.runUntilIdle();
+    const auto& channels = model.audioMixer.channels.get();
+    return std::any_of(channels.begin(), channels.end(), [&](const ChannelInfo& c) { return c.id == id; });
+  };
+  EXPECT_TRUE(testing::waitFor(hasChannel, 10));
+  model.removeSource(id);
+  EXPECT_FALSE(hasChannel());
   EXPECT_EQ(std::count_if(model.log->begin(), model.log->end(), [](const std::string& l) { return l.starts_with("RTSP"); }), 0);
 }
 

@@ -1,6 +1,6 @@
 #include "platform/media/StreamVideoDecoder.h"
 
-#include <cmath>
+#include <array>
 
 #include "base/ThreadName.h"
 #include "platform/media/AvcConfiguration.h"
@@ -60,17 +60,22 @@ class StreamVideoDecoder::Codec {
 
   const Configuration& configuration() const { return configuration_; }
 
-  void decode(std::vector<std::uint8_t>& bytes, double receivedAt, const FrameSink& sink) {
+  void decode(std::vector<std::uint8_t>& bytes, const StreamVideoStamp& stamp, const FrameSink& sink) {
     if (av_new_packet(packet_.get(), static_cast<int>(bytes.size())) < 0) return;
     std::copy(bytes.begin(), bytes.end(), packet_->data);
-    // The hand-in time rides as the packet's time stamp, in microseconds, to its picture.
-    packet_->pts = std::llround(receivedAt * 1e6);
+    // The unit's number rides as the packet's time stamp to its picture, which finds its stamp by it.
+    const std::int64_t number = next_++;
+    stamps_[static_cast<std::size_t>(number) % stamps_.size()] = stamp;
+    packet_->pts = number;
     const int sent = avcodec_send_packet(context_.get(), packet_.get());
     av_packet_unref(packet_.get());
     if (sent < 0 && sent != AVERROR(EAGAIN)) return;
     while (avcodec_receive_frame(context_.get(), frame_.get()) == 0) {
-      const double handedIn = frame_->pts == AV_NOPTS_VALUE ? 0 : static_cast<double>(frame_->pts) * 1e-6;
-      if (auto picture = converter_.convert(*frame_); picture && sink) sink(std::move(picture), handedIn);
+      StreamVideoStamp found;
+      if (frame_->pts != AV_NOPTS_VALUE && frame_->pts >= 0 && next_ - frame_->pts <= std::int64_t(stamps_.size())) {
+        found = stamps_[static_cast<std::size_t>(frame_->pts) % stamps_.size()];
+      }
+      if (auto picture = converter_.convert(*frame_); picture && sink) sink(std::move(picture), found);
       av_frame_unref(frame_.get());
     }
   }
@@ -82,6 +87,9 @@ class StreamVideoDecoder::Codec {
   ffmpeg::PacketPtr packet_;
   ffmpeg::FramePtr frame_;
   ClipPictureConverter converter_;
+  // Stamps of the units in flight, by unit number; a decoder holds far fewer than this back.
+  std::array<StreamVideoStamp, 64> stamps_{};
+  std::int64_t next_ = 0;
 };
 
 StreamVideoDecoder::StreamVideoDecoder(FrameSink frames, FailureSink failure)
@@ -96,7 +104,7 @@ StreamVideoDecoder::~StreamVideoDecoder() {
   thread_.join();
 }
 
-void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configuration configuration, double receivedAt) {
+void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configuration configuration, StreamVideoStamp stamp) {
   {
     std::lock_guard guard(lock_);
     if (waitForKeyFrame_) {
@@ -113,7 +121,7 @@ void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configurat
       waitForKeyFrame_ = !holdsKeyFrame(accessUnit, configuration->codec);
       if (waitForKeyFrame_) return;
     }
-    queue_.push_back({std::move(accessUnit), std::move(configuration), receivedAt});
+    queue_.push_back({std::move(accessUnit), std::move(configuration), stamp});
   }
   wake_.notify_one();
 }
@@ -148,7 +156,7 @@ void StreamVideoDecoder::run() {
         continue;
       }
     }
-    codec->decode(unit.bytes, unit.receivedAt, frames_);
+    codec->decode(unit.bytes, unit.stamp, frames_);
   }
 }
 

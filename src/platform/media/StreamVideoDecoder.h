@@ -24,6 +24,12 @@ struct StreamVideoFormat {
   std::vector<std::uint8_t> extradata;
 };
 
+// When an access unit was read, and when its picture was taken (host time).
+struct StreamVideoStamp {
+  double receivedAt = 0;
+  double capturedAt = 0;
+};
+
 // Decodes a network stream's access units on a thread of its own, into pooled
 // premultiplied BGRA in the stream's colour matrix and range. Units are
 // queued, never waited on: when decoding falls behind, the queue is dropped
@@ -32,9 +38,8 @@ class StreamVideoDecoder {
  public:
   // A new object whenever the format changed: the decoder compares pointers.
   using Configuration = std::shared_ptr<const StreamVideoFormat>;
-  // Pictures in decode order, on the decoder's thread, with the host time
-  // their access unit was handed in (what a latency is measured from).
-  using FrameSink = std::function<void(PixelBufferRef, double receivedAt)>;
+  // Pictures in decode order, on the decoder's thread, with their unit's stamp.
+  using FrameSink = std::function<void(PixelBufferRef, const StreamVideoStamp&)>;
   // Why a decoder could not be made for a configuration, on the decoder's thread.
   using FailureSink = std::function<void(const std::string&)>;
 
@@ -46,7 +51,7 @@ class StreamVideoDecoder {
   StreamVideoDecoder& operator=(const StreamVideoDecoder&) = delete;
 
   // From any one thread. A configuration other than the last one's makes a new decoder.
-  void decode(std::vector<std::uint8_t> accessUnit, Configuration configuration, double receivedAt);
+  void decode(std::vector<std::uint8_t> accessUnit, Configuration configuration, StreamVideoStamp stamp);
   // Units dropped because decoding fell behind, since the start.
   std::uint64_t droppedUnits() const;
 
@@ -54,7 +59,7 @@ class StreamVideoDecoder {
   struct Unit {
     std::vector<std::uint8_t> bytes;
     Configuration configuration;
-    double receivedAt = 0;
+    StreamVideoStamp stamp;
   };
   class Codec;
 

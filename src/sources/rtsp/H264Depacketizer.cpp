@@ -31,7 +31,7 @@ void H264Depacketizer::handleRTP(std::span<const std::uint8_t> packet) {
       auto record = avc::makeDecoderConfigurationRecord(annexB);
       if (!record) return nullptr;
       return std::make_shared<const StreamVideoFormat>(StreamVideoFormat{StreamVideoFormat::Codec::h264, std::move(*record)});
-    });
+    }, rtp->timestamp);
   }
 }
 

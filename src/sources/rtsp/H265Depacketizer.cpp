@@ -41,7 +41,7 @@ void H265Depacketizer::handleRTP(std::span<const std::uint8_t> packet) {
       StreamVideoFormat format{StreamVideoFormat::Codec::h265, {}};
       for (const auto* set : {&*vps_, &*sps_, &*pps_}) appendAnnexB(format.extradata, *set);
       return std::make_shared<const StreamVideoFormat>(std::move(format));
-    });
+    }, rtp->timestamp);
   }
 }
 

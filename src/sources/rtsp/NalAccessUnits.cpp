@@ -10,10 +10,10 @@ void NalAccessUnits::storeSet(std::optional<std::vector<std::uint8_t>>& slot, st
   configuration_.reset();
 }
 
-void NalAccessUnits::flush(const std::function<Configuration()>& makeConfiguration) {
+void NalAccessUnits::flush(const std::function<Configuration()>& makeConfiguration, std::uint32_t rtpTime) {
   if (accessUnit_.empty()) return;
   if (!configuration_) configuration_ = makeConfiguration();
-  if (configuration_ && onAccessUnit) onAccessUnit(std::move(accessUnit_), configuration_);
+  if (configuration_ && onAccessUnit) onAccessUnit(std::move(accessUnit_), configuration_, rtpTime);
   accessUnit_.clear();
 }
 

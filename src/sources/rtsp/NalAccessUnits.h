@@ -16,8 +16,10 @@ namespace tavorin {
 class NalAccessUnits {
  public:
   using Configuration = StreamVideoDecoder::Configuration;
-  // One access unit with the configuration to decode it; pictures before the first parameter sets are dropped.
-  std::function<void(std::vector<std::uint8_t> accessUnit, const Configuration& configuration)> onAccessUnit;
+  // One access unit with the configuration to decode it and its RTP time;
+  // pictures before the first parameter sets are dropped.
+  std::function<void(std::vector<std::uint8_t> accessUnit, const Configuration& configuration, std::uint32_t rtpTime)>
+      onAccessUnit;
 
   // A new connection: fragments and a half-built access unit are dropped;
   // parameter sets and the configuration stay.
@@ -58,7 +60,7 @@ class NalAccessUnits {
   // Equal bytes change nothing; new ones drop the configuration.
   void storeSet(std::optional<std::vector<std::uint8_t>>& slot, std::span<const std::uint8_t> set);
   // Hands the access unit out at the RTP marker, making the configuration first when it is missing.
-  void flush(const std::function<Configuration()>& makeConfiguration);
+  void flush(const std::function<Configuration()>& makeConfiguration, std::uint32_t rtpTime);
 
   std::vector<std::uint8_t> fuBuffer_;
   std::vector<std::uint8_t> accessUnit_;

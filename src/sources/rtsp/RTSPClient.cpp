@@ -27,15 +27,30 @@ RTSPClient::RTSPClient(Options options) : options_(std::move(options)), url_(par
   parser_.onResponse = [this](RTSPResponse response) { handleResponse(std::move(response)); };
   parser_.onInterleaved = [this](std::uint8_t channel, std::span<const std::uint8_t> payload) {
     // RTCP on channel 1 is not used.
-    if (channel != 0) return;
-    if (codec_ == StreamVideoFormat::Codec::h265) {
-      h265_.handleRTP(payload);
-    } else {
-      h264_.handleRTP(payload);
+    switch (channel) {
+      case 0:
+        if (codec_ == StreamVideoFormat::Codec::h265) {
+          h265_.handleRTP(payload);
+        } else {
+          h264_.handleRTP(payload);
+        }
+        break;
+      case 1:
+        senderReport(payload, videoClock_);
+        break;
+      case 2:
+        if (aac_) aac_->handleRTP(payload);
+        break;
+      case 3:
+        senderReport(payload, audioClock_);
+        break;
+      default:
+        break;
     }
   };
-  auto unit = [this](std::vector<std::uint8_t> unit, const StreamVideoDecoder::Configuration& configuration) {
-    handleAccessUnit(std::move(unit), configuration);
+  auto unit = [this](std::vector<std::uint8_t> unit, const StreamVideoDecoder::Configuration& configuration,
+                     std::uint32_t rtpTime) {
+    handleAccessUnit(std::move(unit), configuration, rtpTime);
   };
   h264_.onAccessUnit = unit;
   h265_.onAccessUnit = unit;
@@ -53,13 +68,39 @@ RTSPClient::~RTSPClient() {
   thread_.join();
 }
 
-void RTSPClient::handleAccessUnit(std::vector<std::uint8_t> unit, const StreamVideoDecoder::Configuration& configuration) {
+void RTSPClient::handleAccessUnit(std::vector<std::uint8_t> unit, const StreamVideoDecoder::Configuration& configuration,
+                                  std::uint32_t rtpTime) {
   if (!decoder_) {
-    decoder_ = std::make_unique<StreamVideoDecoder>(options_.onFrame, [this](const std::string& error) {
+    auto frames = [this](PixelBufferRef picture, const StreamVideoStamp& stamp) {
+      // The delay the sound is held to, smoothed over a second or so of pictures.
+      const double delay = std::max(0.0, hostTimeNow() - stamp.capturedAt);
+      const double before = pictureDelay_.load(std::memory_order_relaxed);
+      pictureDelay_.store(before < 0 ? delay : before + (delay - before) * 0.05, std::memory_order_relaxed);
+      if (options_.onFrame) options_.onFrame(std::move(picture), stamp);
+    };
+    decoder_ = std::make_unique<StreamVideoDecoder>(std::move(frames), [this](const std::string& error) {
       asio::post(io_, [this, error] { say("RTSP decoder create failed: " + error); });
     });
   }
-  decoder_->decode(std::move(unit), configuration, hostTimeNow());
+  decoder_->decode(std::move(unit), configuration, {readAt_, videoClock_.hostTime(rtpTime, readAt_)});
+}
+
+void RTSPClient::senderReport(std::span<const std::uint8_t> packet, RTPTimeline& timeline) {
+  if (const auto report = parseSenderReport(packet)) {
+    timespec wall{};
+    clock_gettime(CLOCK_REALTIME, &wall);
+    const double unixNow = static_cast<double>(wall.tv_sec) + static_cast<double>(wall.tv_nsec) * 1e-9;
+    timeline.senderReport(*report, unixNow - hostTimeNow());
+  }
+}
+
+void RTSPClient::handleAudioFrame(std::span<const std::uint8_t> frame, std::uint32_t rtpTime) {
+  if (!audioDecoder_ || !options_.onAudio) return;
+  const double delay = pictureDelay_.load(std::memory_order_relaxed);
+  const double pts = audioClock_.hostTime(rtpTime, readAt_) + std::max(delay, 0.0);
+  audioDecoder_->decode(frame, [&](const PcmFormat& format, const void* const* planes, std::uint32_t frames) {
+    options_.onAudio(format, planes, frames, pts);
+  });
 }
 
 void RTSPClient::start() {
@@ -97,6 +138,9 @@ void RTSPClient::connect() {
   didRetryAuth_ = false;
   h264_.resetConnection();
   h265_.resetConnection();
+  aac_.reset();
+  videoClock_.reset();
+  audioClock_.reset();
   state_ = State::connecting;
   resolver_.async_resolve(url_.host, std::to_string(url_.port), [this, generation](auto error, auto endpoints) {
     if (generation != generation_) return;
@@ -136,6 +180,7 @@ void RTSPClient::reconnect() {
 void RTSPClient::receive(std::uint64_t generation) {
   socket_->async_read_some(asio::buffer(readBuffer_), [this, generation](auto error, std::size_t size) {
     if (generation != generation_) return;
+    readAt_ = hostTimeNow();
     if (size > 0) parser_.feed(std::span<const std::uint8_t>(readBuffer_.data(), size));
     // The parser's handlers may have ended this connection.
     if (generation != generation_) return;
@@ -190,16 +235,41 @@ void RTSPClient::describe() {
     } else {
       h264_.setParameterSets(video.sps, video.pps);
     }
-    setup(controlURL(response, url_.requestURL, video.control));
+    std::optional<std::string> audioControl;
+    audioFormat_ = options_.onAudio ? parseAudioDescription(response.body) : std::nullopt;
+    if (audioFormat_) audioControl = controlURL(response, url_.requestURL, audioFormat_->control);
+    setup(controlURL(response, url_.requestURL, video.control), audioControl);
   });
 }
 
-void RTSPClient::setup(const std::string& control) {
-  send("SETUP", control, {"Transport: RTP/AVP/TCP;unicast;interleaved=0-1"}, [this](const RTSPResponse& response) {
-    if (response.status != 200) {
-      return fail("RTSP SETUP failed (" + std::to_string(response.status) + ") for " + url_.host);
+void RTSPClient::setup(const std::string& control, std::optional<std::string> audioControl) {
+  send("SETUP", control, {"Transport: RTP/AVP/TCP;unicast;interleaved=0-1"},
+       [this, audioControl](const RTSPResponse& response) {
+         if (response.status != 200) {
+           return fail("RTSP SETUP failed (" + std::to_string(response.status) + ") for " + url_.host);
+         }
+         sessionID_ = sessionOf(response);
+         if (audioControl) return setupAudio(*audioControl);
+         play();
+       });
+}
+
+void RTSPClient::setupAudio(const std::string& control) {
+  send("SETUP", control, {"Transport: RTP/AVP/TCP;unicast;interleaved=2-3"}, [this](const RTSPResponse& response) {
+    // A camera that will not send its sound still shows its pictures.
+    if (response.status == 200 && audioFormat_) {
+      std::string error;
+      if (!audioDecoder_) {
+        audioDecoder_ = StreamAudioDecoder::open(audioFormat_->config, audioFormat_->clockRate, audioFormat_->channels, error);
+      }
+      if (audioDecoder_) {
+        aac_ = std::make_unique<AacDepacketizer>(*audioFormat_);
+        aac_->onFrame = [this](std::span<const std::uint8_t> frame, std::uint32_t rtpTime) { handleAudioFrame(frame, rtpTime); };
+        audioClock_ = RTPTimeline(audioFormat_->clockRate);
+      } else {
+        say("RTSP audio decoder failed: " + error);
+      }
     }
-    sessionID_ = sessionOf(response);
     play();
   });
 }

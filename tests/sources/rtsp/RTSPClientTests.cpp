@@ -7,6 +7,7 @@
 #include "peers/RtspCamera.h"
 #include "support/TempDir.h"
 #include "support/WaitFor.h"
+#include "base/HostTime.h"
 
 namespace tavorin {
 namespace {
@@ -20,10 +21,17 @@ struct Watched {
     client = std::make_unique<RTSPClient>(RTSPClient::Options{
         .url = url,
         .onFrame =
-            [this](PixelBufferRef frame, double) {
+            [this](PixelBufferRef frame, const StreamVideoStamp&) {
               std::lock_guard guard(lock);
               latest = std::move(frame);
               ++frames;
+            },
+        .onAudio =
+            [this](const PcmFormat& format, const void* const*, std::uint32_t frames, double pts) {
+              std::lock_guard guard(lock);
+              soundFormat = format;
+              soundFrames += frames;
+              soundLag = hostTimeNow() - pts;
             },
         .log =
             [this](const std::string& line) {
@@ -37,6 +45,10 @@ struct Watched {
   int frameCount() {
     std::lock_guard guard(lock);
     return frames;
+  }
+  std::uint64_t soundFrameCount() {
+    std::lock_guard guard(lock);
+    return soundFrames;
   }
   PixelBufferRef picture() {
     std::lock_guard guard(lock);
@@ -52,6 +64,9 @@ struct Watched {
   }
 
   std::mutex lock;
+  PcmFormat soundFormat;
+  std::uint64_t soundFrames = 0;
+  double soundLag = 0;  // how far behind now the last block's time was
   PixelBufferRef latest;
   int frames = 0;
   std::vector<std::string> log;
@@ -95,10 +110,17 @@ TEST(RTSPClient, AWrongPasswordIsRetriedEvery4SecondsAndSaidOnce) {
 
 TEST(RTSPClient, ACameraThatGoesAwayFreezesAndComesBackOnOneConnection) {
   testing::TempDir logs;
-  // Audio described first: the video's own control line is the one set up.
+  // Sound described first: each section's own control line is the one set up.
   RtspCamera camera(logs.path(), {"--audio-first"});
   Watched watched(camera.url());
   ASSERT_TRUE(watched.picturesFlow());
+  {
+    // The sound decodes, stamped on the camera's clock within a moment of now.
+    ASSERT_TRUE(waitFor([&] { return watched.soundFrameCount() >= 48000; }, 10));
+    std::lock_guard guard(watched.lock);
+    EXPECT_EQ(watched.soundFormat, (PcmFormat{48000, 2, PcmSampleFormat::f32Planar}));
+    EXPECT_LT(std::abs(watched.soundLag), 0.5);
+  }
   camera.stop();
   ASSERT_TRUE(waitFor([&] { return watched.client->state() == RTSPClient::State::waiting; }, 5));
   const int frozen = watched.frameCount();

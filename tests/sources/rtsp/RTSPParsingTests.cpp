@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "sources/rtsp/H264Depacketizer.h"
+#include "sources/rtsp/RTSPAudio.h"
 #include "sources/rtsp/RTSPAuth.h"
 #include "sources/rtsp/RTSPMessage.h"
 #include "sources/rtsp/RTSPSession.h"
@@ -119,7 +120,7 @@ TEST(H264Depacketizer, SingleAggregatedAndFragmentedUnitsWithLossAndParameterSet
   H264Depacketizer depacketizer;
   std::vector<Bytes> units;
   std::vector<StreamVideoDecoder::Configuration> configurations;
-  depacketizer.onAccessUnit = [&](Bytes unit, const H264Depacketizer::Configuration& configuration) {
+  depacketizer.onAccessUnit = [&](Bytes unit, const H264Depacketizer::Configuration& configuration, std::uint32_t) {
     units.push_back(std::move(unit));
     configurations.push_back(configuration);
   };
@@ -156,6 +157,44 @@ TEST(H264Depacketizer, SingleAggregatedAndFragmentedUnitsWithLossAndParameterSet
   depacketizer.handleRTP(rtp({0x67, 0x4D, 0x00, 0x28, 0x95}, false));
   depacketizer.handleRTP(rtp({0x41, 9}, true));
   EXPECT_NE(configurations[4], configurations[0]);
+}
+
+TEST(RTSPAudio, AacDescriptionFramesSenderReportsAndTheClock) {
+  const auto audio = parseAudioDescription(
+      "m=video 0 RTP/AVP 96\r\na=control:stream=0\r\nm=audio 0 RTP/AVP 97\r\n"
+      "a=rtpmap:97 MPEG4-GENERIC/48000/2\r\na=fmtp:97 streamtype=5;mode=AAC-hbr;config=1190;sizelength=13;"
+      "indexlength=3;indexdeltalength=3\r\na=control:stream=1\r\n");
+  ASSERT_TRUE(audio);
+  EXPECT_EQ(audio->control, "stream=1");
+  EXPECT_EQ(audio->clockRate, 48000);
+  EXPECT_EQ(audio->channels, 2);
+  EXPECT_EQ(audio->config, (Bytes{0x11, 0x90}));
+  EXPECT_FALSE(parseAudioDescription("m=audio 0 RTP/AVP 0\r\na=rtpmap:0 PCMU/8000\r\n"));
+
+  // Two frames in one packet: 32 bits of headers, sizes 3 and 2, the second 1024 samples later.
+  AacDepacketizer depacketizer(*audio);
+  std::vector<std::pair<std::size_t, std::uint32_t>> frames;
+  depacketizer.onFrame = [&](std::span<const std::uint8_t> frame, std::uint32_t time) { frames.emplace_back(frame.size(), time); };
+  Bytes packet{0x80, 0xE1, 0, 1, 0, 0, 0x10, 0x00, 0, 0, 0, 1, 0x00, 0x20, 0x00, 0x18, 0x00, 0x10, 1, 2, 3, 4, 5};
+  depacketizer.handleRTP(packet);
+  packet.pop_back();  // the second frame cut short is dropped
+  depacketizer.handleRTP(packet);
+  EXPECT_EQ(frames, (std::vector<std::pair<std::size_t, std::uint32_t>>{{3, 4096}, {2, 5120}, {3, 4096}}));
+
+  // A sender report after a receiver report in one compound packet.
+  const Bytes compound{0x80, 201, 0, 1, 0, 0, 0, 1, 0x80, 200, 0, 6, 0, 0, 0, 1, 0x83, 0xAA, 0x82, 0x68,
+                       0x80, 0, 0, 0, 0, 0, 0x5D, 0xC0, 0, 0, 0, 0, 0, 0, 0, 0};
+  const auto report = parseSenderReport(compound);
+  ASSERT_TRUE(report);
+  EXPECT_DOUBLE_EQ(report->unixSeconds, 1000.5);
+  EXPECT_EQ(report->rtpTime, 24000u);
+
+  // The clock: from the first arrival, then by the report; through the 32-bit wrap.
+  RTPTimeline clock(48000);
+  EXPECT_DOUBLE_EQ(clock.hostTime(0xFFFFFFFFu - 23999, 5.0), 5.0);
+  EXPECT_DOUBLE_EQ(clock.hostTime(24000, 99.0), 6.0);
+  clock.senderReport(*report, 900.0);
+  EXPECT_DOUBLE_EQ(clock.hostTime(72000, 0), 101.5);
 }
 
 }  // namespace
