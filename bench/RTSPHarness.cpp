@@ -1,8 +1,9 @@
 // A 1080p30 H.264 network camera on loopback (GStreamer's RTSP server, as in
 // the tests): the CPU our client spends per second of stream to receive,
 // depacketize, decode and convert to BGRA, against ffmpeg decoding and
-// converting the same stream from a file in the same run; and how long an
-// access unit takes from its last packet read to its picture.
+// converting the same stream from a file in the same run; how long an access
+// unit takes from its last packet read to its picture, and from the camera's
+// own time stamp (by its RTCP sender reports) to its picture.
 //
 //   RTSPHarness [SECONDS]
 #include <algorithm>
@@ -28,6 +29,10 @@ int main(int argc, char** argv) {
 
   std::mutex lock;
   std::vector<double> latencies;
+  // The camera's time stamp to picture, by the camera's sender reports; kept
+  // for the second half of the run, by when the first report has come.
+  std::vector<double> fromCamera;
+  double halfway = 0;
   int frames = 0;
   RTSPClient client({.url = camera.url(),
                      .onFrame =
@@ -36,6 +41,7 @@ int main(int argc, char** argv) {
                            std::lock_guard guard(lock);
                            ++frames;
                            latencies.push_back(now - stamp.receivedAt);
+                           if (halfway > 0 && now > halfway) fromCamera.push_back(now - stamp.capturedAt);
                          },
                      .onAudio = {},
                      .log = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); },
@@ -55,16 +61,18 @@ int main(int argc, char** argv) {
     std::lock_guard guard(lock);
     framesBefore = frames;
     latencies.clear();
+    halfway = hostTimeNow() + seconds / 2;
   }
   const double cpuBefore = processUserSeconds();
   std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
   const double ourCPU = processUserSeconds() - cpuBefore;
   int received;
-  std::vector<double> lags;
+  std::vector<double> lags, cameraLags;
   {
     std::lock_guard guard(lock);
     received = frames - framesBefore;
     lags = latencies;
+    cameraLags = fromCamera;
   }
   client.stop();
 
@@ -86,5 +94,10 @@ int main(int argc, char** argv) {
               ffmpegCPU * 30.0 / std::max(received, 1));
   std::printf("  ratio: %.2fx\n", (ourCPU / seconds) / std::max(ffmpegCPU * 30.0 / std::max(received, 1), 1e-9));
   std::printf("  last packet read to picture: median %.1f ms, 95th percentile %.1f ms\n", median * 1e3, p95 * 1e3);
+  std::sort(cameraLags.begin(), cameraLags.end());
+  if (!cameraLags.empty()) {
+    std::printf("  camera's time stamp (RTCP sender reports) to picture: median %.1f ms, 95th percentile %.1f ms\n",
+                cameraLags[cameraLags.size() / 2] * 1e3, cameraLags[cameraLags.size() * 95 / 100] * 1e3);
+  }
   return 0;
 }

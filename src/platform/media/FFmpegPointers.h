@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -52,6 +53,14 @@ using ScalerPtr = std::unique_ptr<SwsContext, ScalerFreer>;
 using OutputFormatPtr = std::unique_ptr<AVFormatContext, OutputFormatFreer>;
 using BufferRefPtr = std::unique_ptr<AVBufferRef, BufferRefFreer>;
 using AudioFifoPtr = std::unique_ptr<AVAudioFifo, AudioFifoFreer>;
+
+// Gives a decoder its own zero-padded copy of `size` bytes as its configuration.
+inline void setExtradata(AVCodecContext* context, const std::uint8_t* data, std::size_t size) {
+  context->extradata = static_cast<std::uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
+  if (!context->extradata) return;
+  std::copy(data, data + size, context->extradata);
+  context->extradata_size = static_cast<int>(size);
+}
 
 inline std::string errorText(int code) {
   char text[AV_ERROR_MAX_STRING_SIZE] = {};

@@ -14,9 +14,7 @@ std::unique_ptr<StreamAudioDecoder> StreamAudioDecoder::open(const std::vector<s
   auto made = std::unique_ptr<StreamAudioDecoder>(new StreamAudioDecoder);
   made->context_.reset(avcodec_alloc_context3(codec));
   AVCodecContext* context = made->context_.get();
-  context->extradata = static_cast<std::uint8_t*>(av_mallocz(config.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-  std::copy(config.begin(), config.end(), context->extradata);
-  context->extradata_size = static_cast<int>(config.size());
+  ffmpeg::setExtradata(context, config.data(), config.size());
   context->sample_rate = sampleRate;
   av_channel_layout_default(&context->ch_layout, std::max(channels, 1));
   if (const int result = avcodec_open2(context, codec, nullptr); result < 0) {

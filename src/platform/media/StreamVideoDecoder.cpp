@@ -43,9 +43,7 @@ class StreamVideoDecoder::Codec {
     made->context_.reset(avcodec_alloc_context3(codec));
     AVCodecContext* context = made->context_.get();
     const auto& extradata = configuration->extradata;
-    context->extradata = static_cast<std::uint8_t*>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    std::copy(extradata.begin(), extradata.end(), context->extradata);
-    context->extradata_size = static_cast<int>(extradata.size());
+    ffmpeg::setExtradata(context, extradata.data(), extradata.size());
     context->thread_type = FF_THREAD_SLICE;
     context->thread_count = 0;
     context->flags |= AV_CODEC_FLAG_LOW_DELAY;

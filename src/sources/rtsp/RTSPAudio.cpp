@@ -6,6 +6,7 @@
 
 #include "base/Text.h"
 #include "sources/rtsp/RTPPacket.h"
+#include "sources/rtsp/RTSPSession.h"
 
 namespace tavorin {
 
@@ -53,27 +54,22 @@ std::optional<RTSPAudioDescription> parseAudioDescription(std::string_view sdp) 
     audio = RTSPAudioDescription{};
     aac = hasConfig = false;
   };
-  std::size_t at = 0;
-  while (at <= sdp.size()) {
-    auto end = sdp.find('\n', at);
-    if (end == std::string_view::npos) end = sdp.size();
-    const std::string line = trimmed(sdp.substr(at, end - at));
-    at = end + 1;
+  forEachSdpLine(sdp, [&](const std::string& line) {
     if (line.starts_with("m=")) {
       finish();
       inAudio = line.starts_with("m=audio");
-      continue;
+      return;
     }
-    if (!inAudio) continue;
+    if (!inAudio) return;
     if (line.starts_with("a=control:")) {
       audio.control = line.substr(10);
     } else if (line.starts_with("a=rtpmap:")) {
       const auto space = line.find(' ');
-      if (space == std::string::npos) continue;
+      if (space == std::string::npos) return;
       const std::string map = line.substr(space + 1);  // MPEG4-GENERIC/48000/2
       const auto slash = map.find('/');
       aac = lowered(map.substr(0, slash)) == "mpeg4-generic";
-      if (slash == std::string::npos) continue;
+      if (slash == std::string::npos) return;
       const std::string rest = map.substr(slash + 1);
       const auto second = rest.find('/');
       audio.clockRate = number(rest.substr(0, second), 0);
@@ -103,7 +99,7 @@ std::optional<RTSPAudioDescription> parseAudioDescription(std::string_view sdp) 
         }
       }
     }
-  }
+  });
   finish();
   return found;
 }

@@ -24,17 +24,12 @@ std::optional<std::vector<std::uint8_t>> fmtpSet(std::string_view line, std::str
 RTSPVideoDescription parseVideoDescription(std::string_view sdp) {
   RTSPVideoDescription video;
   bool inVideo = false;
-  std::size_t at = 0;
-  while (at <= sdp.size()) {
-    auto end = sdp.find('\n', at);
-    if (end == std::string_view::npos) end = sdp.size();
-    const std::string line = trimmed(sdp.substr(at, end - at));
-    at = end + 1;
+  forEachSdpLine(sdp, [&](const std::string& line) {
     if (line.starts_with("m=")) {
       inVideo = line.starts_with("m=video");
-      continue;
+      return;
     }
-    if (!inVideo) continue;
+    if (!inVideo) return;
     if (line.starts_with("a=control:")) {
       video.control = line.substr(10);
     } else if (line.starts_with("a=rtpmap:")) {
@@ -48,7 +43,7 @@ RTSPVideoDescription parseVideoDescription(std::string_view sdp) {
       if (auto set = fmtpSet(line, "sprop-pps=")) video.pps = std::move(set);
     } else if (line.starts_with("a=fmtp:")) {
       const auto key = line.find("sprop-parameter-sets=");
-      if (key == std::string::npos) continue;
+      if (key == std::string::npos) return;
       std::string_view sets = std::string_view(line).substr(key + 21);
       sets = sets.substr(0, sets.find(';'));
       std::vector<std::string_view> pieces;
@@ -64,7 +59,7 @@ RTSPVideoDescription parseVideoDescription(std::string_view sdp) {
         if (auto pps = base64Decoded(pieces[1])) video.pps = std::move(pps);
       }
     }
-  }
+  });
   return video;
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Text.h"
 #include "platform/media/StreamVideoDecoder.h"
 #include "sources/rtsp/RTSPMessage.h"
 
@@ -21,6 +22,10 @@ struct RTSPVideoDescription {
   std::optional<std::vector<std::uint8_t>> pps;
 };
 
+// Each line of an SDP, trimmed, in order.
+template <class Handle>
+void forEachSdpLine(std::string_view sdp, Handle&& handle);
+
 // Reads the video sections only; lines of other media are skipped.
 RTSPVideoDescription parseVideoDescription(std::string_view sdp);
 
@@ -31,5 +36,16 @@ std::string controlURL(const RTSPResponse& describe, const std::string& requestU
 
 // The session id of a SETUP reply: the first non-empty piece of its Session header.
 std::optional<std::string> sessionOf(const RTSPResponse& setup);
+
+template <class Handle>
+void forEachSdpLine(std::string_view sdp, Handle&& handle) {
+  std::size_t at = 0;
+  while (at <= sdp.size()) {
+    auto end = sdp.find('\n', at);
+    if (end == std::string_view::npos) end = sdp.size();
+    handle(trimmed(sdp.substr(at, end - at)));
+    at = end + 1;
+  }
+}
 
 }  // namespace tavorin
