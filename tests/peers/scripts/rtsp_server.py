@@ -5,7 +5,7 @@ authentication and with an AAC stream described before the video.
 
     rtsp_server.py PORT [--auth basic|digest USER PASSWORD] [--audio-first]
                         [--size WxH] [--fps N] [--pattern NAME] [--bitrate KBPS]
-                        [--codec h264|h265]
+                        [--codec h264|h265] [--file MP4]
 """
 import argparse
 
@@ -25,6 +25,7 @@ parser.add_argument("--fps", type=int, default=30)
 parser.add_argument("--pattern", default="smpte")
 parser.add_argument("--bitrate", type=int, default=800)
 parser.add_argument("--codec", choices=["h264", "h265"], default="h264")
+parser.add_argument("--file", help="serve this MP4's H.264 and AAC instead of the test pattern")
 args = parser.parse_args()
 
 Gst.init(None)
@@ -36,6 +37,9 @@ video = (f"videotestsrc is-live=true pattern={args.pattern} ! video/x-raw,width=
          "pt=96 config-interval=1")
 audio = "audiotestsrc is-live=true wave=ticks ! audio/x-raw,rate=48000,channels=2 ! voaacenc ! rtpmp4gpay name=pay0 pt=97"
 launch = f"( {audio} {video} )" if args.audio_first else f"( {video} )"
+if args.file:
+    launch = (f"( filesrc location={args.file} ! qtdemux name=d d.video_0 ! queue ! h264parse ! "
+              "rtph264pay name=pay0 pt=96 config-interval=1 d.audio_0 ! queue ! aacparse ! rtpmp4gpay name=pay1 pt=97 )")
 
 server = GstRtspServer.RTSPServer()
 server.set_address("127.0.0.1")

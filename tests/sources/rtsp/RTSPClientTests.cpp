@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <mutex>
 
 #include "peers/RtspCamera.h"
@@ -137,6 +140,69 @@ TEST(RTSPClient, ACameraThatGoesAwayFreezesAndComesBackOnOneConnection) {
   const int opened = watched.client->connectionsOpened();
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   EXPECT_EQ(watched.client->connectionsOpened(), opened);
+}
+
+// A camera that flashes white on the first picture of each second and beeps
+// for the same thirtieth of a second: each beep must play with its flash.
+TEST(RTSPClient, ABeepPlaysWithItsFlash) {
+  testing::TempDir dir;
+  const auto movie = dir / "flash-beep.mp4";
+  const std::string beep = "if(lt(mod(t\\,1)\\,1/30)\\,sin(2*PI*1000*t)\\,0)";
+  ASSERT_EQ(std::system(("ffmpeg -nostdin -v error -f lavfi -i \"color=c=black:s=320x240:r=30,geq=lum='if(lt(mod(N\\,30)\\,1)"
+                         "\\,235\\,16)':cb=128:cr=128\" -f lavfi -i \"aevalsrc='" + beep + "|" + beep +
+                         "':s=48000\" -t 12 -c:v libx264 -preset ultrafast -tune zerolatency -g 30 -pix_fmt yuv420p "
+                         "-c:a aac -b:a 128k -shortest -y " + movie.string())
+                            .c_str()),
+            0);
+  RtspCamera camera(dir.path(), {"--file", movie.string()});
+  std::mutex lock;
+  std::vector<double> flashes, beeps;
+  std::uint32_t quiet = 480;  // samples since the last loud one; a beep starts after 10 ms of quiet
+  RTSPClient client({.url = camera.url(),
+                     .onFrame =
+                         [&](PixelBufferRef picture, const StreamVideoStamp&) {
+                           // Shown when published: that is when the flash is seen.
+                           const double shownAt = hostTimeNow();
+                           if (picture->row(120)[4 * 160 + 1] > 200) {
+                             std::lock_guard guard(lock);
+                             flashes.push_back(shownAt);
+                           }
+                         },
+                     .onAudio =
+                         [&](const PcmFormat& format, const void* const* planes, std::uint32_t frames, double pts) {
+                           const float* left = static_cast<const float*>(planes[0]);
+                           std::lock_guard guard(lock);
+                           for (std::uint32_t i = 0; i < frames; ++i) {
+                             if (std::abs(left[i]) <= 0.3f) {
+                               ++quiet;
+                               continue;
+                             }
+                             if (quiet >= 480) beeps.push_back(pts + double(i) / format.sampleRate);
+                             quiet = 0;
+                           }
+                         },
+                     .log = {},
+                     .reconnectDelay = 4.0,
+                     .keepAliveInterval = 25.0});
+  client.start();
+  ASSERT_TRUE(waitFor(
+      [&] {
+        std::lock_guard guard(lock);
+        return flashes.size() >= 8 && beeps.size() >= 8;
+      },
+      15));
+  client.stop();
+  std::lock_guard guard(lock);
+  std::vector<double> offsets;
+  for (double flash : flashes) {
+    const auto nearest = std::min_element(beeps.begin(), beeps.end(),
+                                          [&](double a, double b) { return std::abs(a - flash) < std::abs(b - flash); });
+    if (std::abs(*nearest - flash) < 0.5) offsets.push_back(*nearest - flash);
+  }
+  ASSERT_GE(offsets.size(), 6u);
+  std::sort(offsets.begin(), offsets.end());
+  // Within a picture and a half at 30 fps, AAC's own priming included.
+  EXPECT_LT(std::abs(offsets[offsets.size() / 2]), 0.05) << ::testing::PrintToString(offsets);
 }
 
 }  // namespace
