@@ -123,6 +123,8 @@ void RTSPClient::stop() {
       socket_.reset();
     }
     decoder_.reset();
+    aac_.reset();
+    audioDecoder_.reset();
     state_ = State::idle;
   });
 }
