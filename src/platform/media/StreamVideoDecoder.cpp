@@ -106,15 +106,11 @@ void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configurat
   {
     std::lock_guard guard(lock_);
     if (waitForKeyFrame_) {
-      if (!holdsKeyFrame(accessUnit, configuration->codec)) {
-        ++dropped_;
-        return;
-      }
+      if (!holdsKeyFrame(accessUnit, configuration->codec)) return;
       waitForKeyFrame_ = false;
     }
     if (queue_.size() >= kMaxQueued) {
       // Behind: what waits would show late; the next key frame starts clean.
-      dropped_ += queue_.size() + 1;
       queue_.clear();
       waitForKeyFrame_ = !holdsKeyFrame(accessUnit, configuration->codec);
       if (waitForKeyFrame_) return;
@@ -122,11 +118,6 @@ void StreamVideoDecoder::decode(std::vector<std::uint8_t> accessUnit, Configurat
     queue_.push_back({std::move(accessUnit), std::move(configuration), stamp});
   }
   wake_.notify_one();
-}
-
-std::uint64_t StreamVideoDecoder::droppedUnits() const {
-  std::lock_guard guard(lock_);
-  return dropped_;
 }
 
 void StreamVideoDecoder::run() {

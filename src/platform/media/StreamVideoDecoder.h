@@ -52,8 +52,6 @@ class StreamVideoDecoder {
 
   // From any one thread. A configuration other than the last one's makes a new decoder.
   void decode(std::vector<std::uint8_t> accessUnit, Configuration configuration, StreamVideoStamp stamp);
-  // Units dropped because decoding fell behind, since the start.
-  std::uint64_t droppedUnits() const;
 
  private:
   struct Unit {
@@ -67,12 +65,11 @@ class StreamVideoDecoder {
 
   FrameSink frames_;
   FailureSink failure_;
-  mutable std::mutex lock_;
+  std::mutex lock_;
   std::condition_variable wake_;
   std::deque<Unit> queue_;
   bool waitForKeyFrame_ = false;
   bool stopping_ = false;
-  std::uint64_t dropped_ = 0;
   std::thread thread_;
 };
 

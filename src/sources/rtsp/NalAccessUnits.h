@@ -27,7 +27,6 @@ class NalAccessUnits {
     fuBuffer_.clear();
     accessUnit_.clear();
   }
-  const Configuration& configuration() const { return configuration_; }
 
  protected:
   // Each NAL unit of an aggregation packet from `at` on, behind its 16-bit size;

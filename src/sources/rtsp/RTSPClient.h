@@ -65,7 +65,6 @@ class RTSPClient {
   State state() const { return state_.load(); }
   // TCP connections opened since construction.
   int connectionsOpened() const { return connectionsOpened_.load(); }
-  const RTSPUrl& url() const { return url_; }
 
  private:
   using Completion = std::function<void(const RTSPResponse&)>;
