@@ -120,16 +120,25 @@ void AppModel::saveLayerAsCue(const Uuid& layerID) {
   fireGraphics.pendingFireGraphicEdit = graphic;
 }
 
+namespace {
+
+// A new cue of a library item or a source: kept, said, and opened in its editor.
+Uuid keepNewCue(FireGraphics& cues, const FireGraphic& graphic, const std::function<void(std::string)>& log) {
+  cues.store.upsert(graphic);
+  log("“" + graphic.name + "” is now a deck cue — position it via Edit on canvas, set duration/sound, and fire away.");
+  cues.pendingFireGraphicEdit = graphic;
+  return graphic.id;
+}
+
+}  // namespace
+
 std::optional<Uuid> AppModel::makeCueFromOverlay(const Uuid& overlayID) {
   const auto item = overlayStore.find(overlayID);
   if (!item) return std::nullopt;
   FireGraphic graphic;
   graphic.name = item->name;
   graphic.overlayID = item->id;
-  fireGraphics.store.upsert(graphic);
-  appendLog("“" + graphic.name + "” is now a deck cue — position it via Edit on canvas, set duration/sound, and fire away.");
-  fireGraphics.pendingFireGraphicEdit = graphic;
-  return graphic.id;
+  return keepNewCue(fireGraphics, graphic, [this](std::string line) { appendLog(std::move(line)); });
 }
 
 std::optional<Uuid> AppModel::makeCueFromSource(const std::string& sourceID) {
@@ -138,10 +147,7 @@ std::optional<Uuid> AppModel::makeCueFromSource(const std::string& sourceID) {
   FireGraphic graphic;
   graphic.name = displayName(sourceID);
   graphic.sourceID = sourceID;
-  fireGraphics.store.upsert(graphic);
-  appendLog("“" + graphic.name + "” is now a deck cue — position it via Edit on canvas, set duration/sound, and fire away.");
-  fireGraphics.pendingFireGraphicEdit = graphic;
-  return graphic.id;
+  return keepNewCue(fireGraphics, graphic, [this](std::string line) { appendLog(std::move(line)); });
 }
 
 }  // namespace tavorin

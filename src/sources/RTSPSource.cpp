@@ -8,7 +8,8 @@ RTSPSource::RTSPSource(std::string id, std::string name, std::string connectURL,
                        std::function<void(const std::string&)> log)
     : BaseSource(std::move(id), std::move(name), SourceKind::rtsp), connectURL_(std::move(connectURL)), log_(std::move(log)) {}
 
-RTSPSource::~RTSPSource() { client_.reset(); }
+// Here, where the client's type is complete; it is the last member, so it goes first.
+RTSPSource::~RTSPSource() = default;
 
 void RTSPSource::start(StartDone done) {
   if (!client_) {
