@@ -125,6 +125,19 @@ AppModel::AppModel(AppEnvironment environment)
                  .log = [this](std::string line) { appendLog(std::move(line)); },
                  .loopSaved = [this](const std::filesystem::path& file) { addLoopClip(file); },
                  .reveal = environment.revealInFileManager}),
+      replay(encoders,
+             [this](const std::string& line) {
+               std::weak_ptr<AppModel*> weakSelf = self_;
+               queue_.post([weakSelf, line] {
+                 if (auto self = weakSelf.lock()) (*self)->appendLog(line);
+               });
+             }),
+      replays(queue_, replay, preferences_,
+              {.canvasPixels = [this] { return pixelSize(canvasSize.get()); },
+               .frameRate = [this] { return frameRate.get(); },
+               .replaysFolder = [this] { return showFolder_.library(ShowFolder::Library::replays); },
+               .log = [this](std::string line) { appendLog(std::move(line)); },
+               .saved = [this](const ReplayBuffer::Saved& saved) { replaySaved(saved); }}),
       secretStore(makeStreamSecretStore(environment.useSecretService, showFolder_.file("secrets.json"),
                                         [this](const std::string& line) { appendLog(line); })),
       streamKeys(*secretStore),
@@ -174,6 +187,7 @@ void AppModel::start() {
   streamingControl.start();
   // The Program mix reaches the encoders once, whoever receives from them.
   audioMixer.setStreamAudioSink(encoders.audioSink());
+  audioMixer.setReplayAudioSink(replay.audioSink());
   bindCustomTransitions();
   bindEngine();
   subscribeSelectionExclusivity();
@@ -330,7 +344,13 @@ void AppModel::bindEngine() {
   // Headless, the encoders are the only consumers: with none open the clock rests.
   encoderConsumers_ = std::make_unique<EncoderConsumers>(encoders, *engine, queue_);
   engine->start(frameRate.get());
-  subscriptions_.push_back(frameRate.subscribe([this](int fps) { engine->setRefreshRate(fps); }));
+  subscriptions_.push_back(frameRate.subscribe([this](int fps) {
+    engine->setRefreshRate(fps);
+    replays.apply();
+  }));
+  // Only a frame clock fills the buffer: without one no encoder is opened for it.
+  replays.start();
+  subscriptions_.push_back(canvasSize.subscribe([this](const CanvasSize&) { replays.apply(); }));
   auto applyThumbnails = [this](const std::vector<MixerScene>& layouts) {
     auto [horizontal, vertical] = thumbnailScenes(layouts);
     engine->setAuxScenes(std::move(horizontal), std::move(vertical));

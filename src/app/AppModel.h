@@ -16,6 +16,7 @@
 #include "app/CaptureDevices.h"
 #include "app/RecordingController.h"
 #include "app/RemoteControl.h"
+#include "app/ReplayController.h"
 #include "app/ScreenshotWriter.h"
 #include "app/SoundEffects.h"
 #include "app/SessionKeeper.h"
@@ -39,6 +40,7 @@
 #include "model/TextConfig.h"
 #include "model/TransitionKind.h"
 #include "outputs/ProgramRecorder.h"
+#include "outputs/ReplayBuffer.h"
 #include "platform/media/SharedEncoders.h"
 #include "platform/secrets/SecretStore.h"
 #include "sources/LoopingVideoSource.h"
@@ -165,7 +167,9 @@ class AppModel {
   std::optional<std::string> addImageSource(const std::filesystem::path& file);
   // A video file joins the show as a looping clip, kept in the clips library;
   // its source id, or nothing when the file can't be played (logged).
-  std::optional<std::string> addClipSource(const std::filesystem::path& file);
+  // A file already in `library` is used where it stands.
+  std::optional<std::string> addClipSource(const std::filesystem::path& file,
+                                           ShowFolder::Library library = ShowFolder::Library::clips);
   // Web pages: an overlay of the library (one source per item), any address
   // (blank: a web search's home page), an overlay's param (pushed to the page
   // and stored), its replay. The id of the source, or nothing when it could not be made.
@@ -292,6 +296,11 @@ class AppModel {
   SharedEncoders encoders;
   ProgramRecorder recorder;
   RecordingController recording;
+  // The last moments of Program, saved on demand; its settings and save command.
+  ReplayBuffer replay;
+  ReplayController replays;
+  // The cue that plays the newest saved replay full-canvas over Program.
+  static const Uuid kReplayCueID;
   std::unique_ptr<SecretStore> secretStore;
   StreamKeyStore streamKeys;
   StreamDestinationStore streamStore;
@@ -313,6 +322,12 @@ class AppModel {
   void setRecordVideo(const std::string& sourceID, bool armed) { recording.setRecordVideo(sourceID, armed); }
   // The folder that recordings and screenshots go to now.
   std::filesystem::path currentRecordingsRoot() const;
+
+  // Saves the last seconds of Program to "Replays" (and, when the operator
+  // wants it, adds them to the show as a clip and the "Replay" cue).
+  void saveReplay() { replays.save(); }
+  // Fires the "Replay" cue: the newest saved replay over Program, then gone.
+  void playReplay();
 
   // The deck. Every press of a tile, on screen, by a hotkey or from the
   // phone, comes to runTile.
@@ -360,6 +375,8 @@ class AppModel {
   void refreshDevices();
   // A finished loop capture joins the show's sources as a clip.
   void addLoopClip(const std::filesystem::path& file);
+  // A saved replay becomes a clip and what the "Replay" cue shows.
+  void replaySaved(const ReplayBuffer::Saved& saved);
   // Clips rebuilt from the store: the trim applied and written back, the sound on a mixer channel.
   std::shared_ptr<BaseSource> makeClipSource(const SavedSource& saved);
   std::shared_ptr<BaseSource> makeOverlaySource(const SavedSource& saved);

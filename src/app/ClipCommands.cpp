@@ -27,7 +27,7 @@ std::shared_ptr<BaseSource> AppModel::makeClipSource(const SavedSource& saved) {
   return clip;
 }
 
-std::optional<std::string> AppModel::addClipSource(const std::filesystem::path& file) {
+std::optional<std::string> AppModel::addClipSource(const std::filesystem::path& file, ShowFolder::Library library) {
   // Opened before copying, so a file that is no clip never enters the library.
   std::string error;
   if (!ClipDecoder::open(file, error)) {
@@ -37,7 +37,7 @@ std::optional<std::string> AppModel::addClipSource(const std::filesystem::path& 
   SavedSource saved;
   saved.kind = SavedSource::Kind::clip;
   saved.name = file.stem().string();
-  saved.filePath = importIntoLibrary(file, showFolder_.library(ShowFolder::Library::clips)).string();
+  saved.filePath = importIntoLibrary(file, showFolder_.library(library)).string();
   saved.id = LoopingVideoSource::idFor(*saved.filePath);
   sourcesStore.upsert(saved);
   if (auto source = sourceFactory.make(saved)) addSource(std::move(source));

@@ -82,7 +82,6 @@ const char* defaultSymbol(DeckActionKind kind) {
 bool notAvailableYet(DeckActionKind kind) {
   using K = DeckActionKind;
   switch (kind) {
-    case K::saveReplay:
     case K::toggleVirtualCamera:
     case K::toggleNDI:
     case K::presenterBar:
@@ -164,6 +163,9 @@ void AppModel::runAction(const DeckAction& action) {
       break;
     case K::toggleRecord:
       toggleRecording();
+      break;
+    case K::saveReplay:
+      saveReplay();
       break;
     case K::stopSounds:
       soundEffects.stopAll();
@@ -308,7 +310,7 @@ TileLook AppModel::tileSummary(const DeckAction& action) const {
       generated(recording.isRecording.get() ? "Recording" : "Record", "#ff453a", recording.isRecording.get());
       break;
     case K::saveReplay:
-      generated("Save Replay", "#bf5af2", false);
+      generated("Save Replay", "#bf5af2", replays.saving.get());
       break;
     case K::stopSounds:
       generated("Stop Sounds", "#ff9f0a", audioMixer.sfxPlaying.get());

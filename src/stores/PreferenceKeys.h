@@ -53,6 +53,7 @@ inline constexpr std::string_view remoteEnabled = "Tavorin.remoteEnabled";
 inline constexpr std::string_view remoteToken = "Tavorin.remoteToken";
 inline constexpr std::string_view replayDuration = "Tavorin.replayDuration";  // seconds; 60 when unset or not above 0
 inline constexpr std::string_view replayEnabled = "Tavorin.replayEnabled";    // Boolean, true when unset
+inline constexpr std::string_view replayAddsClip = "Tavorin.replayAddsClip";  // Boolean, true when unset
 inline constexpr std::string_view studioMode = "Tavorin.studioMode";
 inline constexpr std::string_view sysAudioExcludedApps = "Tavorin.sysAudioExcludedApps";
 inline constexpr std::string_view twitchClientID = "Tavorin.twitchClientID";

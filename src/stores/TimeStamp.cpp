@@ -13,4 +13,16 @@ std::string fileTimeStamp(std::chrono::system_clock::time_point time) {
   return std::string(buffer, length);
 }
 
+std::string fileTimeOfDay(std::chrono::system_clock::time_point time) {
+  const time_t seconds = std::chrono::system_clock::to_time_t(time);
+  tm local{};
+  localtime_r(&seconds, &local);
+  char buffer[64];
+  std::string text(buffer, strftime(buffer, sizeof buffer, "%X", &local));
+  for (char& c : text) {
+    if (c == ':' || c == '/') c = '.';
+  }
+  return text;
+}
+
 }  // namespace tavorin

@@ -245,7 +245,15 @@ void SwitcherEngine::toggleBRB(const std::string& sourceID, const std::string& s
   brbActive_ = true;
 }
 
-void SwitcherEngine::setFireLayers(std::vector<LayerState> layers) { store_.setFire(std::move(layers)); }
+void SwitcherEngine::setFireLayers(std::vector<LayerState> layers) {
+  std::set<std::string> fired;
+  for (const auto& layer : layers) fired.insert(layer.sourceID);
+  store_.setFire(std::move(layers));
+  // A fired clip is on Program too: its sound follows it there.
+  if (fired == firedSourceIDs_) return;
+  firedSourceIDs_ = std::move(fired);
+  applyAudioFollow();
+}
 
 void SwitcherEngine::publishSnapshot() { publish(Mirror::inDirectMode); }
 
@@ -296,6 +304,7 @@ void SwitcherEngine::applyAudioFollow() {
   if (!audioFollow) return;
   std::set<std::string> sourceIDs;
   for (const auto& layer : programScene_->layers) sourceIDs.insert(layer.sourceID);
+  sourceIDs.insert(firedSourceIDs_.begin(), firedSourceIDs_.end());
   audioFollow(sourceIDs);
 }
 

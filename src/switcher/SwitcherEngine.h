@@ -204,6 +204,8 @@ class SwitcherEngine {
   std::uint64_t transitionGeneration_ = 0;
   TimerHandle completionTimer_;
   std::map<Uuid, FiredTransitionRun> firedRunsByID_;
+  // The sources of the graphics fired over Program.
+  std::set<std::string> firedSourceIDs_;
   std::map<Uuid, TimerHandle> firedFinishTimers_;
   // The completion holds this weakly: one that fires after the engine is gone does nothing.
   std::shared_ptr<SwitcherEngine*> self_ = std::make_shared<SwitcherEngine*>(this);

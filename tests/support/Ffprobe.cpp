@@ -143,7 +143,7 @@ std::vector<FlashBeep> flashBeepOffsets(const std::filesystem::path& file) {
 
 nlohmann::json probe(const std::string& fileOrURL) {
   const std::string command = "ffprobe -v error -show_entries "
-                              "stream=codec_type,codec_name,width,height,sample_rate,channels,start_time "
+                              "stream=codec_type,codec_name,profile,has_b_frames,width,height,sample_rate,channels,start_time "
                               "-show_entries format=duration -of json '" + fileOrURL + "' 2>/dev/null";
   bool succeeded = false;
   const std::string output = run(command, &succeeded);

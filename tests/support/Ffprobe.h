@@ -10,7 +10,7 @@
 
 namespace tavorin::testing {
 
-// What ffprobe reads from a file or URL: its streams (type, codec, size, rate,
+// What ffprobe reads from a file or URL: its streams (type, codec, profile, B-frames, size, rate,
 // channels, start) and the format's duration; null when it cannot open it.
 nlohmann::json probe(const std::string& fileOrURL);
 inline nlohmann::json probe(const std::filesystem::path& file) { return probe(file.string()); }

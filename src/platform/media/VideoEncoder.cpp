@@ -76,9 +76,11 @@ ffmpeg::CodecContextPtr openEncoder(const std::string& name, const VideoEncoding
     context->pix_fmt = frames ? AV_PIX_FMT_VAAPI : AV_PIX_FMT_YUV420P;
     if (frames) context->hw_frames_ctx = av_buffer_ref(frames);
     applyRate(context.get(), encoding);
-    // The interval is a ceiling: a forced key frame (a receiver joining) may come sooner.
+    // Key frames are forced by time (sendFrame): a clock that loses or repeats
+    // frames would stretch a count of frames. The encoder's own interval, at
+    // twice that, only backs it up.
     const double seconds = encoding.keyFrameIntervalSeconds > 0 ? encoding.keyFrameIntervalSeconds : 2.0;
-    context->gop_size = std::max(1, static_cast<int>(std::lround(seconds * frameRate)));
+    context->gop_size = std::max(1, static_cast<int>(std::lround(2 * seconds * frameRate)));
     context->max_b_frames = encoding.lowLatency ? 0 : std::max(0, encoding.bFrames);
     if (encoding.codec == VideoCodecKind::h264) {
       av_opt_set(priv, "profile", profileName(encoding.profile), 0);
@@ -90,7 +92,8 @@ ffmpeg::CodecContextPtr openEncoder(const std::string& name, const VideoEncoding
     }
     if (name == "libx264") {
       context->keyint_min = context->gop_size;
-      av_opt_set(priv, "preset", "veryfast", 0);
+      // Above 1080p a frame costs twice and more: the lighter preset keeps it real-time.
+      av_opt_set(priv, "preset", encoding.width * encoding.height > 1920 * 1080 ? "superfast" : "veryfast", 0);
       // Key frames on the interval, never early on a scene cut; forced ones are IDRs a receiver can start on.
       av_opt_set(priv, "x264-params", "scenecut=0", 0);
       av_opt_set_int(priv, "forced-idr", 1, 0);
@@ -304,8 +307,16 @@ EncoderError VideoEncoder::upload(AVFrame* input, double hostTime, bool forceKey
 
 EncoderError VideoEncoder::sendFrame(AVFrame* input, double hostTime, bool forceKeyFrame) {
   input->pts = std::llround(hostTime * kTimeBase.den);
+  if (encoding_.codec != VideoCodecKind::proRes422) {
+    // A quarter frame early still counts, so a steady clock lands each key
+    // frame on the interval itself rather than one frame after it.
+    const double interval = encoding_.keyFrameIntervalSeconds > 0 ? encoding_.keyFrameIntervalSeconds : 2.0;
+    const double slack = 0.25 / (encoding_.frameRate > 0 ? encoding_.frameRate : 30);
+    if (!lastKeyFrameTime_ || hostTime - *lastKeyFrameTime_ >= interval - slack) forceKeyFrame = true;
+  }
   input->pict_type = forceKeyFrame ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
   if (avcodec_send_frame(context_.get(), input) < 0) return EncoderError::encodeFailed;
+  if (forceKeyFrame) lastKeyFrameTime_ = hostTime;
   return EncoderError::none;
 }
 

@@ -90,6 +90,8 @@ class VideoEncoder {
   int scalerSourceHeight_ = 0;
   std::string encoderName_;
   bool hardware_ = false;
+  // Host time of the last key frame asked for; the next is due an interval later.
+  std::optional<double> lastKeyFrameTime_;
   std::shared_ptr<const VideoFormatDescription> format_;
 };
 

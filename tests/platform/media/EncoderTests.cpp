@@ -88,6 +88,26 @@ TEST(VideoEncoder, ProfilesReorderingAndKeyFrames) {
   }
 }
 
+TEST(VideoEncoder, KeyFramesComeByTimeWhateverTheFramesCount) {
+  // Half the frames missing: a count of 30 frames would put key frames two seconds apart.
+  EncoderError error;
+  auto encoder = VideoEncoder::open(smallEncoding(), HardwareEncoders{}, error);
+  ASSERT_TRUE(encoder);
+  std::vector<int> keys;
+  EncodedVideoSample sample;
+  for (int i = 0; i <= 92; i += 2) {
+    ASSERT_EQ(encoder->send(*frameAt(i)), EncoderError::none);
+    while (encoder->receive(sample, error)) {
+      if (sample.isKeyFrame) keys.push_back(frameIndex(sample.pts));
+    }
+  }
+  encoder->flush();
+  while (encoder->receive(sample, error)) {
+    if (sample.isKeyFrame) keys.push_back(frameIndex(sample.pts));
+  }
+  EXPECT_EQ(keys, (std::vector<int>{0, 30, 60, 90}));
+}
+
 TEST(VideoEncoder, FitsOtherShapesAndRefusesOddSizes) {
   for (const FrameFit fit : {FrameFit::stretch, FrameFit::letterbox, FrameFit::trim}) {
     auto encoding = smallEncoding();
