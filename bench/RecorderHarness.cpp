@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "ProcessCPU.h"
+#include "MovingFrames.h"
 #include "base/HostTime.h"
 #include "outputs/ProgramRecorder.h"
 #include "platform/media/MovieMuxer.h"
@@ -29,24 +30,6 @@ constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
 constexpr int kRate = 30;
 
-// A moving picture: 30 different frames, so the encoder has real work.
-std::vector<PixelBufferRef> frames() {
-  std::vector<PixelBufferRef> list;
-  for (int f = 0; f < kRate; ++f) {
-    auto frame = PixelBuffer::make(kWidth, kHeight);
-    for (int y = 0; y < kHeight; ++y) {
-      std::uint8_t* row = frame->row(y);
-      for (int x = 0; x < kWidth; ++x) {
-        row[4 * x] = static_cast<std::uint8_t>((x + f * 16) & 0xFF);
-        row[4 * x + 1] = static_cast<std::uint8_t>((y * 2 + f * 8) & 0xFF);
-        row[4 * x + 2] = static_cast<std::uint8_t>(((x ^ y) + f * 4) & 0xFF);
-        row[4 * x + 3] = 255;
-      }
-    }
-    list.push_back(frame);
-  }
-  return list;
-}
 
 long packetsIn(const std::filesystem::path& file) {
   const std::string command = "ffprobe -v error -select_streams v -count_packets -show_entries stream=nb_read_packets "
@@ -64,7 +47,7 @@ long packetsIn(const std::filesystem::path& file) {
 int main(int argc, char** argv) {
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   const double seconds = argc > 1 ? std::max(1.0, std::atof(argv[1])) : 5.0;
-  const auto pictures = frames();
+  const auto pictures = bench::movingFrames(kWidth, kHeight, kRate);
   const auto folder = std::filesystem::temp_directory_path() / "tavorin-recorder-bench";
   std::filesystem::create_directories(folder);
   const int total = static_cast<int>(seconds * kRate);

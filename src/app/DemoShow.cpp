@@ -257,6 +257,9 @@ void DemoShow::takeNext() {
   }
   // Every other take, the lower third is shot over Program and hides by itself.
   if (nextScene_ % 2 == 1) model_.fireGraphics.fire(kCueID);
+  // Once, the takes so far are saved as a replay, and two takes later it plays over Program.
+  if (nextScene_ == 2) model_.saveReplay();
+  if (nextScene_ == 4) model_.playReplay();
   ++nextScene_;
   ++nextTransition_;
 }

@@ -60,7 +60,12 @@ void ReplayController::save() {
     wiring_.log("Replay buffer is off — enable it in Settings → General.");
     return;
   }
-  const auto file = wiring_.replaysFolder() / ("Replay " + fileTimeOfDay() + ".mov");
+  // Two saves within a second keep both.
+  const auto folder = wiring_.replaysFolder();
+  const std::string stem = "Replay " + fileTimeOfDay();
+  auto file = folder / (stem + ".mov");
+  std::error_code ignored;
+  for (int n = 2; std::filesystem::exists(file, ignored); ++n) file = folder / (stem + " " + std::to_string(n) + ".mov");
   wiring_.log("Saving replay…");
   saving_ = true;
   std::weak_ptr<ReplayController*> weakSelf = self_;

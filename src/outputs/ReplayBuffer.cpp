@@ -1,5 +1,8 @@
 #include "outputs/ReplayBuffer.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -11,10 +14,13 @@ namespace tavorin {
 namespace {
 
 constexpr std::size_t kSpareBlocks = 64;
+// The encoder's threads inherit the nice value of the thread that opens them.
+constexpr int kBackgroundNice = 10;
 
 }  // namespace
 
-ReplayBuffer::ReplayBuffer(SharedEncoders& encoders, LogHandler log) : encoders_(encoders), log_(std::move(log)) {}
+ReplayBuffer::ReplayBuffer(SharedEncoders& encoders, LogHandler log, bool background)
+    : encoders_(encoders), log_(std::move(log)), background_(background) {}
 
 ReplayBuffer::~ReplayBuffer() {
   control_.drain();
@@ -73,6 +79,12 @@ void ReplayBuffer::configure(bool enabled, double seconds, VideoEncoding encodin
     std::lock_guard hold(ring_->lock);
     ring_->enabled = true;
     ring_->duration = seconds;
+  }
+  if (background_ && !lowered_) {
+    // When the CPU is short the frame clock, the recording and the streams go
+    // first, and the replay loses pictures instead of the show.
+    lowered_ = true;
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kBackgroundNice);
   }
   EncoderError error;
   subscription_ = encoders_.subscribeVideo(

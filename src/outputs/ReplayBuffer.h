@@ -40,7 +40,9 @@ class ReplayBuffer {
   using Completion = std::function<void(std::optional<Saved>)>;
   using LogHandler = std::function<void(const std::string&)>;
 
-  ReplayBuffer(SharedEncoders& encoders, LogHandler log);
+  // In the background, the encoder runs at a lower priority than the rest of
+  // the show (tests that count pictures on a busy machine turn it off).
+  ReplayBuffer(SharedEncoders& encoders, LogHandler log, bool background = true);
   // Waits for a save under way.
   ~ReplayBuffer();
   ReplayBuffer(const ReplayBuffer&) = delete;
@@ -105,11 +107,13 @@ class ReplayBuffer {
 
   SharedEncoders& encoders_;
   LogHandler log_;
+  const bool background_;
   std::shared_ptr<Ring> ring_ = std::make_shared<Ring>();
   // The buffer's own thread's: the encoder it receives from.
   SharedEncoders::Subscription subscription_;
   std::optional<VideoEncoding> subscribed_;
   std::optional<VideoEncoding> failed_;  // said once until another encoding is asked for
+  bool lowered_ = false;  // the buffer's thread runs in the background
   // Last, so their threads end before what they use goes.
   SerialQueue control_{"Tavorin.Replay"};
   SerialQueue mux_{"Tavorin.ReplayMux"};

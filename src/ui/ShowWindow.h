@@ -9,6 +9,7 @@
 #include "ui/ClipBridge.h"
 #include "ui/DeckBridge.h"
 #include "ui/GraphicsBridge.h"
+#include "ui/ReplayBridge.h"
 #include "ui/WebBridge.h"
 #include "ui/LayerInspector.h"
 #include "ui/LayerListModel.h"
@@ -90,6 +91,7 @@ class ShowWindow {
   DeckBridge deck_;
   WebBridge web_;
   GraphicsBridge graphics_;
+  ReplayBridge replay_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };
 

@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "base/HostTime.h"
-#include "platform/media/VideoEncoder.h"
 #include "support/Ffprobe.h"
+#include "support/ReplayFill.h"
 #include "support/TempDir.h"
 
 namespace tavorin {
@@ -31,47 +31,13 @@ std::optional<ReplayBuffer::Saved> saved(ReplayBuffer& buffer, const std::filesy
 
 FrameRef pictureAt(double time) {
   auto frame = PixelBuffer::make(kWidth, kHeight);
-  const bool flash = std::fabs(time - kClickAt) < 0.001;
-  frame->fill(flash ? 255 : 60, flash ? 255 : 60, flash ? 255 : 60, 255);
+  frame->fill(60, 60, 60, 255);
   frame->setHostTime(time);
   return frame;
 }
 
-// One 1024-frame block from `time` of silence, with a 1 kHz click of 30 ms
-// starting on the very sample of kClickAt.
-AudioBlockRef blockAt(double time) {
-  auto block = std::make_shared<AudioBlock>(2, 1024);
-  for (std::uint32_t s = 0; s < 1024; ++s) {
-    const double t = time + s / 48000.0 - kClickAt;
-    const float v = t >= -1e-7 && t < 0.03 ? 0.5f * static_cast<float>(std::sin(2 * M_PI * 1000 * t)) + 0.2f : 0.f;
-    block->plane(0)[s] = block->plane(1)[s] = v;
-  }
-  block->stamp(1024, 48000, time);
-  return block;
-}
-
-// The buffer as the shared encoder and the tap would fill it, but without
-// their real-time pacing: 10 s of 30 fps pictures and the Program mix.
 void fill(ReplayBuffer& buffer, double seconds) {
-  EncoderError error;
-  auto encoder = VideoEncoder::open(ReplayBuffer::encodingFor(kWidth, kHeight, 60), HardwareEncoders{}, error);
-  ASSERT_TRUE(encoder) << describe(error);
-  EncodedVideoSample sample;
-  double audio = kStart;
-  auto take = [&] {
-    while (encoder->receive(sample, error)) {
-      buffer.appendVideo(std::make_shared<const EncodedVideoSample>(std::move(sample)));
-      sample = {};
-    }
-  };
-  for (int i = 0; i < static_cast<int>(seconds * 30); ++i) {
-    const double time = kStart + i / 30.0;
-    ASSERT_EQ(encoder->send(*pictureAt(time), time), EncoderError::none);
-    take();
-    for (; audio < time + 1 / 30.0; audio += 1024 / 48000.0) buffer.appendAudio(blockAt(audio));
-  }
-  encoder->flush();
-  take();
+  testing::fillReplay(buffer, seconds, kWidth, kHeight, kStart, kClickAt);
 }
 
 TEST(ReplayBuffer, HoldsTheAskedSecondsFromAKeyFrameAndSavesThemAsEncodedWithTheirSound) {
@@ -145,7 +111,7 @@ TEST(ReplayBuffer, AnEncoderThatCannotOpenIsSaidOnceThenTheNextCanvasRecordsThro
   testing::TempDir dir;
   SharedEncoders encoders;
   std::vector<std::string> lines;
-  ReplayBuffer buffer(encoders, [&](const std::string& line) { lines.push_back(line); });
+  ReplayBuffer buffer(encoders, [&](const std::string& line) { lines.push_back(line); }, false);
   buffer.apply(true, 1, 321, 181, 30);
   buffer.apply(true, 2, 321, 181, 30);
   buffer.settle();

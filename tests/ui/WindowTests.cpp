@@ -346,7 +346,7 @@ TEST_F(Window, MixerStripsSetTheChannelsLevelAndAirAndTheRoutingIsStored) {
   pumpUntil([] { return false; }, 0.3);  // the editor's rows are made: their QML must not warn
 }
 
-TEST_F(Window, TheRecordingPanelRecordsPausesAndStopsIntoTheChosenFolder) {
+TEST_F(Window, TheRecordingPanelRecordsIntoTheChosenFolderAndTheStripSavesAndPlaysAReplay) {
   RecordingBridge& recorder = window_->recorder();
   const std::filesystem::path folder = dir_ / "recordings";
   recorder.setFolder(QUrl::fromLocalFile(QString::fromStdString(folder.string())).toString());
@@ -368,6 +368,16 @@ TEST_F(Window, TheRecordingPanelRecordsPausesAndStopsIntoTheChosenFolder) {
   const std::filesystem::path last = recorder.lastRecording().toStdString();
   EXPECT_EQ(last.parent_path(), folder);
   EXPECT_TRUE(pumpUntil([&] { return std::filesystem::exists(last / "program.mov"); }));
+
+  // The replay buffer kept Program meanwhile: saved from the strip, then played over Program.
+  ASSERT_TRUE(pumpUntil([&] { return model().replay.heldSeconds() > 0.5; }, 20));
+  QQuickItem* play = item("playReplayButton");
+  EXPECT_FALSE(play->isEnabled());
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("saveReplayButton")));
+  ASSERT_TRUE(pumpUntil([&] { return play->isEnabled(); }, 20)) << model().log->back();
+  EXPECT_TRUE(model().log->back().starts_with("Replay saved: Replay ")) << model().log->back();
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(play));
+  EXPECT_TRUE(model().fireGraphics.activeFireIDs->contains(AppModel::kReplayCueID));
 }
 
 TEST_F(Window, ADestinationAddedInTheEditorKeepsItsKeySecretAndGoesLiveFromThePanel) {

@@ -4,7 +4,7 @@ import QtQuick.Dialogs
 import QtQuick.Layouts
 
 // The show's settings: canvas size and frame rate, where Program's sound plays,
-// where recordings go, and the phone remote.
+// where recordings go, the replay buffer, and the phone remote.
 Dialog {
     id: root
     property Theme theme: Theme {}
@@ -61,6 +61,29 @@ Dialog {
             Layout.fillWidth: true
             Label { Layout.fillWidth: true; text: recorder.folder; color: theme.text; elide: Text.ElideMiddle }
             Button { text: "Choose…"; onClicked: folderDialog.open() }
+        }
+        Label { text: "Replay"; color: theme.dim }
+        Switch {
+            objectName: "replaySwitch"
+            text: "Keep a rolling replay buffer"
+            checked: replay.enabled
+            onToggled: replay.setEnabled(checked)
+        }
+        Label { text: "Length"; color: theme.dim }
+        ComboBox {
+            objectName: "replayLengthPicker"
+            Layout.fillWidth: true
+            enabled: replay.enabled
+            model: replay.lengths
+            currentIndex: replay.length
+            onActivated: (index) => replay.setLength(index)
+        }
+        Item { implicitWidth: 1 }
+        Switch {
+            objectName: "replayClipSwitch"
+            text: "Saved replays join the show, ready to play"
+            checked: replay.addsClip
+            onToggled: replay.setAddsClip(checked)
         }
         Label { text: "Remote"; color: theme.dim }
         Switch {

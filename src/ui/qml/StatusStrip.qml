@@ -43,6 +43,26 @@ Rectangle {
             LivePanel { id: livePanel; objectName: "livePanel"; theme: root.theme; y: parent.height + 4 }
         }
         ToolButton {
+            objectName: "saveReplayButton"
+            text: replay.saving ? "↺ Saving…" : "↺ Save replay"
+            implicitHeight: 24
+            enabled: !replay.saving
+            palette.buttonText: replay.enabled ? "#bf5af2" : theme.dim
+            onClicked: replay.save()
+            ToolTip.visible: hovered
+            ToolTip.text: replay.enabled ? "Save the last " + replay.lengths[Math.max(0, replay.length)] + " of Program"
+                                         : "The replay buffer is off (Settings)"
+        }
+        ToolButton {
+            objectName: "playReplayButton"
+            text: "▶ Replay"
+            implicitHeight: 24
+            enabled: replay.canPlay
+            onClicked: replay.play()
+            ToolTip.visible: hovered
+            ToolTip.text: "Play the newest replay over Program"
+        }
+        ToolButton {
             objectName: "settingsButton"
             text: "⚙"
             implicitHeight: 24
