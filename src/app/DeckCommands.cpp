@@ -310,7 +310,7 @@ TileLook AppModel::tileSummary(const DeckAction& action) const {
       generated(recording.isRecording.get() ? "Recording" : "Record", "#ff453a", recording.isRecording.get());
       break;
     case K::saveReplay:
-      generated("Save Replay", "#bf5af2", replays.saving.get());
+      generated("Save Replay", "#bf5af2", false);
       break;
     case K::stopSounds:
       generated("Stop Sounds", "#ff9f0a", audioMixer.sfxPlaying.get());
