@@ -18,6 +18,7 @@
 #include "stores/StreamDestinationStore.h"
 #include "stores/TransitionStore.h"
 #include "stores/UnreadableFiles.h"
+#include "stores/VideoEffectPresetStore.h"
 #include "support/StoreTestFiles.h"
 
 namespace tavorin {
@@ -119,6 +120,17 @@ struct Cues {
   static void change(FireGraphicStore& store) { store.upsert(FireGraphic{}); }
 };
 
+struct Looks {
+  static constexpr const char* file = "videoEffectPresets.json";
+  static std::vector<std::string> bad() {
+    return {R"([{"id":"6D1F5C0E-2A47-4B8E-A1D3-5E2C7B9A0F31","name":"A","symbol":"star.fill"}])", "{}", "[{"};
+  }
+  static auto open(Show& show) { return std::make_unique<VideoEffectPresetStore>(show.folder); }
+  static bool empty(const VideoEffectPresetStore& store) { return store.presets->empty(); }
+  static void changeNothing(VideoEffectPresetStore& store) { store.remove(Uuid::make()); }
+  static void change(VideoEffectPresetStore& store) { store.add("Mine", {}); }
+};
+
 struct Prefs {
   static constexpr const char* file = "preferences.json";
   static std::vector<std::string> bad() { return {R"({"Tavorin.remoteEnabled": tr)", "[true]", "not json"}; }
@@ -130,7 +142,7 @@ struct Prefs {
 
 template <class Kind>
 class BadFile : public ::testing::Test {};
-using Stores = ::testing::Types<Layouts, Sources, Transitions, Destinations, Cues, Prefs>;
+using Stores = ::testing::Types<Layouts, Sources, Transitions, Destinations, Cues, Looks, Prefs>;
 TYPED_TEST_SUITE(BadFile, Stores);
 
 TYPED_TEST(BadFile, ReadsEmptyAndIsKeptBesideTheNextGoodFile) {
