@@ -10,5 +10,8 @@ extern const char* const shadow_fragment;
 extern const char* const blur_vertex;
 extern const char* const blur_fragment;
 extern const char* const nv12_fragment;
+extern const char* const filter_vertex;
+extern const char* const filter_fragment;
+extern const char* const filter_blur_fragment;
 
 }  // namespace tavorin::shaders

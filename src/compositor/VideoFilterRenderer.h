@@ -1,0 +1,61 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "model/VideoFilterConfig.h"
+#include "platform/gpu/Gpu.h"
+
+namespace tavorin {
+
+// Runs a layer's filter stack on its source's picture, one pass per filter
+// (blur, sharpen and bloom take three), through targets pooled by size. A
+// source shown by several layers with the same stack is filtered once per
+// frame. Render thread only.
+class VideoFilterRenderer {
+ public:
+  explicit VideoFilterRenderer(Gpu& gpu);
+
+  // The stack's picture of `source`, valid until endFrame; null when no
+  // entry is enabled (the source's own picture is drawn then) or a target
+  // cannot be had. `time` in seconds drives the moving filters.
+  const GpuTexture* filtered(const std::string& sourceID, const GpuTexture& source,
+                             const std::vector<VideoFilterConfig>& filters, double time);
+  // The targets of this frame go back to their pools.
+  void endFrame();
+
+  // Stacks run so far (a stack shared by layers counts once a frame).
+  std::uint64_t runCount() const { return runs_; }
+
+ private:
+  struct Pool {
+    std::vector<std::unique_ptr<GpuTexture>> textures;
+    std::size_t used = 0;  // this frame
+  };
+  struct Done {
+    std::string sourceID;
+    const GpuTexture* source = nullptr;
+    std::vector<VideoFilterConfig> filters;
+    const GpuTexture* result = nullptr;
+  };
+
+  GpuTexture* acquire(int width, int height);
+  const GpuPass& filterPass(VideoFilterKind kind);
+  const GpuPass& blurPass();
+  // Blurs `input` by `sigma` pixels into a new target.
+  const GpuTexture* blur(const GpuTexture& input, float sigma);
+  const GpuTexture* apply(const VideoFilterConfig& filter, const GpuTexture& input, double time);
+
+  Gpu& gpu_;
+  std::map<VideoFilterKind, std::unique_ptr<GpuPass>> passes_;
+  std::unique_ptr<GpuPass> blur_;
+  std::map<std::pair<int, int>, Pool> pools_;
+  std::vector<Done> done_;
+  std::uint64_t runs_ = 0;
+};
+
+}  // namespace tavorin
