@@ -60,6 +60,7 @@
 #include "stores/ShowFolder.h"
 #include "stores/SourcesStore.h"
 #include "stores/StreamDestinationStore.h"
+#include "stores/VideoEffectPresetStore.h"
 #include "stores/StreamKeyStore.h"
 #include "stores/TransitionStore.h"
 #include "stores/UnreadableFiles.h"
@@ -283,6 +284,8 @@ class AppModel {
   OverlayStore overlayStore{showFolder_};
   // Cues fired over Program, and their library.
   FireGraphics fireGraphics;
+  // The operator's own looks (filter stacks) for layers.
+  VideoEffectPresetStore videoLooks{showFolder_};
   SessionStore sessionStore;
   // Cameras and screens: the lists, their sources, their quality.
   CaptureDevices capture;

@@ -1,6 +1,7 @@
 #include "compositor/VideoFilterRenderer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <tuple>
 
 #include "compositor/ShaderSources.h"
@@ -130,6 +131,53 @@ const GpuTexture* VideoFilterRenderer::filtered(const std::string& sourceID, con
   ++runs_;
   done_.push_back(Done{sourceID, &source, filters, picture});
   return picture;
+}
+
+PixelBufferRef VideoFilterRenderer::thumbnail(const PixelBuffer& frame, const std::vector<VideoFilterConfig>& filters,
+                                             int maxSize) {
+  if (!frame.valid() || maxSize <= 0) return nullptr;
+  GpuTextureParams params;
+  params.width = frame.width();
+  params.height = frame.height();
+  params.renderable = true;
+  auto source = gpu_.createTexture(params);
+  if (!source || !gpu_.upload(*source, frame.data(), frame.bytesPerRow())) return nullptr;
+  // Its own run, kept apart from the frame's: the pools are shared but the memo is not.
+  std::vector<Done> frameDone;
+  frameDone.swap(done_);
+  const GpuTexture* picture = filtered("", *source, filters, 0);
+  if (picture == nullptr) picture = source.get();
+  const std::size_t rowBytes = PixelBuffer::rowBytesFor(picture->width());
+  auto download = gpu_.createDownload(rowBytes * static_cast<std::size_t>(picture->height()));
+  gpu_.startDownload(*picture, *download, rowBytes);
+  done_.swap(frameDone);
+  auto full = PixelBuffer::make(picture->width(), picture->height());
+  if (!gpu_.downloaded(*download, true) ||
+      !gpu_.readDownload(*download, std::span<std::uint8_t>(full->data(), full->byteCount()))) {
+    return nullptr;
+  }
+  const double scale = std::min(1.0, static_cast<double>(maxSize) / std::max(frame.width(), frame.height()));
+  const int width = std::max(1, static_cast<int>(std::lround(frame.width() * scale)));
+  const int height = std::max(1, static_cast<int>(std::lround(frame.height() * scale)));
+  if (width == frame.width() && height == frame.height()) return full;
+  // A box filter: each small pixel is the mean of the full pixels it covers.
+  auto small = PixelBuffer::make(width, height);
+  for (int y = 0; y < height; ++y) {
+    const int y0 = y * frame.height() / height, y1 = std::max(y0 + 1, (y + 1) * frame.height() / height);
+    for (int x = 0; x < width; ++x) {
+      const int x0 = x * frame.width() / width, x1 = std::max(x0 + 1, (x + 1) * frame.width() / width);
+      std::array<unsigned, 4> sum{};
+      for (int sy = y0; sy < y1; ++sy) {
+        const std::uint8_t* row = full->row(sy);
+        for (int sx = x0; sx < x1; ++sx) {
+          for (int c = 0; c < 4; ++c) sum[static_cast<std::size_t>(c)] += row[4 * sx + c];
+        }
+      }
+      const auto count = static_cast<unsigned>((y1 - y0) * (x1 - x0));
+      for (int c = 0; c < 4; ++c) small->row(y)[4 * x + c] = static_cast<std::uint8_t>((sum[static_cast<std::size_t>(c)] + count / 2) / count);
+    }
+  }
+  return small;
 }
 
 void VideoFilterRenderer::endFrame() {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/PixelBuffer.h"
 #include "model/VideoFilterConfig.h"
 #include "platform/gpu/Gpu.h"
 
@@ -27,6 +28,12 @@ class VideoFilterRenderer {
                              const std::vector<VideoFilterConfig>& filters, double time);
   // The targets of this frame go back to their pools.
   void endFrame();
+
+  // A small picture of `frame` through the stack at time 0, for a look's
+  // tile: no larger than `maxSize` on its longer side (never enlarged); the
+  // frame itself, scaled, when no entry is enabled. Waits for the GPU; null
+  // when the GPU cannot take the frame.
+  PixelBufferRef thumbnail(const PixelBuffer& frame, const std::vector<VideoFilterConfig>& filters, int maxSize);
 
   // Stacks run so far (a stack shared by layers counts once a frame).
   std::uint64_t runCount() const { return runs_; }

@@ -56,7 +56,7 @@ MonitorFeed feedOf(AppModel& model) {
 }  // namespace
 
 ShowWindow::ShowWindow(AppModel& model)
-    : model_(model), switcher_(model), scenes_(model), sources_(model), layers_(model), inspector_(model), shapes_(model), mixer_(model), audioFilters_(model), recorder_(model), streams_(model), settings_(model), builder_(model), capture_(model), clips_(model), titles_(model), status_(model), soundEffects_(model), audioDevices_(model), deck_(model), web_(model), graphics_(model), replay_(model) {
+    : model_(model), switcher_(model), scenes_(model), sources_(model), layers_(model), inspector_(model), shapes_(model), mixer_(model), audioFilters_(model), recorder_(model), streams_(model), settings_(model), builder_(model), capture_(model), clips_(model), titles_(model), status_(model), soundEffects_(model), audioDevices_(model), deck_(model), web_(model), graphics_(model), replay_(model), filters_(model) {
   MonitorItem::setFeed(feedOf(model));
   qmlRegisterType<MonitorItem>("Tavorin", 1, 0, "Monitor");
   engine_ = std::make_unique<QQmlApplicationEngine>();
@@ -83,6 +83,7 @@ ShowWindow::ShowWindow(AppModel& model)
   context->setContextProperty("web", &web_);
   context->setContextProperty("graphics", &graphics_);
   context->setContextProperty("replay", &replay_);
+  context->setContextProperty("filters", &filters_);
   engine_->load(QUrl("qrc:/tavorin/qml/Main.qml"));
   if (QQuickWindow* shown = window()) shown->installEventFilter(&deck_);
   restoreGeometry();

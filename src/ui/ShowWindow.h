@@ -9,6 +9,7 @@
 #include "ui/ClipBridge.h"
 #include "ui/DeckBridge.h"
 #include "ui/GraphicsBridge.h"
+#include "ui/LayerFilterStack.h"
 #include "ui/ReplayBridge.h"
 #include "ui/WebBridge.h"
 #include "ui/LayerInspector.h"
@@ -92,6 +93,7 @@ class ShowWindow {
   WebBridge web_;
   GraphicsBridge graphics_;
   ReplayBridge replay_;
+  LayerFilterStack filters_;
   std::unique_ptr<QQmlApplicationEngine> engine_;
 };
 

@@ -205,6 +205,21 @@ TEST_F(VideoFilterTest, EdgesKeepTheirShadeBlurKeepsLightAndAStackIsItsFiltersIn
   }
 }
 
+TEST_F(VideoFilterTest, AThumbnailIsTheStackAtItsSizeFromTheCPUsFrame) {
+  // A left half red and right half blue 520 × 260 frame, inverted, at most 260 wide.
+  auto frame = testing::halvesFrame(520, 260, testing::kRed, testing::kBlue);
+  const auto small = renderer.thumbnail(*frame, {filter(VideoFilterKind::invert)}, 260);
+  ASSERT_TRUE(small);
+  EXPECT_EQ(small->width(), 260);
+  EXPECT_EQ(small->height(), 130);
+  EXPECT_TRUE(testing::near(testing::pixelAt(*small, 10, 60), {0, 255, 255, 255}));
+  EXPECT_TRUE(testing::near(testing::pixelAt(*small, 250, 60), {255, 255, 0, 255}));
+  const auto plain = renderer.thumbnail(*frame, {}, 1000);
+  ASSERT_TRUE(plain);
+  EXPECT_EQ(plain->width(), 520) << "never enlarged";
+  EXPECT_TRUE(testing::near(testing::pixelAt(*plain, 10, 60), testing::kRed));
+}
+
 TEST_F(VideoFilterTest, ASourceShownTwiceIsFilteredOnceAFrameAndADisabledStackIsNothing) {
   auto input = picture(4, 1, kSwatches);
   const std::vector<VideoFilterConfig> stack{filter(VideoFilterKind::bw)};

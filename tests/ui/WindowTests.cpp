@@ -252,6 +252,30 @@ TEST_F(Window, InspectorEditsTheSelectedLayerInPixelsDegreesAndPercent) {
       << "a new width keeps the left edge";
 }
 
+TEST_F(Window, EffectsAreAddedTunedSwitchedAndKeptAsALookFromTheInspector) {
+  const LayerState& layer = model().switcher.previewScene->layers.front();
+  model().editor.selectLayer(layer.id);
+  QQuickWindow* window = window_->window();
+  QQuickItem* add = item("addEffect");
+  ASSERT_TRUE(add);
+  // "+ Effect" → the fourth kind, Hue.
+  QMetaObject::invokeMethod(add, "activated", Q_ARG(int, 3));
+  ASSERT_EQ(model().switcher.previewScene->layers.front().videoFilters->size(), 1u);
+  EXPECT_EQ(model().switcher.previewScene->layers.front().videoFilters->front().kind, VideoFilterKind::hue);
+  QQuickItem* slider = item("effectParam0_0");
+  ASSERT_TRUE(slider);
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(slider, {0.75, 0.5}));
+  EXPECT_NEAR(model().switcher.previewScene->layers.front().videoFilters->front().params.at("angle"), 90, 15);
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("effectEnabled0")));
+  EXPECT_FALSE(model().switcher.previewScene->layers.front().videoFilters->front().enabled);
+
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("saveLook")));
+  ASSERT_EQ(model().videoLooks.presets->size(), 1u);
+  EXPECT_EQ(model().videoLooks.presets->front().name, "My look 1");
+  QTest::mouseClick(window, Qt::LeftButton, {}, centre(item("removeEffect0")));
+  EXPECT_TRUE(model().switcher.previewScene->layers.front().videoFilters->empty());
+}
+
 TEST_F(Window, AKeyColourIsPickedFromThePreviewPicture) {
   ASSERT_TRUE(shows(centre(item("previewMonitorPicture")), Qt::blue));
   model().editor.selectLayer(model().switcher.previewScene->layers.front().id);

@@ -4,7 +4,7 @@ import QtQuick.Dialogs
 import QtQuick.Layouts
 
 // Every field of the selected layer: numbers typed or stepped (with their
-// units), switches, choices and colours.
+// units), switches, choices and colours; then its effects.
 Rectangle {
     id: root
     property Theme theme: Theme {}
@@ -96,6 +96,11 @@ Rectangle {
                 ToolTip.visible: hovered
                 ToolTip.text: "Drag the four corners on Preview to place the layer in perspective"
             }
+        }
+        FilterStackEditor {
+            visible: filters.active
+            Layout.fillWidth: true
+            theme: root.theme
         }
     }
 

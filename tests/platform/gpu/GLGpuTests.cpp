@@ -19,11 +19,12 @@ void main() {
 }
 )";
 
-// One context for the binary, current on the test thread.
+// One context for the binary, current on the test thread; never torn down:
+// unloading the driver at exit is not ours to test.
 GLContext& context() {
-  static GLContext made;
-  made.makeCurrent();
-  return made;
+  static GLContext* made = new GLContext;
+  made->makeCurrent();
+  return *made;
 }
 
 class GLGpuTest : public ::testing::Test {
