@@ -1,5 +1,7 @@
 #include "compositor/CanvasPipeline.h"
 
+#include <algorithm>
+
 #include "base/HostTime.h"
 
 namespace tavorin {
@@ -41,7 +43,12 @@ PixelBufferRef CanvasPipeline::produce(GLCompositor& compositor, RenderPlan plan
     return nullptr;
   }
   gatherFrames(plan, sources);
-  const bool unchanged = valid_ && generations_ == lastGenerations_ && plan == lastPlan_;
+  // A filter that moves by itself (the tape's noise and band) draws anew every tick.
+  const bool moving = std::any_of(plan.layers.begin(), plan.layers.end(), [](const RenderLayer& layer) {
+    return std::any_of(layer.videoFilters->begin(), layer.videoFilters->end(),
+                       [](const VideoFilterConfig& f) { return f.enabled && f.kind == VideoFilterKind::vhs; });
+  });
+  const bool unchanged = valid_ && !moving && generations_ == lastGenerations_ && plan == lastPlan_;
   if (!unchanged) {
     // The provider finds each layer's frame by its place in the plan, so what
     // is drawn is exactly what was compared.

@@ -1,7 +1,10 @@
 #include "compositor/GLCompositor.h"
 
+#include "base/HostTime.h"
 #include "compositor/LayerUniforms.h"
 #include "compositor/QuadGeometry.h"
+
+#include <algorithm>
 
 namespace tavorin {
 
@@ -17,7 +20,19 @@ bool wantsBackgroundBlur(const RenderLayer& layer) {
 }  // namespace
 
 GLCompositor::GLCompositor(const GLContext& context, int canvasWidth, int canvasHeight)
-    : canvasWidth_(canvasWidth), canvasHeight_(canvasHeight), renderer_(context), blur_(context) {}
+    : canvasWidth_(canvasWidth), canvasHeight_(canvasHeight), renderer_(context), gpu_(context), blur_(context) {}
+
+LayerTexture GLCompositor::filteredFrame(const RenderLayer& layer, const LayerTexture& frame, double time) {
+  const auto& stack = *layer.videoFilters;
+  if (std::none_of(stack.begin(), stack.end(), [](const VideoFilterConfig& f) { return f.enabled; })) return frame;
+  auto& source = borrowed_[frame.texture];
+  if (!source || source->width() != frame.width || source->height() != frame.height) {
+    source = gpu_.borrow(frame.texture, frame.width, frame.height);
+  }
+  const GpuTexture* filtered = filters_.filtered(layer.sourceID, *source, stack, time);
+  if (filtered == nullptr) return frame;
+  return {static_cast<GLuint>(filtered->nativeHandle()), frame.width, frame.height};
+}
 
 void GLCompositor::setCanvasSize(int width, int height) {
   canvasWidth_ = width;
@@ -34,6 +49,10 @@ std::pair<float, GLuint> GLCompositor::polygonMask(const RenderLayer& layer) {
 void GLCompositor::render(const RenderPlan& plan, const RenderTarget& target, const FrameProvider& frameProvider,
                           const MaskProvider& maskProvider) {
   const float aspect = static_cast<float>(canvasWidth_) / static_cast<float>(canvasHeight_);
+  // Filtered pictures live for one canvas's drawing; a source's stack runs once in it.
+  filters_.endFrame();
+  if (borrowed_.size() > 64) borrowed_.clear();
+  const double now = hostTimeNow();
   renderer_.begin();
 
   // Blur pre-pass: one blur per source per frame, the first layer's strength winning.
@@ -46,15 +65,24 @@ void GLCompositor::render(const RenderPlan& plan, const RenderTarget& target, co
     if (output.texture != 0) blurred_.emplace(layer.sourceID, output);
   }
 
+  // The filters draw into their own targets: every one runs before the canvas is drawn.
+  std::vector<std::optional<LayerTexture>>& frames = frames_;
+  frames.clear();
+  for (const RenderLayer& layer : plan.layers) {
+    std::optional<LayerTexture> frame;
+    if (layer.opacity > kEffectEpsilon) frame = frameProvider(layer);
+    if (frame && frame->texture != 0) frame = filteredFrame(layer, *frame, now);
+    frames.push_back(frame);
+  }
+
   glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer());
   glViewport(0, 0, target.width(), target.height());
   glClearColor(0, 0, 0, 1);
   glClear(GL_COLOR_BUFFER_BIT);
   renderer_.begin();
-
-  for (const RenderLayer& layer : plan.layers) {
-    if (layer.opacity <= kEffectEpsilon) continue;
-    const std::optional<LayerTexture> frame = frameProvider(layer);
+  for (std::size_t i = 0; i < plan.layers.size(); ++i) {
+    const RenderLayer& layer = plan.layers[i];
+    const std::optional<LayerTexture>& frame = frames[i];
     if (!frame || frame->texture == 0) continue;
     if (layer.cornerPin) drawPinnedLayer(layer, *frame, maskProvider);
     else drawLayer(layer, *frame, maskProvider, aspect);

@@ -5,12 +5,15 @@
 #include <string>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "compositor/BackgroundBlur.h"
 #include "compositor/GLTextures.h"
 #include "compositor/PolygonMaskCache.h"
 #include "compositor/QuadRenderer.h"
 #include "compositor/RenderTarget.h"
+#include "compositor/VideoFilterRenderer.h"
+#include "platform/gpu/GLGpu.h"
 #include "model/RenderLayer.h"
 #include "platform/gl/GLContext.h"
 
@@ -39,6 +42,7 @@ class GLCompositor {
               const MaskProvider& maskProvider);
 
   const PolygonMaskCache& masks() const { return masks_; }
+  const VideoFilterRenderer& filters() const { return filters_; }
   const BackgroundBlur& blur() const { return blur_; }
 
  private:
@@ -46,10 +50,18 @@ class GLCompositor {
   void drawPinnedLayer(const RenderLayer& layer, const LayerTexture& frame, const MaskProvider& maskProvider);
   // Mask mode for the shader and its texture (0 when unmasked).
   std::pair<float, GLuint> polygonMask(const RenderLayer& layer);
+  // The layer's picture through its filter stack, or the source's own when none is on.
+  LayerTexture filteredFrame(const RenderLayer& layer, const LayerTexture& frame, double time);
 
   int canvasWidth_;
   int canvasHeight_;
   QuadRenderer renderer_;
+  GLGpu gpu_;
+  VideoFilterRenderer filters_{gpu_};
+  // The sources' textures as the filters take them, by texture name; kept while the names live.
+  std::unordered_map<GLuint, std::unique_ptr<GpuTexture>> borrowed_;
+  // Each layer's picture of the canvas being drawn; kept to keep its storage.
+  std::vector<std::optional<LayerTexture>> frames_;
   BackgroundBlur blur_;
   PolygonMaskCache masks_;
   // This frame's blurred backgrounds by source; reused across frames to keep its storage.

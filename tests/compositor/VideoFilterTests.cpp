@@ -239,3 +239,33 @@ TEST_F(VideoFilterTest, ASourceShownTwiceIsFilteredOnceAFrameAndADisabledStackIs
 
 }  // namespace
 }  // namespace tavorin
+
+namespace tavorin {
+namespace {
+
+class FilteredLayers : public testing::CompositorTest {};
+
+TEST_F(FilteredLayers, AFilteredSourceDrawsFilteredAndRunsOnceForTheLayersThatShowIt) {
+  frames["cam"] = testing::solidFrame(64, 36, testing::kRed);
+  VideoFilterConfig invert;
+  invert.kind = VideoFilterKind::invert;
+  RenderLayer left = testing::layerOf("cam", {0.25, 0.5}, {0.5, 1});
+  RenderLayer right = testing::layerOf("cam", {0.75, 0.5}, {0.5, 1});
+  left.videoFilters = std::vector<VideoFilterConfig>{invert};
+  right.videoFilters = std::vector<VideoFilterConfig>{invert};
+  const auto before = compositor->filters().runCount();
+  auto frame = compose({left, right});
+  ASSERT_TRUE(frame);
+  EXPECT_TRUE(testing::near(testing::pixelAt(*frame, 80, 90), {0, 255, 255, 255}));
+  EXPECT_TRUE(testing::near(testing::pixelAt(*frame, 240, 90), {0, 255, 255, 255}));
+  EXPECT_EQ(compositor->filters().runCount(), before + 1) << "one run for both layers";
+
+  // Switched off, the source's own picture is drawn.
+  invert.enabled = false;
+  left.videoFilters = std::vector<VideoFilterConfig>{invert};
+  frame = compose({left});
+  EXPECT_TRUE(testing::near(testing::pixelAt(*frame, 80, 90), testing::kRed));
+}
+
+}  // namespace
+}  // namespace tavorin

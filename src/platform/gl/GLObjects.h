@@ -25,6 +25,8 @@ class GLHandle {
   GLHandle& operator=(const GLHandle&) = delete;
 
   GLuint get() const { return name_; }
+  // Gives up the name without deleting it.
+  GLuint release() { return std::exchange(name_, 0); }
   explicit operator bool() const { return name_ != 0; }
   void reset() {
     if (name_ != 0) Delete(name_);

@@ -31,8 +31,12 @@ FormatInfo formatInfo(GpuFormat format) {
 class GLGpuTexture final : public GpuTexture {
  public:
   explicit GLGpuTexture(const GpuTextureParams& params) : GpuTexture(params) {}
+  ~GLGpuTexture() override {
+    if (borrowed) static_cast<void>(texture.release());
+  }
   std::uint64_t nativeHandle() const override { return texture.get(); }
 
+  bool borrowed = false;
   GLTexture texture;
   GLFramebuffer framebuffer;  // when renderable
   GLBuffer unpack;            // made on the first upload
@@ -271,5 +275,15 @@ bool GLGpu::readDownload(GpuDownload& into, std::span<std::uint8_t> bytes) {
 }
 
 void GLGpu::flush() { glFlush(); }
+
+std::unique_ptr<GpuTexture> GLGpu::borrow(std::uint64_t name, int width, int height) {
+  GpuTextureParams params;
+  params.width = width;
+  params.height = height;
+  auto texture = std::make_unique<GLGpuTexture>(params);
+  texture->texture = GLTexture(static_cast<GLuint>(name));
+  texture->borrowed = true;
+  return texture;
+}
 
 }  // namespace tavorin

@@ -24,6 +24,10 @@ class GLGpu final : public Gpu {
   bool readDownload(GpuDownload& download, std::span<std::uint8_t> into) override;
   void flush() override;
 
+  // A bgra8 texture that code not yet speaking through this layer owns: used
+  // as a pass's input or target, never deleted here.
+  std::unique_ptr<GpuTexture> borrow(std::uint64_t name, int width, int height);
+
  private:
   const GLContext& context_;
   GpuCaps caps_;
