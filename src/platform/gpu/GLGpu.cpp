@@ -276,6 +276,8 @@ bool GLGpu::readDownload(GpuDownload& into, std::span<std::uint8_t> bytes) {
 
 void GLGpu::flush() { glFlush(); }
 
+void GLGpu::finish() { glFinish(); }
+
 std::unique_ptr<GpuTexture> GLGpu::borrow(std::uint64_t name, int width, int height) {
   GpuTextureParams params;
   params.width = width;

@@ -23,6 +23,7 @@ class GLGpu final : public Gpu {
   bool downloaded(GpuDownload& download, bool wait) override;
   bool readDownload(GpuDownload& download, std::span<std::uint8_t> into) override;
   void flush() override;
+  void finish() override;
 
   // A bgra8 texture that code not yet speaking through this layer owns: used
   // as a pass's input or target, never deleted here.

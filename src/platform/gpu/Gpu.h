@@ -176,6 +176,9 @@ class Gpu {
 
   // Sends what was recorded to the GPU without waiting for it.
   virtual void flush() = 0;
+  // Waits until the GPU has done all that was recorded: for benchmarks and
+  // tests, never the frame clock.
+  virtual void finish() = 0;
 };
 
 }  // namespace tavorin
