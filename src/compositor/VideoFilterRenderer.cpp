@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <tuple>
 
 #include "compositor/ShaderSources.h"
 #include "model/VideoFilterDefaults.h"
@@ -70,18 +69,22 @@ const GpuTexture* VideoFilterRenderer::blur(const GpuTexture& input, float sigma
   if (across == nullptr || down == nullptr) return nullptr;
   const auto w = static_cast<float>(input.width()), h = static_cast<float>(input.height());
   const GpuPass& pass = blurPass();
-  for (const auto& [from, into, dx, dy] : {std::tuple{&input, across, 1.f, 0.f}, std::tuple{(const GpuTexture*)across, down, 0.f, 1.f}}) {
-    const GpuTexture* textures[] = {from};
-    const float values[] = {dx, dy, sigma, w, h};
-    GpuPassRun run;
-    run.pass = &pass;
-    run.target = into;
-    run.textures = textures;
-    run.uniforms = values;
-    run.vertexCount = 3;
-    gpu_.run(run);
-  }
+  const float acrossValues[] = {1, 0, sigma, w, h};
+  const float downValues[] = {0, 1, sigma, w, h};
+  draw(pass, *across, {&input}, acrossValues);
+  draw(pass, *down, {across}, downValues);
   return down;
+}
+
+void VideoFilterRenderer::draw(const GpuPass& pass, const GpuTexture& target,
+                               std::initializer_list<const GpuTexture*> textures, std::span<const float> uniforms) {
+  GpuPassRun run;
+  run.pass = &pass;
+  run.target = &target;
+  run.textures = std::span<const GpuTexture* const>(textures.begin(), textures.size());
+  run.uniforms = uniforms;
+  run.vertexCount = 3;
+  gpu_.run(run);
 }
 
 const GpuTexture* VideoFilterRenderer::apply(const VideoFilterConfig& filter, const GpuTexture& input, double time) {
@@ -100,17 +103,10 @@ const GpuTexture* VideoFilterRenderer::apply(const VideoFilterConfig& filter, co
   }
   GpuTexture* target = acquire(input.width(), input.height());
   if (target == nullptr) return nullptr;
-  const GpuTexture* textures[] = {&input, blurred};
   const float uniforms[] = {values[0], values[1], values[2], values[3], values[4], values[5], values[6], values[7],
                             static_cast<float>(input.width()), static_cast<float>(input.height()),
                             static_cast<float>(time)};
-  GpuPassRun run;
-  run.pass = &filterPass(filter.kind);
-  run.target = target;
-  run.textures = textures;
-  run.uniforms = uniforms;
-  run.vertexCount = 3;
-  gpu_.run(run);
+  draw(filterPass(filter.kind), *target, {&input, blurred}, uniforms);
   return target;
 }
 

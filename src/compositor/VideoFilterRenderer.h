@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstdint>
+#include <initializer_list>
+#include <span>
 #include <map>
 #include <memory>
 #include <string>
@@ -56,6 +58,9 @@ class VideoFilterRenderer {
   // Blurs `input` by `sigma` pixels into a new target.
   const GpuTexture* blur(const GpuTexture& input, float sigma);
   const GpuTexture* apply(const VideoFilterConfig& filter, const GpuTexture& input, double time);
+  // One full-target run of a filter pass.
+  void draw(const GpuPass& pass, const GpuTexture& target, std::initializer_list<const GpuTexture*> textures,
+            std::span<const float> uniforms);
 
   Gpu& gpu_;
   std::map<VideoFilterKind, std::unique_ptr<GpuPass>> passes_;
