@@ -82,9 +82,10 @@ void Filter(benchmark::State& state) {
   filter.kind = kind;
   filter.params = defaultVideoFilterParams(kind);
   const std::vector<VideoFilterConfig> stack{filter};
+  const std::string id = "bench";
   double time = 0;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(s.renderer->filtered("bench", *s.source, stack, time += 1 / 30.0));
+    benchmark::DoNotOptimize(s.renderer->filtered(id, *s.source, stack, time += 1 / 30.0));
     s.gpu->finish();
     s.renderer->endFrame();
   }

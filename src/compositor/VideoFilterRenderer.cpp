@@ -116,7 +116,9 @@ const GpuTexture* VideoFilterRenderer::filtered(const std::string& sourceID, con
     return nullptr;
   }
   for (const Done& done : done_) {
-    if (done.sourceID == sourceID && done.source == &source && done.filters == filters) return done.result;
+    if (done.source == &source && *done.sourceID == sourceID && (done.filters == &filters || *done.filters == filters)) {
+      return done.result;
+    }
   }
   const GpuTexture* picture = &source;
   for (const VideoFilterConfig& filter : filters) {
@@ -125,7 +127,7 @@ const GpuTexture* VideoFilterRenderer::filtered(const std::string& sourceID, con
     if (picture == nullptr) return nullptr;
   }
   ++runs_;
-  done_.push_back(Done{sourceID, &source, filters, picture});
+  done_.push_back(Done{&sourceID, &source, &filters, picture});
   return picture;
 }
 
@@ -141,7 +143,8 @@ PixelBufferRef VideoFilterRenderer::thumbnail(const PixelBuffer& frame, const st
   // Its own run, kept apart from the frame's: the pools are shared but the memo is not.
   std::vector<Done> frameDone;
   frameDone.swap(done_);
-  const GpuTexture* picture = filtered("", *source, filters, 0);
+  const std::string none;
+  const GpuTexture* picture = filtered(none, *source, filters, 0);
   if (picture == nullptr) picture = source.get();
   const std::size_t rowBytes = PixelBuffer::rowBytesFor(picture->width());
   auto download = gpu_.createDownload(rowBytes * static_cast<std::size_t>(picture->height()));

@@ -25,7 +25,8 @@ class VideoFilterRenderer {
 
   // The stack's picture of `source`, valid until endFrame; null when no
   // entry is enabled (the source's own picture is drawn then) or a target
-  // cannot be had. `time` in seconds drives the moving filters.
+  // cannot be had. `time` in seconds drives the moving filters. The id and
+  // the stack must stay until endFrame.
   const GpuTexture* filtered(const std::string& sourceID, const GpuTexture& source,
                              const std::vector<VideoFilterConfig>& filters, double time);
   // The targets of this frame go back to their pools.
@@ -45,10 +46,12 @@ class VideoFilterRenderer {
     std::vector<std::unique_ptr<GpuTexture>> textures;
     std::size_t used = 0;  // this frame
   };
+  // A stack run this frame. Points into the caller's plan, which outlives the
+  // frame, so remembering it allocates nothing on the frame clock.
   struct Done {
-    std::string sourceID;
+    const std::string* sourceID = nullptr;
     const GpuTexture* source = nullptr;
-    std::vector<VideoFilterConfig> filters;
+    const std::vector<VideoFilterConfig>* filters = nullptr;
     const GpuTexture* result = nullptr;
   };
 

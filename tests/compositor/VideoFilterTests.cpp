@@ -26,6 +26,9 @@ double toEncoded(double c) {
   return c <= 0.0031308 ? c * 12.92 : 1.055 * std::pow(c, 1 / 2.4) - 0.055;
 }
 
+// The renderer remembers a frame's ids and stacks by reference until endFrame.
+const std::string kSource = "source", kCamera = "camera", kOther = "other";
+
 class VideoFilterTest : public ::testing::Test {
  protected:
   VideoFilterTest() : gpu(testing::testContext()), renderer(gpu) {}
@@ -61,7 +64,7 @@ class VideoFilterTest : public ::testing::Test {
     return colours;
   }
   std::vector<Colour> run(const std::vector<VideoFilterConfig>& stack, const GpuTexture& input, double time = 0) {
-    const GpuTexture* out = renderer.filtered("source", input, stack, time);
+    const GpuTexture* out = renderer.filtered(kSource, input, stack, time);
     EXPECT_TRUE(out);
     renderer.endFrame();
     return out ? read(*out) : std::vector<Colour>{};
@@ -163,8 +166,9 @@ TEST_F(VideoFilterTest, BandsCountFromTheBottomBarsCoverTheirShareAndBlocksShowT
   // The VHS band starts at the bottom and climbs: at t = 0 the bottom row is brightest.
   const auto tape = run({filter(VideoFilterKind::vhs, {{"amount", 1}})}, *input, 0);
   EXPECT_GT(rowOf(tape, 7).g, rowOf(tape, 0).g + 0.05);
-  EXPECT_EQ(read(*renderer.filtered("a", *input, {filter(VideoFilterKind::vhs)}, 3.25)),
-            read(*renderer.filtered("b", *input, {filter(VideoFilterKind::vhs)}, 3.25)))
+  const std::vector<VideoFilterConfig> tapeStack{filter(VideoFilterKind::vhs)}, sameTape = tapeStack;
+  EXPECT_EQ(read(*renderer.filtered(kCamera, *input, tapeStack, 3.25)),
+            read(*renderer.filtered(kOther, *input, sameTape, 3.25)))
       << "the same time gives the same picture";
   renderer.endFrame();
 
@@ -196,7 +200,9 @@ TEST_F(VideoFilterTest, EdgesKeepTheirShadeBlurKeepsLightAndAStackIsItsFiltersIn
                                              filter(VideoFilterKind::posterize, {{"levels", 12}})};
   const auto together = run(stack, *input);
   const GpuTexture* step = input.get();
-  for (const auto& one : stack) step = renderer.filtered("source", *step, {one}, 0);
+  std::vector<std::vector<VideoFilterConfig>> ones;
+  for (const auto& one : stack) ones.push_back({one});
+  for (const auto& one : ones) step = renderer.filtered(kSource, *step, one, 0);
   const auto inTurn = read(*step);
   renderer.endFrame();
   for (std::size_t i = 0; i < together.size(); ++i) {
@@ -224,16 +230,18 @@ TEST_F(VideoFilterTest, ASourceShownTwiceIsFilteredOnceAFrameAndADisabledStackIs
   auto input = picture(4, 1, kSwatches);
   const std::vector<VideoFilterConfig> stack{filter(VideoFilterKind::bw)};
   const auto before = renderer.runCount();
-  const GpuTexture* first = renderer.filtered("camera", *input, stack, 0);
-  EXPECT_EQ(renderer.filtered("camera", *input, stack, 0), first);
+  const GpuTexture* first = renderer.filtered(kCamera, *input, stack, 0);
+  const auto sameStack = stack;
+  EXPECT_EQ(renderer.filtered(kCamera, *input, sameStack, 0), first) << "an equal stack of another layer";
   EXPECT_EQ(renderer.runCount(), before + 1);
   renderer.endFrame();
-  renderer.filtered("camera", *input, stack, 0);
+  renderer.filtered(kCamera, *input, stack, 0);
   EXPECT_EQ(renderer.runCount(), before + 2) << "the next frame runs it again";
   auto disabled = stack;
   disabled[0].enabled = false;
-  EXPECT_EQ(renderer.filtered("camera", *input, disabled, 0), nullptr);
-  EXPECT_EQ(renderer.filtered("camera", *input, {}, 0), nullptr);
+  const std::vector<VideoFilterConfig> empty;
+  EXPECT_EQ(renderer.filtered(kCamera, *input, disabled, 0), nullptr);
+  EXPECT_EQ(renderer.filtered(kCamera, *input, empty, 0), nullptr);
   renderer.endFrame();
 }
 
