@@ -331,6 +331,8 @@ class AppModel {
   void saveReplay() { replays.save(); }
   // Fires the "Replay" cue: the newest saved replay over Program, then gone.
   void playReplay();
+  // The "Replay" cue is there and its clip is in the show.
+  bool canPlayReplay() const;
 
   // The deck. Every press of a tile, on screen, by a hotkey or from the
   // phone, comes to runTile.

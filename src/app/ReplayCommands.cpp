@@ -36,9 +36,13 @@ void AppModel::replaySaved(const ReplayBuffer::Saved& saved) {
   fireGraphics.store.upsert(cue);
 }
 
-void AppModel::playReplay() {
+bool AppModel::canPlayReplay() const {
   const auto cue = fireGraphics.store.find(kReplayCueID);
-  if (!cue || !cue->sourceID || !sourceLifecycle.find(*cue->sourceID)) {
+  return cue && cue->sourceID && sourceLifecycle.find(*cue->sourceID);
+}
+
+void AppModel::playReplay() {
+  if (!canPlayReplay()) {
     appendLog("No replay to play yet — save one first.");
     return;
   }

@@ -52,12 +52,10 @@ void ReplayBuffer::apply(bool enabled, double seconds, int width, int height, do
     std::lock_guard hold(ring_->lock);
     ring_->duration = duration;
   }
-  control_.post([this, enabled, duration, encoding = encodingFor(width, height, frameRate)] {
-    configure(enabled, duration, encoding);
-  });
+  control_.post([this, enabled, encoding = encodingFor(width, height, frameRate)] { configure(enabled, encoding); });
 }
 
-void ReplayBuffer::configure(bool enabled, double seconds, VideoEncoding encoding) {
+void ReplayBuffer::configure(bool enabled, VideoEncoding encoding) {
   if (enabled && subscribed_ == encoding) {
     std::lock_guard hold(ring_->lock);
     ring_->enabled = true;
@@ -78,7 +76,6 @@ void ReplayBuffer::configure(bool enabled, double seconds, VideoEncoding encodin
   {
     std::lock_guard hold(ring_->lock);
     ring_->enabled = true;
-    ring_->duration = seconds;
   }
   if (background_ && !lowered_) {
     // When the CPU is short the frame clock, the recording and the streams go
@@ -160,11 +157,11 @@ void ReplayBuffer::Ring::appendAudio(const AudioBlockRef& block) {
   copy->stamp(block->frameCount(), block->sampleRate(), block->hostTime());
   std::lock_guard hold(lock);
   if (!enabled || !running) return;
-  audio.push_back(AudioRecord{std::move(copy), block->hostTime()});
+  audio.push_back(std::move(copy));
   const double cutoff = block->hostTime() - duration - kAudioMargin;
-  while (!audio.empty() && audio.front().host < cutoff) {
+  while (!audio.empty() && audio.front()->hostTime() < cutoff) {
     // A block a save still holds is left to it.
-    if (spare.size() < kSpareBlocks && audio.front().pcm.use_count() == 1) spare.push_back(std::move(audio.front().pcm));
+    if (spare.size() < kSpareBlocks && audio.front().use_count() == 1) spare.push_back(std::move(audio.front()));
     audio.pop_front();
   }
 }
@@ -177,8 +174,7 @@ void ReplayBuffer::save(const std::filesystem::path& file, Completion completion
     if (ring_->enabled && !ring_->saving && !ring_->video.empty()) {
       ring_->saving = true;
       video.assign(ring_->video.begin(), ring_->video.end());
-      audio.reserve(ring_->audio.size());
-      for (const AudioRecord& record : ring_->audio) audio.push_back(record.pcm);
+      audio.assign(ring_->audio.begin(), ring_->audio.end());
     }
   }
   if (video.empty()) {
@@ -228,8 +224,8 @@ double ReplayBuffer::heldSeconds() const {
 std::size_t ReplayBuffer::heldBytes() const {
   std::lock_guard hold(ring_->lock);
   std::size_t bytes = ring_->videoBytes;
-  for (const AudioRecord& record : ring_->audio) {
-    bytes += static_cast<std::size_t>(record.pcm->channelCount()) * record.pcm->capacity() * sizeof(float);
+  for (const auto& block : ring_->audio) {
+    bytes += static_cast<std::size_t>(block->channelCount()) * block->capacity() * sizeof(float);
   }
   return bytes;
 }

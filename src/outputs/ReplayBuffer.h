@@ -80,10 +80,6 @@ class ReplayBuffer {
   bool encoding() const;
 
  private:
-  struct AudioRecord {
-    std::shared_ptr<AudioBlock> pcm;
-    double host = 0;
-  };
   // What the encoder thread and the tap reach, kept by their closures so a
   // call arriving while the buffer goes finds it still there.
   struct Ring {
@@ -93,7 +89,7 @@ class ReplayBuffer {
     bool saving = false;
     double duration = 60;
     std::deque<EncodedVideoSampleRef> video;
-    std::deque<AudioRecord> audio;
+    std::deque<std::shared_ptr<AudioBlock>> audio;  // copies, stamped with their host time
     std::size_t videoBytes = 0;
     // Blocks trimmed off the front, reused for the next copies.
     std::vector<std::shared_ptr<AudioBlock>> spare;
@@ -103,7 +99,7 @@ class ReplayBuffer {
     void appendAudio(const AudioBlockRef& block);
   };
 
-  void configure(bool enabled, double seconds, VideoEncoding encoding);
+  void configure(bool enabled, VideoEncoding encoding);
 
   SharedEncoders& encoders_;
   LogHandler log_;

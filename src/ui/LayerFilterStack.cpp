@@ -10,8 +10,6 @@ namespace tavorin {
 
 namespace {
 
-QString text(std::string_view view) { return qText(view); }
-
 std::optional<Uuid> uuidOf(const QString& id) { return Uuid::parse(id.toStdString()); }
 
 }  // namespace
@@ -27,7 +25,7 @@ bool LayerFilterStack::active() const { return model_.editor.selectedLayer() != 
 
 QStringList LayerFilterStack::kinds() const {
   QStringList names;
-  for (const auto& [kind, raw] : EnumNames<VideoFilterKind>::table) names << text(videoFilterLabel(kind));
+  for (const auto& [kind, raw] : EnumNames<VideoFilterKind>::table) names << qText(videoFilterLabel(kind));
   return names;
 }
 
@@ -39,12 +37,12 @@ QVariantList LayerFilterStack::filters() const {
     const auto values = effectiveParams(filter);
     QVariantList params;
     for (const VideoFilterParamSpec& spec : videoFilterParamSpecs(filter.kind)) {
-      params << QVariantMap{{"key", text(spec.key)},       {"label", text(spec.label)}, {"min", spec.minimum},
-                            {"max", spec.maximum},          {"unit", text(spec.unit)},
+      params << QVariantMap{{"key", qText(spec.key)},       {"label", qText(spec.label)}, {"min", spec.minimum},
+                            {"max", spec.maximum},          {"unit", qText(spec.unit)},
                             {"value", values.at(std::string(spec.key))}};
     }
     rows << QVariantMap{{"id", QString::fromStdString(filter.id.toString())},
-                        {"label", text(videoFilterLabel(filter.kind))},
+                        {"label", qText(videoFilterLabel(filter.kind))},
                         {"enabled", filter.enabled},
                         {"params", params}};
   }

@@ -32,10 +32,7 @@ int ReplayBridge::length() const {
 bool ReplayBridge::addsClip() const { return model_.replays.addsClip.get(); }
 bool ReplayBridge::saving() const { return model_.replays.saving.get(); }
 
-bool ReplayBridge::canPlay() const {
-  const auto cue = model_.fireGraphics.store.find(AppModel::kReplayCueID);
-  return cue && cue->sourceID && model_.sourceLifecycle.find(*cue->sourceID);
-}
+bool ReplayBridge::canPlay() const { return model_.canPlayReplay(); }
 
 QString ReplayBridge::lastReplay() const {
   const auto& file = model_.replays.lastSaved.get();
